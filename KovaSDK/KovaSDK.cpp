@@ -1,0 +1,1 @@
+#include "KovaSDK/KovaSDK.h"

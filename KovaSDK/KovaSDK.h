@@ -1,0 +1,3 @@
+// The host application's one include.
+
+#pragma once

@@ -1,0 +1,25 @@
+#include "Platform/Foundation/URLRequest.h"
+
+#include <algorithm>
+
+namespace kova {
+
+bool HeaderFieldLess::operator()(std::string_view left, std::string_view right) const
+{
+    const auto lower = [](char letter) { return letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter; };
+    return std::ranges::lexicographical_compare(left, right, {}, lower, lower);
+}
+
+void URLRequest::addValue(std::string_view value, std::string_view field)
+{
+    const auto [entry, isNew] = allHTTPHeaderFields.try_emplace(std::string {field}, value);
+    if (!isNew)
+        entry->second.append(",").append(value);
+}
+
+std::string description(const URLRequest& request)
+{
+    return request.url.absoluteString();
+}
+
+} // namespace kova

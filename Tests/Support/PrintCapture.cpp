@@ -1,0 +1,50 @@
+#include "Tests/Support/PrintCapture.h"
+
+#include "Platform/Foundation/Print.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+namespace kova::tests {
+
+namespace {
+
+std::mutex mutex;
+std::condition_variable_any changed;
+std::vector<std::string> captured;
+PrintSink previous = nullptr;
+
+} // namespace
+
+PrintCapture::PrintCapture()
+{
+    captured.clear();
+    previous = setPrintSink([](std::string_view line) {
+        const std::lock_guard lock {mutex};
+        captured.emplace_back(line.substr(0, line.size() - 1));
+        changed.notify_all();
+    });
+}
+
+PrintCapture::~PrintCapture()
+{
+    setPrintSink(previous);
+}
+
+std::vector<std::string> PrintCapture::lines() const
+{
+    const std::lock_guard lock {mutex};
+    return captured;
+}
+
+bool PrintCapture::waitForLine(std::string_view beginning) const
+{
+    std::unique_lock lock {mutex};
+    return changed.wait_for(lock, std::chrono::seconds {10}, [beginning] {
+        return std::ranges::any_of(captured, [beginning](const auto& line) { return line.starts_with(beginning); });
+    });
+}
+
+} // namespace kova::tests

@@ -1,0 +1,25 @@
+// Collects the log lines that are printed while it lives, instead of letting them reach standard output.
+
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kova::tests {
+
+class PrintCapture {
+public:
+    PrintCapture();
+    ~PrintCapture();
+    PrintCapture(const PrintCapture&) = delete;
+    PrintCapture& operator=(const PrintCapture&) = delete;
+
+    /// The lines so far, without their final newline.
+    [[nodiscard]] std::vector<std::string> lines() const;
+
+    /// Waits, at most ten seconds, until a line has begun so; false when none came.
+    [[nodiscard]] bool waitForLine(std::string_view beginning) const;
+};
+
+} // namespace kova::tests
