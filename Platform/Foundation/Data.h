@@ -1,7 +1,7 @@
 // An immutable byte buffer that is shared, not copied: a copy of a Data is one reference count.
 //
-// Bodies, stored values and replies travel as Data, so that handing one from the network thread to a store costs nothing.
-// Threads: any; the bytes never change.
+// Bodies, stored values and replies travel as Data, so that handing one from the network thread to a store costs
+// nothing. Threads: any; the bytes never change.
 
 #pragma once
 

@@ -23,7 +23,8 @@ namespace kova {
 /// The bytes decoded as UTF-8, as an optional: Optional("text"), or nil when they are not valid UTF-8.
 [[nodiscard]] std::string decodedDescription(const Data& data);
 
-/// A value at top level: a text stands bare (on one line), <null> for null, the number of bytes for data; inside an array
+/// A value at top level: a text stands bare (on one line), <null> for null, the number of bytes for data; inside an
+/// array
 /// ([1, "a"]) or a dictionary (["key": "a"]) texts are quoted.
 [[nodiscard]] std::string description(const Value& value);
 

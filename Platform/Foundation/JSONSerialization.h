@@ -32,8 +32,8 @@ public:
     /// Arrays and objects may stand inside one another this deep, in both directions.
     static constexpr int maximumDepth = 512;
 
-    /// Reads one JSON document of UTF-8 text (RFC 8259; a byte order mark is skipped); a scalar at top level is accepted.
-    /// Whole numbers that fit become std::int64_t, others double. Of equal keys in an object the last wins.
+    /// Reads one JSON document of UTF-8 text (RFC 8259; a byte order mark is skipped); a scalar at top level is
+    /// accepted. Whole numbers that fit become std::int64_t, others double. Of equal keys in an object the last wins.
     [[nodiscard]] static std::expected<Value, std::error_code> jsonObject(std::string_view text);
 
     /// Compact JSON. A double without fraction is written as a whole number (10.0 as 10).
@@ -42,5 +42,4 @@ public:
 
 } // namespace kova
 
-template<>
-struct std::is_error_code_enum<kova::JSONError> : std::true_type {};
+template <> struct std::is_error_code_enum<kova::JSONError> : std::true_type { };

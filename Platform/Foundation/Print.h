@@ -19,16 +19,15 @@ void printLine(std::string line);
 
 /// Writes the items separated by one blank, followed by a newline. A text that already ends in a blank and is to be
 /// followed directly is passed joined with what follows: print("APP ID: " + id).
-template<typename... Items>
-void print(std::string_view first, const Items&... rest)
+template <typename... Items> void print(std::string_view first, const Items&... rest)
 {
     std::string line {first};
     ((line += ' ', line += rest), ...);
     printLine(std::move(line));
 }
 
-/// Ends the process: "Fatal error: " and the message as one line on standard error, then abort. For what the host forgot and
-/// for vendor objects that must not be absent, never for bytes from outside.
+/// Ends the process: "Fatal error: " and the message as one line on standard error, then abort. For what the host
+/// forgot and for vendor objects that must not be absent, never for bytes from outside.
 [[noreturn]] void fatalError(std::string_view message);
 
 } // namespace kova

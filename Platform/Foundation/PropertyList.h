@@ -42,5 +42,4 @@ public:
 
 } // namespace kova
 
-template<>
-struct std::is_error_code_enum<kova::PropertyListError> : std::true_type {};
+template <> struct std::is_error_code_enum<kova::PropertyListError> : std::true_type { };

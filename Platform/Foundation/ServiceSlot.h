@@ -15,8 +15,7 @@
 
 namespace kova {
 
-template<typename Service>
-class ServiceSlot {
+template <typename Service> class ServiceSlot {
 public:
     static std::shared_ptr<Service> current()
     {
@@ -30,8 +29,9 @@ public:
     {
         if (auto service = current())
             return service;
-        fatalError(std::string {name} + " is missing: install a platform (for example a LinuxPlatform object in main) "
-                   "before the SDK is used");
+        fatalError(std::string {name}
+            + " is missing: install a platform (for example a LinuxPlatform object in main) "
+              "before the SDK is used");
     }
 
     /// Installs an instance (or none) and returns the one that stood there.

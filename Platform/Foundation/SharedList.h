@@ -16,8 +16,7 @@
 
 namespace kova {
 
-template<typename T>
-class SharedList {
+template <typename T> class SharedList {
 public:
     class Iterator {
     public:

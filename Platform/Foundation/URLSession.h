@@ -1,8 +1,9 @@
 // The HTTP client that every web service of the SDK shares.
 //
-// A platform derives from these classes; the Linux one stands on curl. Threads: every operation may be called from any thread.
-// Completions run on the session's own thread, one after another, and each runs exactly once: with the reply, with an
-// error, or with `cancelled` when the task or the session is cancelled. A completion must not wait for another one.
+// A platform derives from these classes; the Linux one stands on curl. Threads: every operation may be called from any
+// thread. Completions run on the session's own thread, one after another, and each runs exactly once: with the reply,
+// with an error, or with `cancelled` when the task or the session is cancelled. A completion must not wait for another
+// one.
 
 #pragma once
 
@@ -35,7 +36,8 @@ enum class URLError {
 [[nodiscard]] const std::error_category& urlErrorCategory();
 [[nodiscard]] std::error_code make_error_code(URLError error);
 
-/// Takes the body and the head of the reply, or the error. Without an error the body is present, empty when the reply has none.
+/// Takes the body and the head of the reply, or the error. Without an error the body is present, empty when the reply
+/// has none.
 using DataTaskCompletion
     = std::move_only_function<void(std::optional<Data>, std::optional<HTTPURLResponse>, std::error_code)>;
 
@@ -61,10 +63,11 @@ public:
     /// Replaces the process-wide session (none is allowed) and returns the one before.
     static std::shared_ptr<URLSession> setShared(std::shared_ptr<URLSession> session);
 
-    /// A task that has not started yet. One task is at most one request on the wire: what has a body or is not a GET is neither
-    /// repeated nor redirected; a GET follows at most five redirects, to http and https only. A reply body of more than
-    /// 32 MiB is an error.
-    [[nodiscard]] virtual std::shared_ptr<URLSessionDataTask> dataTask(URLRequest request, DataTaskCompletion completion)
+    /// A task that has not started yet. One task is at most one request on the wire: what has a body or is not a GET is
+    /// neither repeated nor redirected; a GET follows at most five redirects, to http and https only. A reply body of
+    /// more than 32 MiB is an error.
+    [[nodiscard]] virtual std::shared_ptr<URLSessionDataTask> dataTask(
+        URLRequest request, DataTaskCompletion completion)
         = 0;
 
     /// Cancels every task and ends the session: all completions have run when this returns. A second call does nothing.
@@ -76,5 +79,4 @@ public:
 
 } // namespace kova
 
-template<>
-struct std::is_error_code_enum<kova::URLError> : std::true_type {};
+template <> struct std::is_error_code_enum<kova::URLError> : std::true_type { };

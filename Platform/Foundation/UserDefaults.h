@@ -1,8 +1,8 @@
 // The application's persistent key-value store.
 //
-// A platform derives from this class; the Linux one stands on SQLite. A value is a property-list value. Threads: any; one
-// read or one write is atomic, also between two processes of one application, and a sequence of them is not. A write
-// has been acknowledged when setObject returns: a process killed after that keeps it.
+// A platform derives from this class; the Linux one stands on SQLite. A value is a property-list value. Threads: any;
+// one read or one write is atomic, also between two processes of one application, and a sequence of them is not. A
+// write has been acknowledged when setObject returns: a process killed after that keeps it.
 
 #pragma once
 

@@ -71,8 +71,7 @@ public:
 
     /// The value when it is exactly a T (bool, std::int64_t, double, std::string, Data, Date, Array or Dictionary),
     /// else null. The pointer lives as long as this value does.
-    template<typename T>
-    [[nodiscard]] const T* as() const
+    template <typename T> [[nodiscard]] const T* as() const
     {
         if constexpr (std::same_as<T, Dictionary>) {
             const auto* dictionary = std::get_if<std::shared_ptr<const Dictionary>>(&m_value);
@@ -86,8 +85,7 @@ public:
     [[nodiscard]] const Value* find(std::string_view key) const;
 
     /// The entry of a dictionary when it is exactly a T.
-    template<typename T>
-    [[nodiscard]] const T* find(std::string_view key) const
+    template <typename T> [[nodiscard]] const T* find(std::string_view key) const
     {
         const auto* entry = find(key);
         return entry ? entry->as<T>() : nullptr;

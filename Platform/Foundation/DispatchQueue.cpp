@@ -1,0 +1,259 @@
+#include "Platform/Foundation/DispatchQueue.h"
+
+#include "Platform/Foundation/Activity.h"
+#include "Platform/Foundation/Print.h"
+
+#include <condition_variable>
+#include <deque>
+#include <list>
+#include <mutex>
+#include <semaphore>
+#include <thread>
+#include <utility>
+
+namespace kova {
+
+namespace {
+
+struct Item {
+    // The activity outlives its task: what the task starts is under way before the task ends.
+    Activity activity;
+    DispatchQueue::Task task;
+};
+
+} // namespace
+
+struct DispatchQueue::State {
+    State(std::string name, QualityOfService qualityOfService)
+        : label(std::move(name))
+        , quality(qualityOfService)
+    {
+    }
+
+    const std::string label;
+    const QualityOfService quality;
+    std::mutex mutex;
+    std::condition_variable_any changed;
+    std::deque<Item> items;
+    bool hasThread = false;
+    /// No further reference exists: the thread ends when the items are done.
+    bool isAbandoned = false;
+    bool isShutDown = false;
+
+    static inline thread_local const State* current = nullptr;
+
+    void run(Item item)
+    {
+        const auto* outer = std::exchange(current, this);
+        item.task();
+        item.task = nullptr;
+        current = outer;
+    }
+
+    std::deque<Item> takeItems()
+    {
+        const std::lock_guard lock {mutex};
+        return std::exchange(items, {});
+    }
+
+    void runUntilAbandoned()
+    {
+        announceThread(label, quality);
+        std::unique_lock lock {mutex};
+        while (true) {
+            changed.wait(lock, [this] { return !items.empty() || isAbandoned || isShutDown; });
+            if (isShutDown || items.empty())
+                break;
+            auto item = std::move(items.front());
+            items.pop_front();
+            lock.unlock();
+            run(std::move(item));
+            lock.lock();
+        }
+        hasThread = false;
+    }
+};
+
+namespace {
+
+// The threads of all queues, so that somebody joins them. Never destroyed; empty once shutDownAll() has run.
+struct Workers {
+    struct Worker {
+        std::thread thread;
+        std::shared_ptr<void> queue;
+        std::function<void()> shutDown;
+        bool isFinished = false;
+    };
+
+    std::mutex mutex;
+    std::list<Worker> workers;
+    std::function<void()> mainLoopWaker;
+    bool acceptsTasks = true;
+
+    static Workers& instance()
+    {
+        static auto& workers = *new Workers;
+        return workers;
+    }
+};
+
+} // namespace
+
+DispatchQueue::DispatchQueue(std::shared_ptr<State> state)
+    : m_state(std::move(state))
+{
+}
+
+DispatchQueue::~DispatchQueue()
+{
+    const std::lock_guard lock {m_state->mutex};
+    m_state->isAbandoned = true;
+    m_state->changed.notify_all();
+}
+
+std::shared_ptr<DispatchQueue> DispatchQueue::create(std::string label, QualityOfService quality)
+{
+    return std::shared_ptr<DispatchQueue> {new DispatchQueue {std::make_shared<State>(std::move(label), quality)}};
+}
+
+DispatchQueue& DispatchQueue::main()
+{
+    static auto& queue = *new DispatchQueue {std::make_shared<State>("main", QualityOfService::Unspecified)};
+    return queue;
+}
+
+const std::string& DispatchQueue::label() const
+{
+    return m_state->label;
+}
+
+bool DispatchQueue::isCurrent() const
+{
+    return State::current == m_state.get();
+}
+
+void DispatchQueue::async(Task task)
+{
+    auto& workers = Workers::instance();
+    const bool isMain = this == &main();
+    // Threads that have ended by themselves are joined outside the lock, by whoever submits next.
+    std::list<Workers::Worker> finished;
+    std::function<void()> waker;
+    {
+        const std::lock_guard workersLock {workers.mutex};
+        if (!workers.acceptsTasks)
+            return;
+        for (auto worker = workers.workers.begin(); worker != workers.workers.end();) {
+            const auto next = std::next(worker);
+            if (worker->isFinished)
+                finished.splice(finished.end(), workers.workers, worker);
+            worker = next;
+        }
+        const std::lock_guard lock {m_state->mutex};
+        m_state->items.push_back({.activity = Activity {}, .task = std::move(task)});
+        m_state->changed.notify_all();
+        if (isMain) {
+            waker = workers.mainLoopWaker;
+        } else if (!m_state->hasThread) {
+            m_state->hasThread = true;
+            m_state->isShutDown = false;
+            auto& worker = workers.workers.emplace_back();
+            worker.queue = m_state;
+            worker.shutDown = [state = m_state.get()] {
+                const std::lock_guard stateLock {state->mutex};
+                state->isShutDown = true;
+                state->changed.notify_all();
+            };
+            worker.thread = std::thread {[state = m_state, &workers, &worker] {
+                state->runUntilAbandoned();
+                const std::lock_guard finishLock {workers.mutex};
+                worker.isFinished = true;
+            }};
+        }
+    }
+    for (auto& worker : finished)
+        worker.thread.join();
+    if (waker)
+        waker();
+}
+
+void DispatchQueue::sync(Task task)
+{
+    if (isCurrent())
+        fatalError("DispatchQueue::sync called on the queue's own thread (" + label() + ") would wait for ever");
+    const auto done = std::make_shared<std::binary_semaphore>(0);
+    // Destroyed with the task, run or not, so that the caller is released in every case.
+    std::shared_ptr<void> release {nullptr, [done](void*) { done->release(); }};
+    async([task = std::move(task), release = std::move(release)]() mutable { task(); });
+    done->acquire();
+}
+
+void DispatchQueue::runMain(const std::stop_token& stop)
+{
+    auto& state = *main().m_state;
+    while (!stop.stop_requested()) {
+        drainMain();
+        std::unique_lock lock {state.mutex};
+        state.changed.wait(lock, stop, [&state] { return !state.items.empty(); });
+    }
+}
+
+void DispatchQueue::drainMain()
+{
+    auto& state = *main().m_state;
+    std::unique_lock lock {state.mutex};
+    while (!state.items.empty()) {
+        auto item = std::move(state.items.front());
+        state.items.pop_front();
+        lock.unlock();
+        state.run(std::move(item));
+        lock.lock();
+    }
+}
+
+void DispatchQueue::setMainLoopWaker(std::function<void()> waker)
+{
+    const std::lock_guard lock {Workers::instance().mutex};
+    Workers::instance().mainLoopWaker = std::move(waker);
+}
+
+void DispatchQueue::shutDownAll()
+{
+    auto& workers = Workers::instance();
+    {
+        const std::lock_guard lock {workers.mutex};
+        workers.acceptsTasks = false;
+        for (auto& worker : workers.workers)
+            worker.shutDown();
+    }
+    // Dropped tasks are destroyed here, with no lock held: what they own may call back.
+    main().m_state->takeItems().clear();
+    while (true) {
+        std::thread thread;
+        std::shared_ptr<State> state;
+        {
+            const std::lock_guard lock {workers.mutex};
+            if (workers.workers.empty())
+                break;
+            thread = std::move(workers.workers.front().thread);
+            state = std::static_pointer_cast<State>(workers.workers.front().queue);
+        }
+        if (thread.get_id() == std::this_thread::get_id())
+            thread.detach();
+        else
+            thread.join();
+        {
+            const std::lock_guard lock {workers.mutex};
+            workers.workers.pop_front();
+        }
+        state->takeItems().clear();
+    }
+}
+
+void DispatchQueue::acceptTasks()
+{
+    const std::lock_guard lock {Workers::instance().mutex};
+    Workers::instance().acceptsTasks = true;
+}
+
+} // namespace kova

@@ -1,0 +1,63 @@
+// Serial queues of tasks, and the main queue.
+//
+// A queue made with create() has a thread of its own, started by its first task. When the last reference to it drops
+// (also on that thread), the tasks it still has are run and the thread ends. The main queue has no thread: it runs on
+// whatever loop the host offers (runMain, drainMain, or a toolkit's loop that setMainLoopWaker connects).
+// Threads: every operation may be called from any thread.
+
+#pragma once
+
+#include "Platform/Foundation/ThreadHook.h"
+
+#include <functional>
+#include <memory>
+#include <stop_token>
+#include <string>
+
+namespace kova {
+
+class DispatchQueue {
+public:
+    using Task = std::move_only_function<void()>;
+
+    [[nodiscard]] static std::shared_ptr<DispatchQueue> create(
+        std::string label, QualityOfService quality = QualityOfService::Unspecified);
+    [[nodiscard]] static DispatchQueue& main();
+
+    ~DispatchQueue();
+    DispatchQueue(const DispatchQueue&) = delete;
+    DispatchQueue& operator=(const DispatchQueue&) = delete;
+
+    /// Submits a task and returns at once. After shutDownAll() the task is dropped unrun.
+    void async(Task task);
+
+    /// Submits a task and waits until it has run or was dropped. On the queue's own thread this would wait for ever, so
+    /// it stops the process.
+    void sync(Task task);
+
+    [[nodiscard]] const std::string& label() const;
+    [[nodiscard]] bool isCurrent() const;
+
+    /// Runs the main queue's tasks on the calling thread until a stop is requested.
+    static void runMain(const std::stop_token& stop);
+
+    /// Runs the main queue's tasks on the calling thread until there is none.
+    static void drainMain();
+
+    /// `waker` runs after each submission to the main queue, on the submitting thread; a toolkit's loop then calls
+    /// drainMain() on its own thread. Null when no loop wants to be told.
+    static void setMainLoopWaker(std::function<void()> waker);
+
+    /// Drops every task that has not begun, waits for those that have, and ends all threads; the main queue is emptied
+    /// too. From then on tasks are dropped, until acceptTasks().
+    static void shutDownAll();
+    static void acceptTasks();
+
+private:
+    struct State;
+    explicit DispatchQueue(std::shared_ptr<State> state);
+
+    std::shared_ptr<State> m_state;
+};
+
+} // namespace kova
