@@ -1,3 +1,8 @@
+// KovaSDK: push notifications with a local inbox, behaviour events, geotriggers and the notification centre.
 // The host application's one include.
 
 #pragma once
+
+#include "KovaSDK/Push/KovaNotify.h"
+#include "KovaSDK/Push/PermissionSubscriptionState.h"
+#include "KovaSDK/Services/NotificationName.h"

@@ -6,7 +6,8 @@ namespace kova {
 
 std::shared_ptr<Bundle> Bundle::main()
 {
-    return ServiceSlot<Bundle>::required("The main bundle");
+    return ServiceSlot<Bundle>::required(
+        "the main bundle is missing: install a platform (a LinuxPlatform object in main) before the SDK is used");
 }
 
 std::shared_ptr<Bundle> Bundle::setMain(std::shared_ptr<Bundle> bundle)

@@ -239,9 +239,8 @@ void DispatchQueue::shutDownAll()
             state = std::static_pointer_cast<State>(workers.workers.front().queue);
         }
         if (thread.get_id() == std::this_thread::get_id())
-            thread.detach();
-        else
-            thread.join();
+            fatalError("the platform object must not end on a dispatch queue's thread (" + state->label + ")");
+        thread.join();
         {
             const std::lock_guard lock {workers.mutex};
             workers.workers.pop_front();

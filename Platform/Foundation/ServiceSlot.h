@@ -10,7 +10,6 @@
 
 #include <memory>
 #include <mutex>
-#include <string>
 #include <utility>
 
 namespace kova {
@@ -24,14 +23,12 @@ public:
         return slot.m_service;
     }
 
-    /// The current instance; ends the process when there is none, saying which service is missing.
-    static std::shared_ptr<Service> required(const char* name)
+    /// The current instance; ends the process when there is none, saying what is missing and how to install it.
+    static std::shared_ptr<Service> required(const char* remedy)
     {
         if (auto service = current())
             return service;
-        fatalError(std::string {name}
-            + " is missing: install a platform (for example a LinuxPlatform object in main) "
-              "before the SDK is used");
+        fatalError(remedy);
     }
 
     /// Installs an instance (or none) and returns the one that stood there.

@@ -56,7 +56,8 @@ std::error_code make_error_code(URLError error)
 
 std::shared_ptr<URLSession> URLSession::shared()
 {
-    return ServiceSlot<URLSession>::required("The HTTP session");
+    return ServiceSlot<URLSession>::required(
+        "the HTTP session is missing: install a platform (a LinuxPlatform object in main) before the SDK is used");
 }
 
 std::shared_ptr<URLSession> URLSession::setShared(std::shared_ptr<URLSession> session)

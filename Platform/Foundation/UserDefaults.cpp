@@ -6,7 +6,8 @@ namespace kova {
 
 std::shared_ptr<UserDefaults> UserDefaults::standard()
 {
-    return ServiceSlot<UserDefaults>::required("The user defaults");
+    return ServiceSlot<UserDefaults>::required(
+        "the user defaults are missing: install a platform (a LinuxPlatform object in main) before the SDK is used");
 }
 
 std::shared_ptr<UserDefaults> UserDefaults::setStandard(std::shared_ptr<UserDefaults> defaults)

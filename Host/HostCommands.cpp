@@ -1,0 +1,179 @@
+#include "Host/HostCommands.h"
+
+#include "KovaSDK/KovaKeysManager.h"
+#include "KovaSDK/KovaSDK.h"
+#include "KovaSDK/Push/PushServices/NotificationStorage.h"
+#include "Platform/Foundation/UserDefaults.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+namespace kova::host {
+
+namespace {
+
+using Place = HostCommand::Place;
+
+Value orNull(const std::optional<std::string>& text)
+{
+    return text ? Value {*text} : Value {};
+}
+
+void start(const ScriptCommand& command, HostContext&)
+{
+    std::optional<AnyDictionary> launchOptions;
+    if (const auto given = command.optionalObject("launchOptions"))
+        launchOptions.emplace(given->begin(), given->end());
+    KovaNotify::initWithCallbacks(launchOptions);
+}
+
+void push(const ScriptCommand& command, HostContext& context)
+{
+    context.vendor.receive(command.object("payload"));
+}
+
+void open(const ScriptCommand& command, HostContext& context)
+{
+    context.vendor.open(command.object("payload"), command.optionalText("action"));
+}
+
+void prompt(const ScriptCommand& command, HostContext& context)
+{
+    context.vendor.setAnswerToPrompt(command.boolean("accepted"));
+    KovaNotify::promptForPushNotifications(
+        [&context](bool accepted) { context.answers.write({{"prompt", accepted}}); });
+}
+
+void tag(const ScriptCommand& command, HostContext& context)
+{
+    KovaNotify::sendTag(command.textOrNull("key"), command.textOrNull("value"));
+    context.answers.write({{"tag", context.vendor.tags()}});
+}
+
+void playerId(const ScriptCommand&, HostContext& context)
+{
+    context.answers.write({{"player-id", orNull(KovaNotify::getPlayerID())}});
+}
+
+void subscribe(const ScriptCommand& command, HostContext& context)
+{
+    context.vendor.setUserId(command.textOrNull("userId"));
+}
+
+void extension(const ScriptCommand& command, HostContext& context)
+{
+    auto request = std::make_shared<UNNotificationRequest>();
+    request->userInfo = command.object("payload");
+    auto content = std::make_shared<UNMutableNotificationContent>();
+    KovaNotify::didReceiveNotificationExtensionRequest(request, content);
+    Value::Array attachments;
+    for (const auto& attachment : content->attachments)
+        attachments.append(attachment);
+    context.answers.write({{"extension",
+        Value::Dictionary {{"title", content->title}, {"subtitle", content->subtitle}, {"body", content->body},
+            {"attachments", attachments}}}});
+}
+
+void inbox(const ScriptCommand&, HostContext& context)
+{
+    Value::Array records;
+    for (const auto& notification : NotificationStorage::buffer())
+        records.append(notification.encode());
+    context.answers.write({{"inbox", records}, {"unread", NotificationStorage::totalUnreadNotifications()}});
+}
+
+void settleCommand(const ScriptCommand& command, HostContext& context)
+{
+    constexpr double longest = 24.0 * 60 * 60;
+    const auto seconds = command.optionalNumber("seconds").value_or(defaultSettleSeconds);
+    if (!(seconds >= 0 && seconds <= longest))
+        throw ScriptError {"settle: the field \"seconds\" must be between 0 and 86400"};
+    settle(context, seconds);
+}
+
+void config(const ScriptCommand&, HostContext& context)
+{
+    const KovaKeyManager keys;
+    context.answers.write({{"config",
+        Value::Dictionary {{"geoID", keys.get(KovaKey::geoID)}, {"audienceID", keys.get(KovaKey::audienceID)},
+            {"notificationID", keys.get(KovaKey::notificationID)}, {"apiKey", keys.get(KovaKey::apiKey)}}}});
+}
+
+void defaultsGet(const ScriptCommand& command, HostContext& context)
+{
+    const auto key = command.text("key");
+    const auto file = command.text("file");
+    const auto stored = UserDefaults::standard()->object(key);
+    const auto* data = stored ? stored->as<Data>() : nullptr;
+    if (data) {
+        std::ofstream stream {file, std::ios::binary | std::ios::trunc};
+        stream << data->text() << std::flush;
+        if (!stream)
+            throw ScriptError {"defaults-get: cannot write " + file + ": " + std::strerror(errno)};
+    }
+    context.answers.write({{"defaults-get", key}, {"bytes", data ? Value {data->size()} : Value {}}});
+}
+
+void defaultsSet(const ScriptCommand& command, HostContext& context)
+{
+    const auto key = command.text("key");
+    const auto file = command.text("file");
+    constexpr std::size_t largestFile = 1024UL * 1024 * 1024;
+    const auto data = Data::contentsOf(file, largestFile);
+    if (!data)
+        throw ScriptError {"defaults-set: cannot read " + file + " as a regular file"};
+    UserDefaults::standard()->setObject(key, *data);
+    context.answers.write({{"defaults-set", key}, {"bytes", data->size()}});
+}
+
+constexpr std::array commands {
+    HostCommand {
+        "start", "[launchOptions: object]", "starts the SDK: KovaNotify::initWithCallbacks", Place::MainQueue, &start},
+    HostCommand {
+        "push", "payload: object", "a push arrives: the raw JSON that reaches a device", Place::MainQueue, &push},
+    HostCommand {"open", "payload: object, [action: text]",
+        "the user opens a push by a tap, or by pressing the button with that id", Place::MainQueue, &open},
+    HostCommand {"prompt", "accepted: boolean",
+        "asks the user for push permission, who answers so; answers {\"prompt\":…}", Place::MainQueue, &prompt},
+    HostCommand {"tag", "key: text or null, value: text or null",
+        "tags this device; answers {\"tag\":{…all tags the vendor has…}}", Place::MainQueue, &tag},
+    HostCommand {"player-id", "", "answers {\"player-id\":…}, null while not subscribed", Place::MainQueue, &playerId},
+    HostCommand {"subscribe", "userId: text or null",
+        "the vendor gives this device a subscription id, or takes it away", Place::MainQueue, &subscribe},
+    HostCommand {"extension", "payload: object",
+        "runs the notification service extension; answers {\"extension\":{…what would be shown…}}", Place::MainQueue,
+        &extension},
+    HostCommand {"inbox", "", "answers {\"inbox\":[…records, newest first…],\"unread\":n}", Place::MainQueue, &inbox},
+    HostCommand {"settle", "[seconds: number]",
+        "waits (15 s at most, or so many) until every HTTP task has completed and every queue is idle; else exit "
+        "status 3",
+        Place::ScriptThread, &settleCommand},
+    HostCommand {"config", "",
+        "answers {\"config\":{\"geoID\":…,\"audienceID\":…,\"notificationID\":…,\"apiKey\":…}} as the SDK reads them",
+        Place::MainQueue, &config},
+    HostCommand {"defaults-get", "key: text, file: text",
+        "copies the data stored under a key to a file; answers its size in \"bytes\", null when there is none",
+        Place::MainQueue, &defaultsGet},
+    HostCommand {"defaults-set", "key: text, file: text", "stores a file's bytes as data under a key", Place::MainQueue,
+        &defaultsSet},
+};
+
+} // namespace
+
+std::span<const HostCommand> hostCommands()
+{
+    return commands;
+}
+
+void settle(HostContext& context, double seconds)
+{
+    const auto timeout = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::duration<double> {seconds});
+    if (!context.platform.settle(timeout, context.interruption) && !context.interruption.stop_requested())
+        throw NotSettled {"requests or queue tasks were still under way after the time given to settle"};
+}
+
+} // namespace kova::host

@@ -1,0 +1,54 @@
+// The commands of a host script: what a line with this "do" makes the host do.
+
+#pragma once
+
+#include "Host/Answers.h"
+#include "Host/ScriptCommand.h"
+#include "Host/SimulatedOneSignal.h"
+#include "Platform/Linux/LinuxPlatform.h"
+
+#include <span>
+#include <stdexcept>
+#include <stop_token>
+
+namespace kova::host {
+
+/// What commands work on. Lives as long as the script runs.
+struct HostContext {
+    LinuxPlatform& platform;
+    SimulatedOneSignal& vendor;
+    Answers& answers;
+    std::stop_token interruption;
+};
+
+/// Thrown by "settle" when work is still under way at its deadline.
+class NotSettled : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct HostCommand {
+    enum class Place {
+        /// The main queue, where a host's code usually runs.
+        MainQueue,
+        /// The thread that reads the script, because the command waits for the main queue.
+        ScriptThread,
+    };
+
+    const char* name;
+    const char* fields;
+    const char* help;
+    Place place;
+    /// Throws ScriptError or NotSettled.
+    void (*run)(const ScriptCommand& command, HostContext& context);
+};
+
+[[nodiscard]] std::span<const HostCommand> hostCommands();
+
+/// How long a settle takes at most when a script does not say.
+inline constexpr double defaultSettleSeconds = 15;
+
+/// Waits until everything is quiet, or the host is interrupted; throws NotSettled after so many seconds.
+void settle(HostContext& context, double seconds);
+
+} // namespace kova::host

@@ -1,0 +1,36 @@
+// The command line of kova-host.
+
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace kova::host {
+
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct Options {
+    std::filesystem::path data;
+    std::filesystem::path bundle;
+    std::optional<std::string> eventsURL {};
+    std::optional<std::string> metricsURL {};
+    std::optional<std::string> geotriggersURL {};
+    std::string network = "real";
+    std::optional<std::filesystem::path> answers {};
+    /// A file, or "-" for standard input.
+    std::string script = "-";
+    bool wantsHelp = false;
+
+    /// Throws UsageError.
+    [[nodiscard]] static Options parse(int argumentCount, char** arguments);
+};
+
+/// What --help prints: the options and every command.
+[[nodiscard]] std::string helpText();
+
+} // namespace kova::host

@@ -1,0 +1,73 @@
+#include "Host/ScriptRunner.h"
+
+#include "Platform/Foundation/Description.h"
+#include "Platform/Foundation/DispatchQueue.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+
+namespace kova::host {
+
+namespace {
+
+void runLine(const std::string& line, HostContext& context)
+{
+    const ScriptCommand command {line};
+    const auto known = std::ranges::find(hostCommands(), command.name(), &HostCommand::name);
+    if (known == hostCommands().end())
+        throw ScriptError {"unknown command \"" + singleLine(command.name()) + "\" (kova-host --help lists all)"};
+    if (known->place == HostCommand::Place::ScriptThread) {
+        known->run(command, context);
+        return;
+    }
+    std::exception_ptr failure;
+    DispatchQueue::main().sync([&] {
+        try {
+            known->run(command, context);
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    });
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+ScriptOutcome report(const std::string& place, const std::exception& failure, ScriptOutcome outcome)
+{
+    const auto line = place + ": " + failure.what() + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    return outcome;
+}
+
+} // namespace
+
+ScriptOutcome runScript(const std::string& name, LineReader& lines, HostContext& context)
+{
+    auto outcome = ScriptOutcome::Done;
+    std::size_t number = 0;
+    while (outcome == ScriptOutcome::Done && !context.interruption.stop_requested()) {
+        const auto line = lines.next();
+        if (!line)
+            break;
+        ++number;
+        if (line->starts_with('#') || line->find_first_not_of(" \t\r") == std::string::npos)
+            continue;
+        try {
+            runLine(*line, context);
+        } catch (const ScriptError& failure) {
+            outcome = report(name + ":" + std::to_string(number), failure, ScriptOutcome::Wrong);
+        } catch (const NotSettled& failure) {
+            return report(name + ":" + std::to_string(number), failure, ScriptOutcome::NotSettled);
+        }
+    }
+    try {
+        settle(context, defaultSettleSeconds);
+    } catch (const NotSettled& failure) {
+        if (outcome == ScriptOutcome::Done)
+            outcome = report(name, failure, ScriptOutcome::NotSettled);
+    }
+    return outcome;
+}
+
+} // namespace kova::host

@@ -1,0 +1,31 @@
+// The host's configuration: the vendor ids and keys in the property list "Kova.plist" of its bundle.
+//
+// Nothing is cached: every call finds and reads the file again, so that a host may replace it while it runs.
+// Threads: any.
+
+#pragma once
+
+#include <string>
+
+namespace kova {
+
+/// What can be configured.
+enum class KovaKey {
+    /// The geofencing vendor's public token, under "KovaGeolocationID".
+    geoID,
+    /// The audience that events belong to, under "KovaAudienceID".
+    audienceID,
+    /// The push vendor's application id, under "KovaNotificationID".
+    notificationID,
+    /// The key of the geotrigger web service, under "KovaAPIKey".
+    apiKey,
+};
+
+class KovaKeyManager {
+public:
+    /// The text configured under the key. The empty text when the file is missing or unreadable, has no such key, or
+    /// has something else than a text there.
+    [[nodiscard]] std::string get(KovaKey key) const;
+};
+
+} // namespace kova

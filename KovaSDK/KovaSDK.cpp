@@ -1,1 +1,0 @@
-#include "KovaSDK/KovaSDK.h"

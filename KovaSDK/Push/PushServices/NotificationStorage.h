@@ -1,0 +1,39 @@
+// The inbox: the list of received pushes, newest first, as one property list in user defaults.
+//
+// Every access reads or writes the whole list in the store; nothing is kept in memory. Threads: any; one read or one
+// write is atomic, the read-modify-write that callers do is not, and may lose an update. There is no limit and nothing
+// is merged.
+
+#pragma once
+
+#include "KovaSDK/Push/PushModel/KovaNotification.h"
+
+#include <string>
+#include <vector>
+
+namespace kova {
+
+class NotificationStorage {
+public:
+    NotificationStorage() = delete;
+
+    /// The key in user defaults; the value is data, a binary property list: an array of dictionaries with the record's
+    /// keys.
+    static constexpr const char* key = "kova_notification";
+
+    /// The records, newest first. Reads as empty when nothing is stored, or what is stored cannot be decoded as a
+    /// whole; it is left as it is then.
+    [[nodiscard]] static std::vector<KovaNotification> buffer();
+
+    /// Stores the whole list. A list that cannot be encoded (text that is not valid UTF-8) removes the key and so
+    /// empties the inbox: that asymmetry is contract.
+    static void setBuffer(const std::vector<KovaNotification>& buffer);
+
+    /// How many records have not been read.
+    [[nodiscard]] static std::size_t totalUnreadNotifications();
+};
+
+/// The list as the log shows it, in brackets.
+[[nodiscard]] std::string description(const std::vector<KovaNotification>& notifications);
+
+} // namespace kova

@@ -1,0 +1,11 @@
+// The endpoint of the push-metrics web service.
+
+#pragma once
+
+#include "KovaSDK/Services/Networking/EndPointType.h"
+
+namespace kova {
+
+struct PushMetricsRequest : EndPointType { };
+
+} // namespace kova

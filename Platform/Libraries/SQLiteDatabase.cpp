@@ -1,0 +1,171 @@
+#include "Platform/Libraries/SQLiteDatabase.h"
+
+#include <sqlite3.h>
+
+#include <system_error>
+
+namespace kova {
+
+namespace {
+
+[[noreturn]] void fail(int code, sqlite3* database)
+{
+    std::string message = database ? sqlite3_errmsg(database) : sqlite3_errstr(code);
+    if (const int systemError = database ? sqlite3_system_errno(database) : 0)
+        message += " (" + std::generic_category().message(systemError) + ")";
+    throw SQLiteFailure {code & 0xFF, message};
+}
+
+} // namespace
+
+SQLiteFailure::SQLiteFailure(int primaryCode, const std::string& message)
+    : std::runtime_error(message)
+    , m_primaryCode(primaryCode)
+{
+}
+
+bool SQLiteFailure::isDamage() const
+{
+    return m_primaryCode == SQLITE_CORRUPT || m_primaryCode == SQLITE_NOTADB;
+}
+
+void SQLiteStatement::Finalizer::operator()(sqlite3_stmt* statement) const
+{
+    sqlite3_finalize(statement);
+}
+
+SQLiteStatement::SQLiteStatement(sqlite3& database, std::string_view sql)
+{
+    sqlite3_stmt* statement = nullptr;
+    const int code = sqlite3_prepare_v3(
+        &database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
+    m_statement.reset(statement);
+    if (code != SQLITE_OK)
+        fail(code, &database);
+}
+
+void SQLiteStatement::check(int code) const
+{
+    if (code != SQLITE_OK)
+        fail(code, sqlite3_db_handle(m_statement.get()));
+}
+
+bool SQLiteStatement::step()
+{
+    const int code = sqlite3_step(m_statement.get());
+    if (code == SQLITE_ROW)
+        return true;
+    if (code != SQLITE_DONE) {
+        auto* database = sqlite3_db_handle(m_statement.get());
+        const SQLiteFailure failure {code & 0xFF, sqlite3_errmsg(database)};
+        reset();
+        throw failure;
+    }
+    reset();
+    return false;
+}
+
+void SQLiteStatement::run()
+{
+    while (step()) { }
+}
+
+void SQLiteStatement::reset()
+{
+    sqlite3_reset(m_statement.get());
+}
+
+std::int64_t SQLiteStatement::integer(int column) const
+{
+    return sqlite3_column_int64(m_statement.get(), column);
+}
+
+std::string_view SQLiteStatement::bytes(int column) const
+{
+    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(m_statement.get(), column));
+    return {bytes, static_cast<std::size_t>(sqlite3_column_bytes(m_statement.get(), column))};
+}
+
+void SQLiteStatement::bind(int index, std::int64_t value)
+{
+    check(sqlite3_bind_int64(m_statement.get(), index, value));
+}
+
+void SQLiteStatement::bind(int index, std::string_view text)
+{
+    check(sqlite3_bind_text64(m_statement.get(), index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+}
+
+void SQLiteStatement::bind(int index, Blob blob)
+{
+    // A null pointer would bind NULL, not an empty blob.
+    const auto* bytes = blob.bytes.empty() ? "" : blob.bytes.data();
+    check(sqlite3_bind_blob64(m_statement.get(), index, bytes, blob.bytes.size(), SQLITE_STATIC));
+}
+
+void SQLiteDatabase::Closer::operator()(sqlite3* database) const
+{
+    sqlite3_close_v2(database);
+}
+
+SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout)
+{
+    sqlite3* database = nullptr;
+    // The connection is used by one thread at a time, so SQLite's own locking would be paid for nothing.
+    constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+    const int code = sqlite3_open_v2(file.empty() ? ":memory:" : file.c_str(), &database, flags, nullptr);
+    m_database.reset(database);
+    if (code != SQLITE_OK)
+        fail(code, database);
+    sqlite3_busy_timeout(database, static_cast<int>(busyTimeout.count()));
+}
+
+void SQLiteDatabase::execute(const char* sql)
+{
+    const int code = sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK)
+        fail(code, m_database.get());
+}
+
+SQLiteStatement SQLiteDatabase::prepare(std::string_view sql)
+{
+    return {*m_database, sql};
+}
+
+std::int64_t SQLiteDatabase::lastInsertedRow() const
+{
+    return sqlite3_last_insert_rowid(m_database.get());
+}
+
+void SQLiteDatabase::checkpoint()
+{
+    const int code = sqlite3_wal_checkpoint_v2(m_database.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
+    if (code != SQLITE_OK && (code & 0xFF) != SQLITE_BUSY)
+        fail(code, m_database.get());
+}
+
+SQLiteTransaction::SQLiteTransaction(SQLiteDatabase& database, Kind kind)
+    : m_database(&database)
+{
+    // A write transaction takes its lock now, where waiting for another process is possible.
+    database.execute(kind == Kind::Write ? "BEGIN IMMEDIATE" : "BEGIN");
+}
+
+SQLiteTransaction::~SQLiteTransaction()
+{
+    if (!m_database)
+        return;
+    try {
+        m_database->execute("ROLLBACK");
+    } catch (const SQLiteFailure&) {
+        // SQLite has rolled back by itself.
+    }
+}
+
+void SQLiteTransaction::commit()
+{
+    m_database->execute("COMMIT");
+    m_database = nullptr;
+}
+
+} // namespace kova

@@ -1,0 +1,113 @@
+// A SQLite connection and its prepared statements, owned: what the store behind user defaults is built on.
+//
+// A failure is an SQLiteFailure exception, so that a transaction in the middle of which something fails is rolled back
+// by the way out. Threads: one at a time.
+
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace kova {
+
+class SQLiteFailure : public std::runtime_error {
+public:
+    SQLiteFailure(int primaryCode, const std::string& message);
+
+    /// Whether the file's content is at fault, not its surroundings: it is no database, or a damaged one.
+    [[nodiscard]] bool isDamage() const;
+
+private:
+    int m_primaryCode = 0;
+};
+
+class SQLiteStatement {
+public:
+    SQLiteStatement(sqlite3& database, std::string_view sql);
+
+    /// Binds the parameters in order and starts from the beginning. Texts and bytes are borrowed until the statement is
+    /// run or bound again.
+    template <typename... Parameters> SQLiteStatement& with(const Parameters&... parameters)
+    {
+        reset();
+        int index = 0;
+        (bind(++index, parameters), ...);
+        return *this;
+    }
+
+    /// Advances to the next row; false when there is none, and then the statement has been reset.
+    [[nodiscard]] bool step();
+    /// Runs a statement that yields nothing.
+    void run();
+    void reset();
+
+    [[nodiscard]] std::int64_t integer(int column) const;
+    /// The bytes of a column, valid until the next step.
+    [[nodiscard]] std::string_view bytes(int column) const;
+
+    struct Blob {
+        std::string_view bytes;
+    };
+
+private:
+    struct Finalizer {
+        void operator()(sqlite3_stmt* statement) const;
+    };
+
+    void bind(int index, std::int64_t value);
+    void bind(int index, std::string_view text);
+    void bind(int index, Blob blob);
+    void check(int code) const;
+
+    std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
+};
+
+class SQLiteDatabase {
+public:
+    /// Opens or creates the file ("" stands for a private database in memory). Another process that holds a lock is
+    /// waited for, at most so long, here and in every statement.
+    SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
+
+    void execute(const char* sql);
+    [[nodiscard]] SQLiteStatement prepare(std::string_view sql);
+
+    /// The key of the row inserted last.
+    [[nodiscard]] std::int64_t lastInsertedRow() const;
+
+    /// Moves the write-ahead log into the file as far as readers allow, after bringing the log to the disk. Writers are
+    /// not held up.
+    void checkpoint();
+
+private:
+    struct Closer {
+        void operator()(sqlite3* database) const;
+    };
+
+    std::unique_ptr<sqlite3, Closer> m_database;
+};
+
+/// A transaction: rolled back on destruction unless it was committed.
+class SQLiteTransaction {
+public:
+    enum class Kind { Read, Write };
+
+    SQLiteTransaction(SQLiteDatabase& database, Kind kind);
+    ~SQLiteTransaction();
+    SQLiteTransaction(const SQLiteTransaction&) = delete;
+    SQLiteTransaction& operator=(const SQLiteTransaction&) = delete;
+
+    void commit();
+
+private:
+    SQLiteDatabase* m_database;
+};
+
+} // namespace kova

@@ -1,0 +1,79 @@
+// The tables behind user defaults: one connection, the rows, and what is remembered of long arrays.
+//
+// Operations throw SQLiteFailure and leave the tables as they were then. Threads: one at a time.
+
+#pragma once
+
+#include "Platform/Foundation/Value.h"
+#include "Platform/Libraries/SQLiteDatabase.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kova {
+
+class StoredValues {
+public:
+    /// Opens or creates the tables in a file ("" stands for memory).
+    StoredValues(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
+
+    [[nodiscard]] std::optional<Value> read(std::string_view key);
+
+    /// False, with nothing changed, when the value is no property-list value.
+    [[nodiscard]] bool write(std::string_view key, const Value& value);
+
+    void remove(std::string_view key);
+
+    void checkpoint() { m_database.checkpoint(); }
+
+private:
+    /// How a row's bytes are to be read. Stored: the numbers are for ever.
+    enum class Kind : std::int64_t { Bytes = 0, PropertyList = 1, Array = 2 };
+
+    /// An array as it stands in the element table, from `first` on without gaps: dropping elements from the front
+    /// removes rows and renumbers none.
+    struct StoredArray {
+        std::int64_t entry = 0;
+        std::int64_t first = 0;
+        Value::Array elements {};
+    };
+
+    struct Entry {
+        std::int64_t id = 0;
+        Kind kind = Kind::Bytes;
+        /// None when the row cannot be read as its kind. Arrays are not loaded here.
+        std::optional<Value> value {};
+    };
+
+    struct EncodedRow;
+
+    [[nodiscard]] static std::optional<EncodedRow> encoded(const Value& value);
+    [[nodiscard]] static std::optional<Value> decoded(Kind kind, std::string_view bytes);
+
+    void createTables();
+    void forgetArraysIfChangedElsewhere();
+    [[nodiscard]] std::optional<Entry> readEntry(std::string_view key);
+    [[nodiscard]] std::optional<StoredArray> loadArray(std::int64_t entry);
+    [[nodiscard]] bool writeArray(std::string_view key, const Value::Array& array);
+    std::int64_t writeEntry(std::string_view key, Kind kind, std::string_view bytes);
+
+    SQLiteDatabase m_database;
+    std::optional<SQLiteStatement> m_dataVersion;
+    std::optional<SQLiteStatement> m_readEntry;
+    std::optional<SQLiteStatement> m_writeEntry;
+    std::optional<SQLiteStatement> m_removeEntry;
+    std::optional<SQLiteStatement> m_readElements;
+    std::optional<SQLiteStatement> m_insertElement;
+    std::optional<SQLiteStatement> m_removeElements;
+
+    /// Arrays as they stood when the database had the version m_version; trusted only while it has.
+    std::map<std::string, StoredArray, std::less<>> m_arrays;
+    std::int64_t m_version = -1;
+};
+
+} // namespace kova

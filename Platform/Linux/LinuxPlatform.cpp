@@ -1,0 +1,116 @@
+#include "Platform/Linux/LinuxPlatform.h"
+
+#include "Platform/Foundation/Activity.h"
+#include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/Print.h"
+#include "Platform/Libraries/URLSessionCurl.h"
+#include "Platform/Libraries/UserDefaultsSQLite.h"
+#include "Platform/Linux/BundleLinux.h"
+#include "Platform/Linux/ThreadLinux.h"
+
+#include <poll.h>
+#include <pwd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+namespace kova {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool isBundleIdentifier(const std::string& text)
+{
+    constexpr std::size_t longestFileName = 255;
+    return !text.empty() && text.size() <= longestFileName && text.front() != '.'
+        && std::ranges::all_of(text, [](char letter) {
+               return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z')
+                   || (letter >= '0' && letter <= '9') || letter == '.' || letter == '-' || letter == '_';
+           });
+}
+
+fs::path userDataFolder()
+{
+    // The base directory convention says that a relative path is to be ignored.
+    if (const auto* dataHome = std::getenv("XDG_DATA_HOME"); dataHome && fs::path {dataHome}.is_absolute())
+        return dataHome;
+    if (const auto* home = std::getenv("HOME"); home && fs::path {home}.is_absolute())
+        return fs::path {home} / ".local" / "share";
+    const auto* user = getpwuid(geteuid());
+    return fs::path {user ? user->pw_dir : "/"} / ".local" / "share";
+}
+
+// The line goes out in one write; the log's lock keeps lines apart when the system takes it in pieces.
+void writeToStandardOutput(std::string_view line)
+{
+    while (!line.empty()) {
+        const auto written = write(STDOUT_FILENO, line.data(), line.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0 && errno == EAGAIN) {
+            pollfd writable {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+            poll(&writable, 1, -1);
+            continue;
+        }
+        if (written <= 0)
+            return;
+        line.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+} // namespace
+
+LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
+{
+    if (!isBundleIdentifier(options.bundleIdentifier)) {
+        fatalError("LinuxPlatform needs a bundle identifier of letters, digits, \".\", \"-\" and \"_\" (for example "
+                   "\"example.shop\"), not \""
+            + options.bundleIdentifier + "\"");
+    }
+    setThreadHook(&prepareThreadOnLinux);
+    // A sink that is there already is somebody who reads along, a test for example.
+    if (const auto sink = setPrintSink(&writeToStandardOutput))
+        setPrintSink(sink);
+    DispatchQueue::acceptTasks();
+    ServiceAddresses::setCurrent(std::move(options.serviceAddresses));
+
+    const auto folder = (options.dataFolder ? *options.dataFolder : userDataFolder()) / options.bundleIdentifier;
+    m_defaults = std::make_shared<UserDefaultsSQLite>(UserDefaultsSQLite::Options {.folder = fs::absolute(folder)});
+    UserDefaults::setStandard(m_defaults);
+    m_session = std::make_shared<URLSessionCurl>();
+    URLSession::setShared(m_session);
+    Bundle::setMain(std::make_shared<BundleLinux>(options.bundleIdentifier, std::move(options.bundleFolder)));
+
+    if (options.mainLoop == MainLoop::PlatformThread) {
+        m_mainLoop = std::jthread {[](const std::stop_token& stop) {
+            announceThread("main queue");
+            DispatchQueue::runMain(stop);
+        }};
+    }
+}
+
+LinuxPlatform::~LinuxPlatform()
+{
+    // The session goes first: its completions may still store something, and whoever waits for one is released. The
+    // services stay in their slots, closed, so that a straggling thread of the host finds them cancelled and empty
+    // instead of missing.
+    m_session->invalidateAndCancel();
+    if (m_mainLoop.joinable()) {
+        m_mainLoop.request_stop();
+        m_mainLoop.join();
+    }
+    DispatchQueue::shutDownAll();
+    m_defaults->close();
+    ServiceAddresses::setCurrent(ServiceAddresses::builtIn());
+    setThreadHook(nullptr);
+}
+
+bool LinuxPlatform::settle(std::chrono::milliseconds timeout, std::stop_token stop) const
+{
+    return Activity::waitUntilIdle(std::chrono::steady_clock::now() + timeout, std::move(stop));
+}
+
+} // namespace kova

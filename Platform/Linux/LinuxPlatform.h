@@ -1,0 +1,71 @@
+// The SDK's platform on Linux, installed by the host with one object:
+//
+//     int main()
+//     {
+//         kova::LinuxPlatform platform {{.bundleIdentifier = "example.shop"}};
+//         …
+//     }
+//
+// The object brings the services that the SDK stands on (HTTP session, user defaults, main bundle, threads) and ends
+// them in order when it goes: requests in flight complete as cancelled, queue tasks that have not begun are dropped,
+// threads are joined, everything stored is brought to the disk. Nothing of the SDK runs after that, and nothing is
+// lost. Threads: made, used and destroyed by one thread, in the host's main; one object at a time.
+
+#pragma once
+
+#include "Platform/Foundation/ServiceAddresses.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <thread>
+
+namespace kova {
+
+class UserDefaultsSQLite;
+class URLSession;
+
+/// Who runs the main queue, on which the SDK and the vendors deliver changes.
+enum class MainLoop {
+    /// A thread that the platform object owns: for a console host without a loop of its own.
+    PlatformThread,
+    /// The host, with DispatchQueue::runMain() or drainMain(), or a toolkit's loop.
+    Host,
+};
+
+struct LinuxPlatformOptions {
+    /// Names the application and its folder: letters, digits, ".", "-" and "_", not beginning with "." and at most 255
+    /// bytes. Anything else stops the process.
+    std::string bundleIdentifier;
+    /// The folder of the host's resources, "Kova.plist" among them; "Resources" beside the executable when there is
+    /// none.
+    std::optional<std::filesystem::path> bundleFolder {};
+    /// Where applications keep their data; $XDG_DATA_HOME, or ~/.local/share, when there is none. The store lives in
+    /// its subfolder <bundle identifier>, which only the owner can enter.
+    std::optional<std::filesystem::path> dataFolder {};
+    /// Where the web services live: a development host may point them elsewhere.
+    ServiceAddresses serviceAddresses = ServiceAddresses::builtIn();
+    MainLoop mainLoop = MainLoop::PlatformThread;
+};
+
+class LinuxPlatform {
+public:
+    explicit LinuxPlatform(LinuxPlatformOptions options);
+    ~LinuxPlatform();
+    LinuxPlatform(const LinuxPlatform&) = delete;
+    LinuxPlatform& operator=(const LinuxPlatform&) = delete;
+
+    /// Waits until every HTTP task has completed and every queue is idle. False when that takes longer than `timeout`,
+    /// or a stop is requested. With MainLoop::Host another thread must be running the main queue.
+    [[nodiscard]] bool settle(std::chrono::milliseconds timeout, std::stop_token stop = {}) const;
+
+private:
+    std::shared_ptr<UserDefaultsSQLite> m_defaults;
+    std::shared_ptr<URLSession> m_session;
+    std::jthread m_mainLoop;
+};
+
+} // namespace kova
