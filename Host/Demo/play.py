@@ -1,0 +1,97 @@
+#!/usr/bin/env python3
+"""Plays day.jsonl with kova-host against kova-collector, shows what happened, and checks that it all agrees.
+
+usage: play.py BIN_DIR
+"""
+
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+failures = []
+
+
+def check(holds: bool, claim: str) -> None:
+    print(f"  {'ok  ' if holds else 'FAIL'} {claim}")
+    if not holds:
+        failures.append(claim)
+
+
+def title(text: str) -> None:
+    print(f"\n== {text}")
+
+
+def shortened(line: str, width: int = 150) -> str:
+    return line if len(line) <= width else f"{line[:width]}… ({len(line)} characters)"
+
+
+def host(bin_dir: pathlib.Path, folder: pathlib.Path, base: str, script: str, name: str) -> tuple[list[str], list[dict]]:
+    """Runs kova-host over a script; returns its log lines and its answers."""
+    answers = folder / f"{name}.answers"
+    result = subprocess.run(
+        [bin_dir / "kova-host", "--data", folder / "data", "--bundle", HERE.parent / "Resources", "--answers", answers,
+         "--events-url", f"{base}/v2/", "--metrics-url", f"{base}/v2/", "--geotriggers-url", f"{base}/v1/geotriggers/", "-"],
+        input=script, capture_output=True, text=True, timeout=120, check=False)
+    if result.returncode != 0:
+        sys.exit(f"kova-host ended with {result.returncode}: {result.stderr}")
+    return result.stdout.splitlines(), [json.loads(line) for line in answers.read_text(encoding="utf-8").splitlines()]
+
+
+def main() -> int:
+    bin_dir = pathlib.Path(sys.argv[1])
+    script = (HERE / "day.jsonl").read_text(encoding="utf-8")
+    pushed = [command["payload"] for command in map(json.loads, filter(lambda line: line.startswith("{"), script.splitlines()))
+              if command["do"] == "push"]
+
+    with tempfile.TemporaryDirectory(prefix="kova-demo-") as name:
+        folder = pathlib.Path(name)
+        received_log = folder / "received"
+        collector = subprocess.Popen([bin_dir / "kova-collector", "--port", "0", "--log", received_log],
+                                     stdout=subprocess.PIPE, text=True)
+        try:
+            base = collector.stdout.readline().removeprefix("listening on ").strip()
+            title(f"The web service listens on {base}; the host plays {len(pushed)} pushes. Its log:")
+            log, answers = host(bin_dir, folder, base, script, "day")
+            for line in log:
+                print(f"  {shortened(line)}")
+
+            title("The inbox, newest first, as a second process reads it from disk:")
+            _, reread = host(bin_dir, folder, base, '{"do":"inbox"}\n', "reread")
+        finally:
+            collector.terminate()
+            collector.wait(timeout=10)
+        inbox = reread[-1]["inbox"]
+        for record in inbox:
+            read = "read  " if record["read"] else "unread"
+            print(f"  {read} {record.get('notificationID')}  {record.get('title', '(no title)')} | {record.get('body', '(no body)')}")
+
+        requests = [json.loads(line) for line in received_log.read_text(encoding="utf-8").splitlines()]
+        metrics = [json.loads(request["body"]) for request in requests]
+        title("What the web service received:")
+        for request in requests:
+            print(f"  {request['method']} {request['path']} {request['body']}")
+
+        title("Does it agree?")
+        ids = [push.get("custom", push.get("os_data"))["i"] for push in pushed]
+        check([record["notificationID"] for record in inbox] == ids[::-1], f"all {len(ids)} pushes are in the inbox, the newest at index 0")
+        check(answers[-1]["inbox"] == inbox, "both processes read the same inbox")
+        check(answers[-1]["unread"] == len(ids), "none has been read yet")
+        check(sorted(metric["notificationId"] for metric in metrics) == sorted(ids), "one delivery metric arrived for each push")
+        check(all(metric["metric"] == "delivery" for metric in metrics), "each says \"delivery\"")
+        check(sum("playerId" in metric for metric in metrics) == len(ids) - 1, "each but the first carries the player id")
+        check(all(request["headers"].get("Content-Type") == "application/json" for request in requests), "each is JSON")
+        check(sum(line.startswith("Notification from storage :") for line in log) == len(ids), "the log shows the store once for each push")
+        check("NOTIFICATIONS : Action: testaction" in log, "the log shows the pressed button")
+
+    if failures:
+        print(f"\nDEMO FAILED: {len(failures)} of the checks above do not hold")
+        return 1
+    print(f"\nDEMO OK: {len(ids)} pushes delivered, stored, reported and read back by a second process")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,82 @@
+#include "Tests/Host/HostRun.h"
+
+#include "Platform/Foundation/JSONSerialization.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+namespace kova::tests {
+
+namespace {
+
+std::vector<std::string> linesOf(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream {text};
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+} // namespace
+
+std::size_t HostResult::count(std::string_view line) const
+{
+    return static_cast<std::size_t>(std::ranges::count(log, line));
+}
+
+std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& script)
+{
+    Process::Options options {.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host"};
+    options.arguments = {"--data", path() / "data", "--bundle", bundle, "--answers", path() / "answers",
+        "--metrics-url", services + "/v2/", "--events-url", services + "/v2/"};
+    if (script) {
+        std::ofstream {path() / "script"} << *script;
+        options.arguments.push_back(path() / "script");
+    }
+    return std::make_unique<Process>(options);
+}
+
+HostResult HostFolder::finish(Process& host) const
+{
+    HostResult result {.end = host.wait(), .log = linesOf(host.standardOutput()), .errors = host.standardError()};
+    std::ifstream answers {path() / "answers"};
+    for (std::string line; std::getline(answers, line);) {
+        auto answer = JSONSerialization::jsonObject(line);
+        EXPECT_TRUE(answer) << line;
+        result.answers.push_back(answer.value_or(Value {}));
+    }
+    return result;
+}
+
+HostResult HostFolder::run(const std::string& script)
+{
+    const auto host = start(script);
+    return finish(*host);
+}
+
+std::vector<std::string> HostFolder::inboxIds()
+{
+    const auto result = run("{\"do\":\"inbox\"}\n");
+    EXPECT_EQ(result.end, ProcessEnd {.exitStatus = 0}) << result.errors;
+    std::vector<std::string> ids;
+    const auto* inbox = result.answers.empty() ? nullptr : result.answers.back().find<Value::Array>("inbox");
+    for (const auto& record : inbox ? *inbox : Value::Array {})
+        ids.push_back(*record.find<std::string>("notificationID"));
+    return ids;
+}
+
+std::string push(const Value::Dictionary& payload)
+{
+    return std::string {JSONSerialization::data(Value::Dictionary {{"do", "push"}, {"payload", payload}})->text()} + "\n";
+}
+
+std::string pushWithId(const std::string& id)
+{
+    return push({{"custom", Value::Dictionary {{"i", id}}}, {"aps", Value::Dictionary {{"alert", "Olá"}}}});
+}
+
+} // namespace kova::tests

@@ -1,0 +1,72 @@
+#include "Platform/Foundation/Description.h"
+
+#include "Platform/Foundation/Unicode.h"
+
+#include <gtest/gtest.h>
+
+namespace kova {
+namespace {
+
+using std::string_literals::operator""s;
+
+TEST(DescriptionTest, KeepsEveryTextOnOneLine)
+{
+    struct Row {
+        std::string text;
+        const char* bare;
+        const char* quoted;
+    };
+    const Row rows[] {
+        {"plain", "plain", "\"plain\""},
+        {"", "", "\"\""},
+        {"say \"olá\" \\ ☕️", "say \"olá\" \\ ☕️", "\"say \\\"olá\\\" \\\\ ☕️\""},
+        {"a\nNETWORK : forged\r\t", "a\\nNETWORK : forged\\r\\t", "\"a\\nNETWORK : forged\\r\\t\""},
+        {"\0\x1B[31m\x7F"s, "\\0\\u{1B}[31m\\u{7F}", "\"\\0\\u{1B}[31m\\u{7F}\""},
+        {"\u0085\u2028\u2029", "\\u{85}\\u{2028}\\u{2029}", "\"\\u{85}\\u{2028}\\u{2029}\""},
+        {"a\xFF\xC3", "a\uFFFD\uFFFD", "\"a\uFFFD\uFFFD\""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(singleLine(row.text), row.bare);
+        EXPECT_EQ(debugDescription(row.text), row.quoted);
+    }
+    EXPECT_EQ(description(std::optional<std::string> {"a\"b"}), "Optional(\"a\\\"b\")");
+    EXPECT_EQ(description(std::optional<std::string> {}), "nil");
+    EXPECT_EQ(decodedDescription(Data {}), "Optional(\"\")");
+    EXPECT_EQ(decodedDescription(Data {"\xFF"s}), "nil");
+}
+
+TEST(DescriptionTest, ShowsValues)
+{
+    EXPECT_EQ(description(Value {}), "<null>");
+    EXPECT_EQ(description(Value {true}), "true");
+    EXPECT_EQ(description(Value {-5}), "-5");
+    EXPECT_EQ(description(Value {12.5}), "12.5");
+    EXPECT_EQ(description(Value {"a\nb"}), "a\\nb");
+    EXPECT_EQ(description(Value {Data {"abc"s}}), "3 bytes");
+    EXPECT_EQ(description(Value {Value::Dictionary {}}), "[:]");
+    EXPECT_EQ(description(Value {Value::Dictionary {{"k", Value::Array {1, "x\"", Value {}}}}}), "[\"k\": [1, \"x\\\"\", <null>]]");
+    EXPECT_EQ(description(Date {1706702400.75}), "2024-01-31 12:00:00 +0000");
+    EXPECT_EQ(description(Date {-0.5}), "1969-12-31 23:59:59 +0000");
+    EXPECT_EQ(description(Date {1e300}).substr(0, 6), "30489-");
+}
+
+TEST(UnicodeTest, RepairsExactlyWhatIsIllFormed)
+{
+    const std::pair<std::string, const char*> rows[] {
+        {"pão 👩‍👩‍👧", "pão 👩‍👩‍👧"},
+        {"\x80", "\uFFFD"},
+        {"\xC0\xAF", "\uFFFD\uFFFD"}, // overlong
+        {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"}, // a surrogate
+        {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"}, // beyond U+10FFFF
+        {"\xE2\x82x", "\uFFFDx"}, // truncated
+        {"\xF0\x9F\x8E", "\uFFFD"},
+    };
+    for (const auto& [text, repaired] : rows) {
+        EXPECT_EQ(repairedUTF8(text), repaired);
+        EXPECT_EQ(isValidUTF8(text), text == repaired);
+        EXPECT_TRUE(isValidUTF8(repairedUTF8(text)));
+    }
+}
+
+} // namespace
+} // namespace kova

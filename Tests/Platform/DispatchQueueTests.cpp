@@ -1,0 +1,127 @@
+#include "Platform/Foundation/DispatchQueue.h"
+
+#include "Platform/Foundation/Activity.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <semaphore>
+#include <stop_token>
+#include <thread>
+#include <vector>
+
+namespace kova {
+namespace {
+
+[[nodiscard]] bool becomesIdle()
+{
+    return Activity::waitUntilIdle(std::chrono::steady_clock::now() + std::chrono::seconds {10});
+}
+
+struct DispatchQueueTest : testing::Test {
+    void SetUp() override { DispatchQueue::acceptTasks(); }
+    void TearDown() override { DispatchQueue::shutDownAll(); }
+};
+
+TEST_F(DispatchQueueTest, RunsTasksOneByOneInOrder)
+{
+    const auto queue = DispatchQueue::create("a");
+    std::vector<int> order;
+    for (int task = 0; task < 1'000; ++task)
+        queue->async([&order, task] { order.push_back(task); });
+    queue->sync([&] {
+        EXPECT_TRUE(queue->isCurrent());
+        EXPECT_FALSE(DispatchQueue::main().isCurrent());
+    });
+    ASSERT_EQ(order.size(), 1'000U);
+    EXPECT_TRUE(std::ranges::is_sorted(order));
+}
+
+TEST_F(DispatchQueueTest, FinishesItsTasksWhenTheLastReferenceDropsOnItsOwnThread)
+{
+    std::atomic<int> ran = 0;
+    for (int round = 0; round < 200; ++round) {
+        auto queue = DispatchQueue::create("dropped");
+        auto& handle = *queue;
+        handle.async([&ran, queue = std::move(queue)]() mutable {
+            queue->async([&ran] { ++ran; });
+            queue.reset();
+            ++ran;
+        });
+    }
+    ASSERT_TRUE(becomesIdle());
+    EXPECT_EQ(ran, 400);
+}
+
+TEST_F(DispatchQueueTest, ShutDownWaitsForWhatRunsAndDropsTheRest)
+{
+    std::binary_semaphore isRunning {0};
+    std::binary_semaphore mayEnd {0};
+    std::atomic<bool> hasEnded = false;
+    const auto dropped = std::make_shared<int>();
+    const auto queue = DispatchQueue::create("busy");
+    queue->async([&] {
+        isRunning.release();
+        mayEnd.acquire();
+        hasEnded = true;
+    });
+    queue->async([dropped] { ADD_FAILURE() << "ran after the shutdown began"; });
+    DispatchQueue::main().async([dropped] { ADD_FAILURE() << "ran without a loop"; });
+    isRunning.acquire();
+    // A caller that waits for a task is released when the task is dropped.
+    std::jthread waiting {[&] { queue->sync([dropped] { }); }};
+    std::jthread shutDown {[] { DispatchQueue::shutDownAll(); }};
+    // The shutdown has begun once it refuses tasks; probes that it still takes are dropped with the others.
+    std::weak_ptr<int> probe;
+    do {
+        auto alive = std::make_shared<int>();
+        probe = alive;
+        queue->async([alive = std::move(alive)] { });
+    } while (!probe.expired());
+    mayEnd.release();
+    shutDown.join();
+    waiting.join();
+    EXPECT_TRUE(hasEnded);
+    EXPECT_EQ(dropped.use_count(), 1);
+    EXPECT_TRUE(becomesIdle());
+
+    // A queue that outlives a shutdown works again afterwards.
+    DispatchQueue::acceptTasks();
+    bool ran = false;
+    queue->sync([&ran] { ran = true; });
+    EXPECT_TRUE(ran);
+}
+
+TEST_F(DispatchQueueTest, MainQueueRunsWhereTheHostRunsIt)
+{
+    int woken = 0;
+    DispatchQueue::setMainLoopWaker([&woken] { ++woken; });
+    std::vector<int> order;
+    DispatchQueue::main().async([&] {
+        EXPECT_TRUE(DispatchQueue::main().isCurrent());
+        order.push_back(1);
+        DispatchQueue::main().async([&] { order.push_back(2); });
+    });
+    EXPECT_TRUE(order.empty());
+    DispatchQueue::drainMain();
+    EXPECT_EQ(order, (std::vector {1, 2}));
+    EXPECT_EQ(woken, 2);
+    DispatchQueue::setMainLoopWaker(nullptr);
+
+    std::stop_source stop;
+    std::jthread loop {[&stop] { DispatchQueue::runMain(stop.get_token()); }};
+    DispatchQueue::main().sync([&] { order.push_back(3); });
+    EXPECT_EQ(order.back(), 3);
+    stop.request_stop();
+}
+
+TEST_F(DispatchQueueTest, WaitingForOneselfIsSaid)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto queue = DispatchQueue::create("self");
+    EXPECT_EXIT(queue->sync([&queue] { queue->sync([] { }); }), testing::KilledBySignal(SIGABRT), "wait for ever");
+}
+
+} // namespace
+} // namespace kova

@@ -1,0 +1,291 @@
+#include "Platform/Libraries/UserDefaultsSQLite.h"
+
+#include "Platform/Libraries/SQLiteDatabase.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace kova {
+namespace {
+
+namespace fs = std::filesystem;
+using Dictionary = Value::Dictionary;
+using std::string_literals::operator""s;
+
+struct UserDefaultsTest : testing::Test {
+    tests::TemporaryFolder temporary;
+    fs::path folder = temporary.path() / "deep" / "store";
+    std::unique_ptr<UserDefaultsSQLite> defaults = opened();
+
+    [[nodiscard]] std::unique_ptr<UserDefaultsSQLite> opened() const
+    {
+        return std::make_unique<UserDefaultsSQLite>(UserDefaultsSQLite::Options {.folder = folder});
+    }
+    void reopen()
+    {
+        defaults.reset();
+        defaults = opened();
+    }
+    [[nodiscard]] std::vector<std::string> filesNamed(std::string_view part) const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator {folder}) {
+            if (entry.path().filename().string().find(part) != std::string::npos)
+                names.push_back(entry.path().filename());
+        }
+        std::ranges::sort(names);
+        return names;
+    }
+};
+
+Value body(int number)
+{
+    return Data {"body " + std::to_string(number)};
+}
+
+Value::Array bodies(int first, int last)
+{
+    Value::Array list;
+    for (int number = first; number <= last; ++number)
+        list.append(body(number));
+    return list;
+}
+
+TEST_F(UserDefaultsTest, KeepsEveryKindOfValueAcrossOpenings)
+{
+    const std::pair<const char*, Value> rows[] {
+        {"bool", true},
+        {"integer", std::numeric_limits<std::int64_t>::min()},
+        {"double", 0.1},
+        {"text", "pão ☕️\0"s},
+        {"empty data", Data {}},
+        {"data", Data {"\0\xFF bytes"s}},
+        {"date", Date {1e9}},
+        {"empty array", Value::Array {}},
+        {"array", Value::Array {1, "a", Data {"b"s}, Value::Array {}, Dictionary {{"k", Value::Array {2}}}}},
+        {"dictionary", Dictionary {{"a", Dictionary {{"b", Date {0}}}}}},
+    };
+    for (const auto& [key, value] : rows)
+        defaults->setObject(key, value);
+    for (int round = 0; round < 2; ++round) {
+        for (const auto& [key, value] : rows)
+            EXPECT_EQ(defaults->object(key), value) << key;
+        reopen();
+    }
+    EXPECT_EQ(defaults->object("none"), std::nullopt);
+    for (const auto& [key, value] : rows) {
+        defaults->setObject(key, std::nullopt);
+        EXPECT_EQ(defaults->object(key), std::nullopt) << key;
+    }
+}
+
+TEST_F(UserDefaultsTest, IsPrivateToItsOwner)
+{
+    defaults->setObject("a", 1);
+    EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(folder.parent_path()).permissions(), fs::perms::owner_all);
+    for (const auto& name : filesNamed("defaults.sqlite"))
+        EXPECT_EQ(fs::status(folder / name).permissions(), fs::perms::owner_read | fs::perms::owner_write) << name;
+}
+
+TEST_F(UserDefaultsTest, LeavesAKeyAloneThatIsGivenNoPropertyList)
+{
+    defaults->setObject("list", bodies(1, 3));
+    defaults->setObject("one", 1);
+    auto list = bodies(1, 3);
+    list.append(Value {});
+    defaults->setObject("list", list);
+    defaults->setObject("one", "\xFF"s);
+    EXPECT_EQ(defaults->object("list"), Value {bodies(1, 3)});
+    EXPECT_EQ(defaults->object("one"), Value {1});
+}
+
+// Every way in which a list may differ from the stored one, checked against a second connection that reads the rows afresh.
+TEST_F(UserDefaultsTest, WritesAnyChangeOfAnArray)
+{
+    std::mt19937 random {11};
+    std::vector<Value> model;
+    for (int step = 0; step < 600; ++step) {
+        auto list = defaults->object("list").value_or(Value::Array {});
+        auto changed = *list.as<Value::Array>();
+        const auto change = random() % 6;
+        if (change <= 2) {
+            changed.append(body(static_cast<int>(random() % 5)));
+        } else if (change == 3) {
+            changed.removeFirst(random() % 3);
+        } else {
+            std::vector<Value> elements {changed.begin(), changed.end()};
+            if (change == 4 && !elements.empty())
+                elements.erase(elements.begin() + static_cast<std::ptrdiff_t>(random() % elements.size()));
+            else
+                elements.insert(elements.begin() + static_cast<std::ptrdiff_t>(random() % (elements.size() + 1)), body(step));
+            changed = Value::Array {std::move(elements)};
+        }
+        model.assign(changed.begin(), changed.end());
+        defaults->setObject("list", changed);
+        if (step % 20 == 0) {
+            const auto fresh = opened()->object("list");
+            ASSERT_TRUE(fresh);
+            ASSERT_EQ(*fresh, Value {Value::Array {model}}) << "step " << step;
+        }
+    }
+    EXPECT_EQ(defaults->object("list"), Value {Value::Array {model}});
+}
+
+TEST_F(UserDefaultsTest, SeesWhatAnotherConnectionHasWritten)
+{
+    const auto other = opened();
+    defaults->setObject("list", bodies(1, 200));
+    EXPECT_EQ(other->object("list"), Value {bodies(1, 200)});
+    auto appended = *other->object("list")->as<Value::Array>();
+    appended.append(body(201));
+    appended.removeFirst(2);
+    other->setObject("list", appended);
+    EXPECT_EQ(defaults->object("list"), Value {bodies(3, 201)});
+
+    // Written from an outdated reading: the update between is lost, but the list is whole.
+    auto outdated = *defaults->object("list")->as<Value::Array>();
+    other->setObject("list", bodies(50, 60));
+    outdated.append(body(202));
+    defaults->setObject("list", outdated);
+    EXPECT_EQ(other->object("list"), Value {bodies(3, 202)});
+    defaults->setObject("list", "no list any more");
+    other->setObject("list", bodies(1, 2));
+    EXPECT_EQ(defaults->object("list"), Value {bodies(1, 2)});
+}
+
+TEST_F(UserDefaultsTest, TwoProcessesAndManyThreadsTearNothing)
+{
+    defaults.reset();
+    constexpr int rounds = 150;
+    const auto writeOwnList = [&](UserDefaultsSQLite& store, const std::string& key) {
+        for (int number = 0; number < rounds; ++number) {
+            auto list = store.object(key).value_or(Value::Array {});
+            auto array = *list.as<Value::Array>();
+            array.append(body(number));
+            store.setObject(key, array);
+            store.setObject("shared", bodies(number, number + 5));
+        }
+    };
+    const auto child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        {
+            UserDefaultsSQLite store {{.folder = folder}};
+            writeOwnList(store, "child");
+        }
+        _exit(0);
+    }
+    defaults = opened();
+    {
+        std::jthread first {[&] { writeOwnList(*defaults, "first"); }};
+        std::jthread second {[&] { writeOwnList(*defaults, "second"); }};
+        for (int read = 0; read < rounds; ++read) {
+            const auto shared = defaults->object("shared");
+            if (shared) {
+                const auto* array = shared->as<Value::Array>();
+                ASSERT_TRUE(array && array->size() == 6U);
+            }
+        }
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    for (const auto* key : {"child", "first", "second"})
+        EXPECT_EQ(defaults->object(key), Value {bodies(0, rounds - 1)}) << key;
+}
+
+TEST_F(UserDefaultsTest, SetsADamagedDatabaseAsideAndBeginsAFreshOne)
+{
+    const std::pair<const char*, void (*)(const fs::path&)> rows[] {
+        {"no database", [](const fs::path& file) { std::ofstream {file} << std::string(8'192, 'x'); }},
+        {"cut in the middle", [](const fs::path& file) { fs::resize_file(file, 4'096 + 100); }},
+        {"pages overwritten", [](const fs::path& file) {
+             std::fstream stream {file, std::ios::in | std::ios::out | std::ios::binary};
+             stream.seekp(4'096);
+             stream << std::string(fs::file_size(file) - 4'096, '\xA5');
+         }},
+    };
+    for (const auto& [name, damage] : rows) {
+        defaults->setObject("list", bodies(1, 2'000));
+        defaults.reset();
+        damage(folder / "defaults.sqlite");
+        std::ofstream {folder / "defaults.sqlite-wal"} << "left behind";
+        testing::internal::CaptureStderr();
+        defaults = opened();
+        EXPECT_EQ(defaults->object("list"), std::nullopt) << name;
+        defaults->setObject("list", bodies(1, 3));
+        reopen();
+        EXPECT_EQ(defaults->object("list"), Value {bodies(1, 3)}) << name;
+        const auto said = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::ranges::count(said, '\n'), 1) << name << ": " << said;
+        EXPECT_NE(said.find("damaged"), std::string::npos) << said;
+    }
+    // Three rounds within one second still leave three files, each with the log that stood beside it.
+    EXPECT_EQ(filesNamed("damaged").size(), 6U);
+}
+
+TEST_F(UserDefaultsTest, DamageFoundUnderWayIsSetAsideToo)
+{
+    defaults->setObject("list", bodies(1, 2'000));
+    defaults->synchronize();
+    reopen();
+    {
+        std::fstream stream {folder / "defaults.sqlite", std::ios::in | std::ios::out | std::ios::binary};
+        const auto size = fs::file_size(folder / "defaults.sqlite");
+        stream.seekp(static_cast<std::streamoff>(size / 2));
+        stream << std::string(size / 4, '\xA5');
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(defaults->object("list"), std::nullopt);
+    defaults->setObject("list", bodies(1, 3));
+    EXPECT_EQ(defaults->object("list"), Value {bodies(1, 3)});
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("damaged"), std::string::npos);
+    EXPECT_FALSE(filesNamed("damaged").empty());
+}
+
+TEST_F(UserDefaultsTest, WorksInMemoryWhereThereIsNoFolder)
+{
+    std::ofstream {temporary.path() / "file"} << "not a folder";
+    testing::internal::CaptureStderr();
+    UserDefaultsSQLite store {{.folder = temporary.path() / "file" / "store"}};
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be opened"), std::string::npos);
+    store.setObject("list", bodies(1, 3));
+    EXPECT_EQ(store.object("list"), Value {bodies(1, 3)});
+}
+
+TEST_F(UserDefaultsTest, ABusyStoreIsWaitedForWithABound)
+{
+    defaults->setObject("a", 1);
+    SQLiteDatabase holder {folder / "defaults.sqlite", std::chrono::seconds {5}};
+    holder.execute("BEGIN IMMEDIATE");
+    UserDefaultsSQLite impatient {{.folder = folder, .busyTimeout = std::chrono::milliseconds {50}}};
+    testing::internal::CaptureStderr();
+    impatient.setObject("a", 2);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be written"), std::string::npos);
+    EXPECT_EQ(impatient.object("a"), Value {1}) << "readers do not wait";
+    holder.execute("ROLLBACK");
+    impatient.setObject("a", 3);
+    EXPECT_EQ(defaults->object("a"), Value {3});
+}
+
+TEST_F(UserDefaultsTest, AClosedStoreIsEmptyAndSilent)
+{
+    defaults->setObject("a", 1);
+    defaults->close();
+    EXPECT_EQ(defaults->object("a"), std::nullopt);
+    defaults->setObject("a", 2);
+    defaults->synchronize();
+    reopen();
+    EXPECT_EQ(defaults->object("a"), Value {1});
+}
+
+} // namespace
+} // namespace kova

@@ -1,0 +1,34 @@
+// A platform for one test: a fresh folder, the log captured, and a vendor that records.
+
+#pragma once
+
+#include "Platform/Linux/LinuxPlatform.h"
+#include "Tests/Support/PrintCapture.h"
+#include "Tests/Support/RecordingOneSignal.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+#include <memory>
+#include <string_view>
+
+namespace kova::tests {
+
+class TestPlatform {
+public:
+    explicit TestPlatform(std::string metricsURL = "http://127.0.0.1:9/v2/");
+    ~TestPlatform();
+    TestPlatform(const TestPlatform&) = delete;
+    TestPlatform& operator=(const TestPlatform&) = delete;
+
+    /// Puts a file into the host's bundle.
+    void addResource(const std::string& name, std::string_view bytes) const;
+
+    /// The log lines once everything is quiet; waits ten seconds at most.
+    [[nodiscard]] std::vector<std::string> settledLines() const;
+
+    TemporaryFolder folder;
+    PrintCapture log;
+    std::shared_ptr<RecordingOneSignal> vendor = std::make_shared<RecordingOneSignal>();
+    LinuxPlatform platform;
+};
+
+} // namespace kova::tests
