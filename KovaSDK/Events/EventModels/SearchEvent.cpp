@@ -1,0 +1,10 @@
+#include "KovaSDK/Events/EventModels/SearchEvent.h"
+
+namespace kova {
+
+void SearchEvent::start(const std::string& with)
+{
+    addAttribute("keywords", with);
+}
+
+} // namespace kova
