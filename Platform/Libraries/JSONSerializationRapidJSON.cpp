@@ -5,12 +5,50 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
+#include <algorithm>
+#include <charconv>
 #include <limits>
+#include <optional>
 #include <vector>
 
 namespace kova {
 
 namespace {
+
+/// Whether a number is below one. `text` is a JSON number other than zero.
+bool isBelowOne(std::string_view text)
+{
+    const auto mark = text.find_first_of("eE");
+    const auto digits = text.substr(0, mark);
+    int exponent = 0;
+    if (mark != std::string_view::npos) {
+        auto tail = text.substr(mark + 1);
+        if (tail.starts_with('+'))
+            tail.remove_prefix(1);
+        if (std::from_chars(tail.begin(), tail.end(), exponent).ec != std::errc {})
+            return tail.starts_with('-');
+    }
+    const auto point = static_cast<std::ptrdiff_t>(std::min(digits.find('.'), digits.size()));
+    const auto leading = static_cast<std::ptrdiff_t>(digits.find_first_of("123456789"));
+    return point - leading + exponent <= 0;
+}
+
+/// The value of a JSON number; none when it is too large for a double. The library's own conversion is not used: beyond
+/// the smallest and largest doubles it reads outside its table of powers and returns garbage.
+std::optional<Value> parsedNumber(std::string_view text)
+{
+    if (text.find_first_of(".eE") == std::string_view::npos) {
+        std::int64_t whole = 0;
+        if (std::from_chars(text.begin(), text.end(), whole).ec == std::errc {})
+            return whole;
+    }
+    double number = 0;
+    if (std::from_chars(text.begin(), text.end(), number).ec == std::errc {})
+        return number;
+    if (isBelowOne(text))
+        return 0.0;
+    return std::nullopt;
+}
 
 /// Receives the reader's events and puts the value together. A callback returns false to stop the reader.
 ///
@@ -20,16 +58,11 @@ class ValueBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Valu
 public:
     bool Null() { return add(Value {}); }
     bool Bool(bool value) { return add(value); }
-    bool Int(int value) { return add(value); }
-    bool Uint(unsigned value) { return add(value); }
-    bool Int64(std::int64_t value) { return add(value); }
-    bool Uint64(std::uint64_t value)
+    bool RawNumber(const char* text, rapidjson::SizeType length, bool)
     {
-        if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
-            return add(value);
-        return add(static_cast<double>(value));
+        auto number = parsedNumber({text, length});
+        return number && add(*std::move(number));
     }
-    bool Double(double value) { return add(value); }
     bool String(const char* text, rapidjson::SizeType length, bool)
     {
         return isValidUTF8({text, length}) && add(std::string {text, length});
@@ -110,9 +143,8 @@ std::expected<Value, std::error_code> JSONSerialization::jsonObject(std::string_
     if (text.size() > std::numeric_limits<rapidjson::SizeType>::max())
         return std::unexpected {make_error_code(JSONError::malformed)};
 
-    // Iterative, because the recursive way overflows the stack; full precision, because the fast way gets the last
-    // digit of many doubles wrong.
-    constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
+    // Iterative, because the recursive way overflows the stack.
+    constexpr unsigned flags = rapidjson::kParseIterativeFlag | rapidjson::kParseNumbersAsStringsFlag;
     rapidjson::MemoryStream stream {text.data(), text.size()};
     rapidjson::Reader reader;
     ValueBuilder builder;
