@@ -91,7 +91,7 @@ TEST(KovaNotifyTest, StoresReportsAndAnnouncesWhatIsReceived)
 {
     LoopbackServer server;
     server.setDefault(Reply::status(500, "não \"agora\""));
-    const TestPlatform platform {server.url("/v2/")};
+    const TestPlatform platform {server.url("/v2/").absoluteString()};
     KovaNotify::initWithCallbacks(std::nullopt);
     platform.vendor->subscribe("player");
 
