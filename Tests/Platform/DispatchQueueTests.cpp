@@ -1,6 +1,5 @@
-#include "Platform/Foundation/DispatchQueue.h"
-
 #include "Platform/Foundation/Activity.h"
+#include "Platform/Foundation/DispatchQueue.h"
 
 #include <gtest/gtest.h>
 
