@@ -1,5 +1,7 @@
 #include "Platform/Foundation/Unicode.h"
 
+#include <cstring>
+
 namespace kova {
 
 namespace {
@@ -7,6 +9,20 @@ namespace {
 std::uint8_t byteAt(std::string_view text, std::size_t index)
 {
     return static_cast<std::uint8_t>(text[index]);
+}
+
+/// How many leading bytes are ASCII, eight at a time: most text is nothing else, and all of it is checked.
+std::size_t asciiPrefix(std::string_view text)
+{
+    std::size_t length = 0;
+    for (std::uint64_t word = 0; text.size() - length >= sizeof word; length += sizeof word) {
+        std::memcpy(&word, text.data() + length, sizeof word);
+        if ((word & 0x8080808080808080U) != 0)
+            break;
+    }
+    while (length < text.size() && byteAt(text, length) < 0x80)
+        ++length;
+    return length;
 }
 
 } // namespace
@@ -53,13 +69,15 @@ DecodedCodePoint decodeCodePoint(std::string_view text)
 
 bool isValidUTF8(std::string_view text)
 {
-    while (!text.empty()) {
+    while (true) {
+        text.remove_prefix(asciiPrefix(text));
+        if (text.empty())
+            return true;
         const auto decoded = decodeCodePoint(text);
         if (!decoded.valid)
             return false;
         text.remove_prefix(decoded.length);
     }
-    return true;
 }
 
 std::string repairedUTF8(std::string_view text)

@@ -137,6 +137,13 @@ std::int64_t SQLiteDatabase::lastInsertedRow() const
     return sqlite3_last_insert_rowid(m_database.get());
 }
 
+void SQLiteDatabase::keepLogOnClose(bool keeps)
+{
+    int flag = keeps ? 1 : 0;
+    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_PERSIST_WAL, &flag);
+    sqlite3_db_config(m_database.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, flag, nullptr);
+}
+
 void SQLiteDatabase::checkpoint()
 {
     const int code = sqlite3_wal_checkpoint_v2(m_database.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);

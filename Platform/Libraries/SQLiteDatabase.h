@@ -82,6 +82,10 @@ public:
     /// The key of the row inserted last.
     [[nodiscard]] std::int64_t lastInsertedRow() const;
 
+    /// Whether closing leaves the write-ahead log and its index beside the file, as evidence of damage, or folds the
+    /// log in and deletes both, as it does at first.
+    void keepLogOnClose(bool keeps);
+
     /// Moves the write-ahead log into the file as far as readers allow, after bringing the log to the disk. Writers are
     /// not held up.
     void checkpoint();

@@ -16,6 +16,8 @@ struct StoredValues::EncodedRow {
 StoredValues::StoredValues(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout)
     : m_database(file, busyTimeout)
 {
+    // Should the file turn out to be damaged, its log must not be deleted by the failure.
+    m_database.keepLogOnClose(true);
     m_database.execute("PRAGMA journal_mode = WAL");
     m_database.execute("PRAGMA synchronous = NORMAL");
     createTables();
@@ -29,6 +31,7 @@ StoredValues::StoredValues(const std::filesystem::path& file, std::chrono::milli
     m_removeElements = m_database.prepare("DELETE FROM element WHERE entry = ?1 AND position >= ?2 AND position < ?3");
     // Touches every entry, so that most damage shows when the store is opened and not in the middle of the day.
     m_database.execute("SELECT id, key, kind FROM entry");
+    m_database.keepLogOnClose(false);
 }
 
 void StoredValues::createTables()

@@ -29,7 +29,8 @@ public:
 
     void remove(std::string_view key);
 
-    void checkpoint() { m_database.checkpoint(); }
+    /// To be called before a damaged file is let go of: the log beside it stays as it is.
+    void leaveLogBehind() { m_database.keepLogOnClose(true); }
 
 private:
     /// How a row's bytes are to be read. Stored: the numbers are for ever.

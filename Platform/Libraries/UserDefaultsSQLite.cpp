@@ -139,6 +139,7 @@ template <typename Result, typename Operation> Result UserDefaultsSQLite::perfor
             if (!failure.isDamage() || m_isInMemory)
                 throw;
             const OpeningLock opening {m_options.folder / "defaults.lock", m_options.busyTimeout};
+            m_store->leaveLogBehind();
             m_store.reset();
             try {
                 // Another process may have set the damaged file aside already.

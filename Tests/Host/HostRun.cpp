@@ -71,7 +71,8 @@ std::vector<std::string> HostFolder::inboxIds()
 
 std::string push(const Value::Dictionary& payload)
 {
-    return std::string {JSONSerialization::data(Value::Dictionary {{"do", "push"}, {"payload", payload}})->text()} + "\n";
+    return std::string {JSONSerialization::data(Value::Dictionary {{"do", "push"}, {"payload", payload}})->text()}
+    + "\n";
 }
 
 std::string pushWithId(const std::string& id)

@@ -15,11 +15,11 @@
 namespace kova::tests {
 
 struct HostResult {
-    std::optional<ProcessEnd> end;
+    std::optional<ProcessEnd> end {};
     /// Standard output, line by line.
-    std::vector<std::string> log;
-    std::string errors;
-    std::vector<Value> answers;
+    std::vector<std::string> log {};
+    std::string errors {};
+    std::vector<Value> answers {};
 
     [[nodiscard]] std::size_t count(std::string_view line) const;
 };

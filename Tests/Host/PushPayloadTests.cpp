@@ -1,5 +1,4 @@
 #include "Host/PushPayload.h"
-
 #include "KovaSDK/Push/PushModel/KovaNotification.h"
 #include "Platform/Foundation/JSONSerialization.h"
 #include "Platform/Foundation/Unicode.h"
@@ -62,13 +61,16 @@ TEST(PushPayloadTest, EveryPayloadBecomesItsRecord)
         EXPECT_FALSE(record.read) << row.name;
         EXPECT_EQ(decoded->additionalData.has_value(), row.hasAdditionalData) << row.name;
     }
-    EXPECT_EQ(decodedPayload(payload("long-text"))->body->size(), payload("long-text").at("aps").find("alert")->find<std::string>("body")->size());
+    EXPECT_EQ(decodedPayload(payload("long-text"))->body->size(),
+        payload("long-text").at("aps").find("alert")->find<std::string>("body")->size());
 }
 
 TEST(PushPayloadTest, OnlyWhatTheVendorKnowsAsItsOwnIsDecoded)
 {
-    const auto decoded = [](const char* json) { return decodedPayload(*JSONSerialization::jsonObject(json)->as<Dictionary>()); };
-    for (const auto* foreign : {"{}", R"({"aps":{"alert":"a"}})", R"({"custom":{"i":5}})", R"({"custom":"i"})", R"({"i":"a"})"})
+    const auto decoded
+        = [](const char* json) { return decodedPayload(*JSONSerialization::jsonObject(json)->as<Dictionary>()); };
+    for (const auto* foreign :
+        {"{}", R"({"aps":{"alert":"a"}})", R"({"custom":{"i":5}})", R"({"custom":"i"})", R"({"i":"a"})"})
         EXPECT_FALSE(decoded(foreign)) << foreign;
 
     const auto newShape = decoded(R"({"os_data":{"i":"a","u":"x://y"},"aps":{"alert":7},"k":1,"custom":{}})");
@@ -95,7 +97,8 @@ TEST(PushPayloadTest, StringifiesLikeTheVendor)
             Dictionary {{"id", "testaction"}, {"text", "testaction"}}}}));
     EXPECT_EQ(*described->find<std::string>("notificationID"), "8c67ea65-eb65-4d1b-97e4-0c5dd258bec3");
 
-    const auto tapped = JSONSerialization::jsonObject(*stringifiedResult(*decodedPayload(payload("malformed-button")), {}));
+    const auto tapped
+        = JSONSerialization::jsonObject(*stringifiedResult(*decodedPayload(payload("malformed-button")), {}));
     EXPECT_EQ(*tapped->find("action"), Value {Dictionary {}});
     EXPECT_EQ(*tapped->find("notification")->find("payload")->find("actionButtons"), Value {Value::Array {}});
 }

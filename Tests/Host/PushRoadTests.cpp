@@ -67,7 +67,9 @@ TEST(PushRoadTest, EveryPayloadIsStoredReportedAndReadBack)
         EXPECT_EQ(lines[0], "Notification received: : Optional(<OSNotification: " + ids[index] + ">)");
         EXPECT_EQ(lines[1], "NOTIFICATIONS : Received Notification ID: Optional(\"" + ids[index] + "\")");
         EXPECT_EQ(lines[2], "Callbacking push metrics");
-        const std::string beginning = "Notification from storage : [KovaSDK.KovaNotification(notificationID: Optional(\"" + ids[index] + "\"), ";
+        const std::string beginning
+            = "Notification from storage : [KovaSDK.KovaNotification(notificationID: Optional(\"" + ids[index]
+            + "\"), ";
         EXPECT_EQ(lines[3].substr(0, beginning.size()), beginning);
         EXPECT_TRUE(lines[3].ends_with(stored + "]")) << "the earlier records follow, unchanged";
         stored = lines[3].substr(std::string {"Notification from storage : ["}.size());
@@ -151,9 +153,8 @@ TEST(PushRoadTest, APushThatWasLoggedSurvivesAKill)
             ASSERT_TRUE(host->waitForOutputLine("Notification from storage :"));
         host->signal(SIGKILL);
         const auto result = folder.finish(*host);
-        const auto acknowledged = static_cast<std::size_t>(std::ranges::count_if(result.log, [](const auto& line) {
-            return line.starts_with("Notification from storage :");
-        }));
+        const auto acknowledged = static_cast<std::size_t>(std::ranges::count_if(
+            result.log, [](const auto& line) { return line.starts_with("Notification from storage :"); }));
         const auto ids = folder.inboxIds();
         // A last line that the kill cut short counts as not written, so the store may be one ahead.
         ASSERT_GE(ids.size() + 1, acknowledged);
@@ -196,7 +197,8 @@ TEST(PushRoadTest, PythonReadsTheInboxAndWritesOneThatIsReadBack)
         return std::string {"{\"do\":\""} + name + R"(","key":"kova_notification","file":")" + file + "\"}\n";
     };
     const auto python = [&](const std::string& program) {
-        Process process {{.executable = "/usr/bin/python3", .arguments = {"-c", "import plistlib\nfile = '" + file + "'\n" + program}}};
+        Process process {{.executable = "/usr/bin/python3",
+            .arguments = {"-c", "import plistlib\nfile = '" + file + "'\n" + program}}};
         EXPECT_EQ(process.wait(), success) << process.standardError();
         return process.standardOutput();
     };
@@ -204,12 +206,15 @@ TEST(PushRoadTest, PythonReadsTheInboxAndWritesOneThatIsReadBack)
     EXPECT_EQ(python("data = open(file, 'rb').read()\n"
                      "assert data.startswith(b'bplist00')\n"
                      "print([sorted(record.items()) for record in plistlib.loads(data)])"),
-        "[[('att', ''), ('body', 'Olá'), ('launchURL', ''), ('notificationID', 'b'), ('read', False), ('subtitle', '')], "
-        "[('att', ''), ('body', 'Olá'), ('launchURL', ''), ('notificationID', 'pão ☕️'), ('read', False), ('subtitle', '')]]\n");
+        "[[('att', ''), ('body', 'Olá'), ('launchURL', ''), ('notificationID', 'b'), ('read', False), ('subtitle', "
+        "'')], "
+        "[('att', ''), ('body', 'Olá'), ('launchURL', ''), ('notificationID', 'pão ☕️'), ('read', False), ('subtitle', "
+        "'')]]\n");
 
     for (const auto* format : {"FMT_BINARY", "FMT_XML"}) {
         python(std::string {"record = {'notificationID': 'é 🎉', 'title': 't' * 40, 'read': True}\n"
-                            "plistlib.dump([record, {'notificationID': 'z', 'read': False}, record], open(file, 'wb'), fmt=plistlib."}
+                            "plistlib.dump([record, {'notificationID': 'z', 'read': False}, record], open(file, 'wb'), "
+                            "fmt=plistlib."}
             + format + ")");
         const auto result = folder.run(command("defaults-set") + inbox);
         ASSERT_EQ(result.end, success) << result.errors;
@@ -229,9 +234,8 @@ TEST(PushRoadTest, ADamagedStoreIsSetAsideAndTheHostGoesOn)
     EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
     EXPECT_NE(result.errors.find("damaged"), std::string::npos) << result.errors;
     EXPECT_THAT(folder.inboxIds(), ElementsAre("b"));
-    const auto aside = std::ranges::count_if(std::filesystem::directory_iterator {store}, [](const auto& entry) {
-        return entry.path().filename().string().starts_with("defaults.sqlite.damaged-");
-    });
+    const auto aside = std::ranges::count_if(std::filesystem::directory_iterator {store},
+        [](const auto& entry) { return entry.path().filename().string().starts_with("defaults.sqlite.damaged-"); });
     EXPECT_GE(aside, 1);
 }
 

@@ -46,10 +46,11 @@ TEST(ScriptTest, AnswersEveryCommand)
         ElementsAre(Dictionary {{"config",
                         Dictionary {{"geoID", "demo-geofencing-token"}, {"audienceID", "demo-audience"},
                             {"notificationID", "0b1e5a52-demo-push-application"}, {"apiKey", "demo-api-key"}}}},
-            playerId({}), playerId("pão"), playerId({}), tags({{"a", "1"}}), tags({{"a", Value {}}}), tags({{"a", Value {}}}),
-            Dictionary {{"prompt", true}}, Dictionary {{"prompt", false}},
+            playerId({}), playerId("pão"), playerId({}), tags({{"a", "1"}}), tags({{"a", Value {}}}),
+            tags({{"a", Value {}}}), Dictionary {{"prompt", true}}, Dictionary {{"prompt", false}},
             Dictionary {{"extension",
-                Dictionary {{"title", "T"}, {"subtitle", ""}, {"body", ""}, {"attachments", Value::Array {"http://a/b.jpg"}}}}},
+                Dictionary {
+                    {"title", "T"}, {"subtitle", ""}, {"body", ""}, {"attachments", Value::Array {"http://a/b.jpg"}}}}},
             Dictionary {{"inbox", Value::Array {}}, {"unread", 0}},
             Dictionary {{"defaults-get", "kova_notification"}, {"bytes", Value {}}}));
 }
@@ -123,7 +124,8 @@ TEST(ScriptTest, TextThatIsNotUTF8IsRepairedAndLosesNothing)
 {
     HostFolder folder;
     const auto result = folder.run("{\"do\":\"start\"}\n" + pushWithId("a")
-        + "{\"do\":\"push\",\"payload\":{\"custom\":{\"i\":\"b\"},\"aps\":{\"alert\":\"\xFF\\ud83c\"}}}\n{\"do\":\"inbox\"}\n");
+        + "{\"do\":\"push\",\"payload\":{\"custom\":{\"i\":\"b\"},\"aps\":{\"alert\":\"\xFF\\ud83c\"}}}\n{\"do\":"
+          "\"inbox\"}\n");
     EXPECT_EQ(result.end, success) << result.errors;
     const auto* inbox = result.answers.back().find<Value::Array>("inbox");
     ASSERT_TRUE(inbox);
@@ -133,10 +135,10 @@ TEST(ScriptTest, TextThatIsNotUTF8IsRepairedAndLosesNothing)
 
 TEST(ScriptTest, TheCommandLineIsChecked)
 {
-    const std::vector<std::vector<std::string>> rows {
-        {}, {"--data", "a"}, {"--data"}, {"--data", "a", "--bundle", "b", "--wings", "c"},
-        {"--data", "a", "--bundle", "b", "--network", "paper"}, {"--data", "a", "--bundle", "b", "one", "two"},
-        {"--data", "a", "--bundle", "b", "/nowhere/at/all"}, {"--data", "a", "--bundle", "b", "--answers", "/nowhere/at/all"}};
+    const std::vector<std::vector<std::string>> rows {{}, {"--data", "a"}, {"--data"},
+        {"--data", "a", "--bundle", "b", "--wings", "c"}, {"--data", "a", "--bundle", "b", "--network", "paper"},
+        {"--data", "a", "--bundle", "b", "one", "two"}, {"--data", "a", "--bundle", "b", "/nowhere/at/all"},
+        {"--data", "a", "--bundle", "b", "--answers", "/nowhere/at/all"}};
     for (const auto& arguments : rows) {
         Process host {{.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host", .arguments = arguments}};
         EXPECT_EQ(host.wait(), (ProcessEnd {.exitStatus = 2})) << testing::PrintToString(arguments);
@@ -144,8 +146,8 @@ TEST(ScriptTest, TheCommandLineIsChecked)
     }
     Process help {{.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host", .arguments = {"--help"}}};
     EXPECT_EQ(help.wait(), success);
-    for (const auto* command : {"start", "push", "open", "prompt", "tag", "player-id", "subscribe", "extension", "inbox", "settle",
-             "config", "defaults-get", "defaults-set"})
+    for (const auto* command : {"start", "push", "open", "prompt", "tag", "player-id", "subscribe", "extension",
+             "inbox", "settle", "config", "defaults-get", "defaults-set"})
         EXPECT_NE(help.standardOutput().find(std::string {"\n  "} + command), std::string::npos) << command;
 }
 

@@ -1,13 +1,12 @@
 #include "KovaSDK/KovaKeysManager.h"
-
 #include "Platform/Foundation/PropertyList.h"
 #include "Tests/Support/TestPlatform.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <array>
 #include <filesystem>
-#include <unistd.h>
 
 namespace kova {
 namespace {
@@ -42,7 +41,8 @@ TEST(KovaKeyManagerTest, ReadsTheHostsFileAfreshEachTime)
 </dict></plist>)");
     EXPECT_EQ(values(), (Values {"", "", "app & id", ""})) << "XML";
 
-    for (const auto* broken : {"", "bplist00", "<plist><dict><key>KovaAPIKey</key>", "<plist><array/></plist>", "KovaAPIKey"}) {
+    for (const auto* broken :
+        {"", "bplist00", "<plist><dict><key>KovaAPIKey</key>", "<plist><array/></plist>", "KovaAPIKey"}) {
         platform.addResource("Kova.plist", broken);
         EXPECT_EQ(values(), none) << broken;
     }

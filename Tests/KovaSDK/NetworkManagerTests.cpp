@@ -1,6 +1,5 @@
-#include "KovaSDK/Services/Networking/NetworkManager.h"
-
 #include "KovaSDK/Extensions/String.h"
+#include "KovaSDK/Services/Networking/NetworkManager.h"
 #include "KovaSDK/Services/Networking/Response204.h"
 
 #include <gtest/gtest.h>

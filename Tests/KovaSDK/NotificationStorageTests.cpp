@@ -1,5 +1,4 @@
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
-
 #include "Platform/Foundation/PropertyList.h"
 #include "Platform/Foundation/UserDefaults.h"
 #include "Tests/Support/TestPlatform.h"
@@ -14,7 +13,8 @@ using tests::TestPlatform;
 
 KovaNotification record(std::string id, bool read = false)
 {
-    KovaNotification notification {OSNotificationPayload {.notificationID = std::move(id), .rawPayload = Dictionary {}}};
+    KovaNotification notification {
+        OSNotificationPayload {.notificationID = std::move(id), .rawPayload = Dictionary {}}};
     notification.read = read;
     return notification;
 }

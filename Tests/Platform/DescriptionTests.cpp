@@ -1,5 +1,4 @@
 #include "Platform/Foundation/Description.h"
-
 #include "Platform/Foundation/Unicode.h"
 
 #include <gtest/gtest.h>
@@ -44,7 +43,8 @@ TEST(DescriptionTest, ShowsValues)
     EXPECT_EQ(description(Value {"a\nb"}), "a\\nb");
     EXPECT_EQ(description(Value {Data {"abc"s}}), "3 bytes");
     EXPECT_EQ(description(Value {Value::Dictionary {}}), "[:]");
-    EXPECT_EQ(description(Value {Value::Dictionary {{"k", Value::Array {1, "x\"", Value {}}}}}), "[\"k\": [1, \"x\\\"\", <null>]]");
+    EXPECT_EQ(description(Value {Value::Dictionary {{"k", Value::Array {1, "x\"", Value {}}}}}),
+        "[\"k\": [1, \"x\\\"\", <null>]]");
     EXPECT_EQ(description(Date {1706702400.75}), "2024-01-31 12:00:00 +0000");
     EXPECT_EQ(description(Date {-0.5}), "1969-12-31 23:59:59 +0000");
     EXPECT_EQ(description(Date {1e300}).substr(0, 6), "30489-");

@@ -1,9 +1,9 @@
-#include "Platform/Foundation/DispatchQueue.h"
-
 #include "Platform/Foundation/Activity.h"
+#include "Platform/Foundation/DispatchQueue.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <semaphore>

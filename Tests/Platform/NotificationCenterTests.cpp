@@ -19,7 +19,8 @@ struct Fixture : testing::Test {
 
     NotificationCenter::Handler hears(std::string what)
     {
-        return [this, what = std::move(what)](const Notification& posted) { heard.push_back(what + " " + posted.name); };
+        return
+            [this, what = std::move(what)](const Notification& posted) { heard.push_back(what + " " + posted.name); };
     }
 };
 

@@ -1,16 +1,15 @@
-#include "Platform/Libraries/UserDefaultsSQLite.h"
-
 #include "Platform/Libraries/SQLiteDatabase.h"
+#include "Platform/Libraries/UserDefaultsSQLite.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace kova {
 namespace {
@@ -107,7 +106,8 @@ TEST_F(UserDefaultsTest, LeavesAKeyAloneThatIsGivenNoPropertyList)
     EXPECT_EQ(defaults->object("one"), Value {1});
 }
 
-// Every way in which a list may differ from the stored one, checked against a second connection that reads the rows afresh.
+// Every way in which a list may differ from the stored one, checked against a second connection that reads the rows
+// afresh.
 TEST_F(UserDefaultsTest, WritesAnyChangeOfAnArray)
 {
     std::mt19937 random {11};
@@ -125,7 +125,8 @@ TEST_F(UserDefaultsTest, WritesAnyChangeOfAnArray)
             if (change == 4 && !elements.empty())
                 elements.erase(elements.begin() + static_cast<std::ptrdiff_t>(random() % elements.size()));
             else
-                elements.insert(elements.begin() + static_cast<std::ptrdiff_t>(random() % (elements.size() + 1)), body(step));
+                elements.insert(
+                    elements.begin() + static_cast<std::ptrdiff_t>(random() % (elements.size() + 1)), body(step));
             changed = Value::Array {std::move(elements)};
         }
         model.assign(changed.begin(), changed.end());
@@ -207,11 +208,12 @@ TEST_F(UserDefaultsTest, SetsADamagedDatabaseAsideAndBeginsAFreshOne)
     const std::pair<const char*, void (*)(const fs::path&)> rows[] {
         {"no database", [](const fs::path& file) { std::ofstream {file} << std::string(8'192, 'x'); }},
         {"cut in the middle", [](const fs::path& file) { fs::resize_file(file, 4'096 + 100); }},
-        {"pages overwritten", [](const fs::path& file) {
-             std::fstream stream {file, std::ios::in | std::ios::out | std::ios::binary};
-             stream.seekp(4'096);
-             stream << std::string(fs::file_size(file) - 4'096, '\xA5');
-         }},
+        {"pages overwritten",
+            [](const fs::path& file) {
+                std::fstream stream {file, std::ios::in | std::ios::out | std::ios::binary};
+                stream.seekp(4'096);
+                stream << std::string(fs::file_size(file) - 4'096, '\xA5');
+            }},
     };
     for (const auto& [name, damage] : rows) {
         defaults->setObject("list", bodies(1, 2'000));
@@ -228,8 +230,12 @@ TEST_F(UserDefaultsTest, SetsADamagedDatabaseAsideAndBeginsAFreshOne)
         EXPECT_EQ(std::ranges::count(said, '\n'), 1) << name << ": " << said;
         EXPECT_NE(said.find("damaged"), std::string::npos) << said;
     }
-    // Three rounds within one second still leave three files, each with the log that stood beside it.
-    EXPECT_EQ(filesNamed("damaged").size(), 6U);
+    // Each round leaves a file of its own, with the log that stood beside it.
+    const auto aside = filesNamed("damaged");
+    EXPECT_EQ(std::ranges::count_if(aside, [](const auto& name) { return name.ends_with("-wal"); }), 3);
+    EXPECT_EQ(std::ranges::count_if(
+                  aside, [](const auto& name) { return !name.ends_with("-wal") && !name.ends_with("-shm"); }),
+        3);
 }
 
 TEST_F(UserDefaultsTest, DamageFoundUnderWayIsSetAsideToo)

@@ -1,0 +1,37 @@
+// The binary property-list format (bplist00), read and written by hand: the libraries at hand crash on damaged bytes.
+//
+// A list is a header, the objects, a table of their offsets and a trailer of 32 bytes. Arrays and dictionaries hold
+// indexes into the table, so objects can be shared, and hostile lists can be cyclic or unfold without end; the reader
+// measures a list before it builds anything of it. Threads: any.
+
+#pragma once
+
+#include "Platform/Foundation/PropertyList.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <expected>
+#include <string_view>
+
+namespace kova {
+
+class BinaryPropertyList {
+public:
+    /// What every binary list begins with.
+    static constexpr std::string_view header = "bplist00";
+
+    /// Text is stored as ASCII or UTF-16, whole numbers in 1, 2, 4 or 8 bytes, equal dictionary keys once. What is
+    /// encoded can be decoded: the limits below hold here too, and exceeding them is PropertyListError::tooComplex.
+    [[nodiscard]] static std::expected<Data, std::error_code> encode(const Value& value);
+
+    /// Of equal keys the last wins. Unsigned 64-bit numbers that do not fit std::int64_t become double; UIDs, sets,
+    /// nulls and keys that are not text are malformed.
+    [[nodiscard]] static std::expected<Value, std::error_code> decode(std::string_view bytes);
+
+    /// How large a list of so many bytes may be with all sharing unfolded, counting what its text and bytes take and
+    /// `objectCost` for every object.
+    static constexpr std::uint64_t maximumExpansion(std::uint64_t size) { return (16U << 20U) + 64 * size; }
+    static constexpr std::uint64_t objectCost = 16;
+};
+
+} // namespace kova

@@ -1,0 +1,347 @@
+#include "Platform/Libraries/CurlExchange.h"
+
+#include "Platform/Libraries/CurlErrors.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <tuple>
+#include <utility>
+
+namespace kova {
+
+namespace {
+
+constexpr std::size_t largestBody = 32 * 1024 * 1024;
+constexpr std::size_t largestHeaders = 1024 * 1024;
+constexpr long mostRedirects = 5;
+/// Servers and the boxes between drop a silent connection after a minute or so, and not all of them say it.
+constexpr long oldestIdleConnection = 55;
+
+bool isToken(std::string_view text)
+{
+    return !text.empty() && std::ranges::all_of(text, [](char byte) {
+        return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9')
+            || std::string_view {"!#$%&'*+-.^_`|~"}.contains(byte);
+    });
+}
+
+bool isFieldValue(std::string_view text)
+{
+    return text.find_first_of(std::string_view {"\r\n\0", 3}) == std::string_view::npos;
+}
+
+/// Whether the text is an absolute URL of a web server. curl itself would guess what is missing.
+bool isWebURL(std::string_view text)
+{
+    const auto hasPrefix = [text](std::string_view prefix) {
+        return text.size() > prefix.size()
+            && std::ranges::equal(text.substr(0, prefix.size()), prefix, {},
+                [](char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; });
+    };
+    for (const std::string_view prefix : {"http://", "https://"}) {
+        if (hasPrefix(prefix))
+            return !std::string_view {"/?#:"}.contains(text[prefix.size()]);
+    }
+    return false;
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\n";
+    const auto begin = std::min(text.find_first_not_of(blanks), text.size());
+    text.remove_prefix(begin);
+    return text.substr(0, text.find_last_not_of(blanks) + 1);
+}
+
+bool isSameField(std::string_view left, std::string_view right)
+{
+    const HeaderFieldLess less;
+    return !less(left, right) && !less(right, left);
+}
+
+} // namespace
+
+void CurlExchange::CloseHandle::operator()(void* handle) const
+{
+    curl_easy_cleanup(handle);
+}
+
+void CurlExchange::FreeList::operator()(curl_slist* list) const
+{
+    curl_slist_free_all(list);
+}
+
+CurlExchange::CurlExchange()
+    : m_handle(curl_easy_init())
+{
+    if (!m_handle)
+        throw std::bad_alloc {};
+}
+
+std::expected<void, URLError> CurlExchange::prepare(std::shared_ptr<CurlTask> task, const URLRequest& request,
+    std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates)
+{
+    m_task = std::move(task);
+    m_request = &request;
+    m_deadline = deadline;
+    const auto& url = request.url.absoluteString();
+    if (!isWebURL(url) || !isToken(request.httpMethod) || !setHeaderFields())
+        return std::unexpected {URLError::unsupportedURL};
+
+    auto* const handle = m_handle.get();
+    curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
+    curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(handle, CURLOPT_PROXY, "");
+    curl_easy_setopt(handle, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, oldestIdleConnection);
+    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, m_headerLines.get());
+    if (!additionalCertificates.empty())
+        curl_easy_setopt(handle, CURLOPT_CAINFO, additionalCertificates.c_str());
+    // The loop watches the deadline; curl needs it only to share the time out among the addresses of a host.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(left.count(), 1)));
+    setCallbacks();
+    setMethodAndBody();
+    return {};
+}
+
+void CurlExchange::setCallbacks()
+{
+    auto* const handle = m_handle.get();
+    curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(
+        handle, CURLOPT_HEADERFUNCTION,
+        +[](char* bytes, std::size_t size, std::size_t count, void* self) noexcept -> std::size_t {
+            return static_cast<CurlExchange*>(self)->receiveHeaderLine({bytes, size * count}) ? size * count : 0;
+        });
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(
+        handle, CURLOPT_WRITEFUNCTION,
+        +[](char* bytes, std::size_t size, std::size_t count, void* self) noexcept -> std::size_t {
+            return static_cast<CurlExchange*>(self)->receiveBody({bytes, size * count}) ? size * count : 0;
+        });
+    // curl would silently send a request again when a reused connection is lost before the reply.
+    curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+    curl_easy_setopt(
+        handle, CURLOPT_PREREQFUNCTION, +[](void* self, char*, char*, int, int) noexcept {
+            return static_cast<CurlExchange*>(self)->mayBeSent() ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+        });
+}
+
+void CurlExchange::setMethodAndBody()
+{
+    auto* const handle = m_handle.get();
+    const auto& method = m_request->httpMethod;
+    const auto bodySize = m_request->httpBody ? m_request->httpBody->size() : 0;
+    const bool announcesBody = bodySize != 0 || method == "POST" || method == "PUT" || method == "PATCH";
+    if (announcesBody) {
+        curl_easy_setopt(handle, CURLOPT_POST, 1L);
+        curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bodySize));
+        curl_easy_setopt(handle, CURLOPT_READDATA, this);
+        curl_easy_setopt(
+            handle, CURLOPT_READFUNCTION, +[](char* buffer, std::size_t size, std::size_t count, void* self) noexcept {
+                return static_cast<CurlExchange*>(self)->sendBody(buffer, size * count);
+            });
+        // A second guard against sending twice: what cannot be rewound cannot be repeated.
+        curl_easy_setopt(
+            handle, CURLOPT_SEEKFUNCTION, +[](void*, curl_off_t, int) noexcept -> int { return CURL_SEEKFUNC_FAIL; });
+        if (method != "POST")
+            curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method.c_str());
+    } else if (method == "HEAD") {
+        curl_easy_setopt(handle, CURLOPT_NOBODY, 1L);
+    } else if (method == "GET") {
+        curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+        curl_easy_setopt(handle, CURLOPT_MAXREDIRS, mostRedirects);
+    } else {
+        curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method.c_str());
+    }
+}
+
+bool CurlExchange::setHeaderFields()
+{
+    const auto& fields = m_request->allHTTPHeaderFields;
+    for (const auto& [name, value] : fields) {
+        if (!isToken(name) || !isFieldValue(value))
+            return false;
+        if (isSameField(name, "Content-Length") || isSameField(name, "Transfer-Encoding")
+            || isSameField(name, "Expect"))
+            continue;
+        // curl takes "Name:" as the wish to leave a field out, and "Name;" as one that is empty.
+        addHeaderLine(trimmed(value).empty() ? name + ";" : name + ": " + value);
+    }
+    // Else curl waits a second for leave to send a large body.
+    addHeaderLine("Expect:");
+    // Else curl calls every body a form.
+    if (!fields.contains("Content-Type"))
+        addHeaderLine("Content-Type:");
+    if (m_request->cachePolicy == CachePolicy::reloadIgnoringLocalAndRemoteCacheData
+        && !fields.contains("Cache-Control"))
+        addHeaderLine("Cache-Control: no-cache");
+    return true;
+}
+
+void CurlExchange::addHeaderLine(const std::string& line)
+{
+    auto* const lines = curl_slist_append(m_headerLines.get(), line.c_str());
+    if (!lines)
+        throw std::bad_alloc {};
+    (void)m_headerLines.release();
+    m_headerLines.reset(lines);
+}
+
+bool CurlExchange::mayBeSent()
+{
+    return ++m_requestsSent <= redirects() + 1;
+}
+
+std::size_t CurlExchange::sendBody(char* buffer, std::size_t capacity)
+{
+    const auto rest = m_request->httpBody ? m_request->httpBody->text().substr(m_bytesSent) : std::string_view {};
+    const auto count = std::min(rest.size(), capacity);
+    std::memcpy(buffer, rest.data(), count);
+    m_bytesSent += count;
+    return count;
+}
+
+bool CurlExchange::receiveHeaderLine(std::string_view line)
+{
+    m_headerBytes += line.size();
+    if (m_headerBytes > largestHeaders) {
+        m_failure = URLError::badServerResponse;
+        return false;
+    }
+    if (!m_inHead) {
+        // A redirect, or an interim reply, is followed by another head; anything else here comes after the body.
+        if (line.starts_with("HTTP/")) {
+            m_inHead = true;
+            m_fields.clear();
+            m_lastField = m_fields.end();
+        }
+        return true;
+    }
+    if (trimmed(line).empty()) {
+        m_inHead = false;
+        return !endsWithHead();
+    }
+    if (line.starts_with(' ') || line.starts_with('\t')) {
+        if (m_lastField != m_fields.end())
+            m_lastField->second.append(" ").append(trimmed(line));
+        return true;
+    }
+    const auto colon = line.find(':');
+    if (colon == std::string_view::npos)
+        return true;
+    bool isNew = false;
+    const auto value = trimmed(line.substr(colon + 1));
+    std::tie(m_lastField, isNew) = m_fields.try_emplace(std::string {trimmed(line.substr(0, colon))}, value);
+    if (!isNew)
+        m_lastField->second.append(", ").append(value);
+    return true;
+}
+
+bool CurlExchange::endsWithHead()
+{
+    // curl takes HEAD with a body for a method that it does not know, and would wait for the body of the reply.
+    m_isComplete = m_bytesSent != 0 && m_request->httpMethod == "HEAD" && statusCode() >= 200;
+    return m_isComplete;
+}
+
+bool CurlExchange::receiveBody(std::string_view bytes)
+{
+    if (m_body.empty()) {
+        curl_off_t announced = 0;
+        curl_easy_getinfo(m_handle.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+        if (std::cmp_greater(announced, largestBody)) {
+            m_failure = URLError::dataLengthExceedsMaximum;
+            return false;
+        }
+        if (announced > 0)
+            m_body.reserve(static_cast<std::size_t>(announced));
+    }
+    if (bytes.size() > largestBody - m_body.size()) {
+        m_failure = URLError::dataLengthExceedsMaximum;
+        return false;
+    }
+    m_body.append(bytes);
+    return true;
+}
+
+CurlExchange::Outcome CurlExchange::outcome(int code)
+{
+    if (m_failure)
+        return std::unexpected {*m_failure};
+    // To curl a head that breaks off is one that ends.
+    if (code == CURLE_OK && m_inHead)
+        return std::unexpected {URLError::networkConnectionLost};
+    if (code == CURLE_OK || m_isComplete)
+        return reply();
+    const char* scheme = nullptr;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_SCHEME, &scheme);
+    long systemError = 0;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_OS_ERRNO, &systemError);
+    return std::unexpected {urlError({
+        .code = code,
+        .wasSent = m_requestsSent > redirects(),
+        .isInHead = m_requestsSent != 0 && (m_inHead || m_headerBytes == 0),
+        .isSecure = scheme && std::string_view {scheme} == "HTTPS",
+        .systemError = systemError,
+    })};
+}
+
+CurlExchange::Outcome CurlExchange::reply()
+{
+    auto url = m_request->url;
+    if (redirects() != 0) {
+        const char* effective = nullptr;
+        curl_easy_getinfo(m_handle.get(), CURLINFO_EFFECTIVE_URL, &effective);
+        auto redirected = URL::create(effective ? effective : "");
+        if (!redirected)
+            return std::unexpected {URLError::unsupportedURL};
+        url = std::move(*redirected);
+    }
+    const auto status = statusCode();
+    if (status == 0)
+        return std::unexpected {URLError::badServerResponse};
+    return Reply {Data {std::move(m_body)}, {std::move(url), static_cast<int>(status), std::move(m_fields)}};
+}
+
+std::shared_ptr<CurlTask> CurlExchange::reset()
+{
+    curl_easy_reset(m_handle.get());
+    m_headerLines.reset();
+    m_request = nullptr;
+    m_bytesSent = 0;
+    m_requestsSent = 0;
+    m_fields.clear();
+    m_body = {};
+    m_headerBytes = 0;
+    m_inHead = false;
+    m_failure.reset();
+    m_isComplete = false;
+    return std::move(m_task);
+}
+
+long CurlExchange::redirects() const
+{
+    long count = 0;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_REDIRECT_COUNT, &count);
+    return count;
+}
+
+long CurlExchange::statusCode() const
+{
+    long code = 0;
+    curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &code);
+    return code;
+}
+
+} // namespace kova

@@ -1,0 +1,89 @@
+// One request and its reply on one curl easy handle, used again and again.
+//
+// The loop gives it to curl and takes it back; in between curl calls it, on the loop's thread.
+
+#pragma once
+
+#include "Platform/Foundation/URLSession.h"
+#include "Platform/Libraries/CurlTask.h"
+
+#include <chrono>
+#include <cstddef>
+#include <expected>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct curl_slist;
+
+namespace kova {
+
+class CurlExchange {
+public:
+    struct Reply {
+        Data body;
+        HTTPURLResponse response;
+    };
+    using Outcome = std::expected<Reply, URLError>;
+
+    CurlExchange();
+
+    /// Sets the handle up for the task's request. An error means that the request cannot be sent; the handle must not
+    /// be used then.
+    [[nodiscard]] std::expected<void, URLError> prepare(std::shared_ptr<CurlTask> task, const URLRequest& request,
+        std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates);
+
+    /// What became of it, from the code with which curl ended the transfer.
+    [[nodiscard]] Outcome outcome(int code);
+
+    /// Lets go of the request and the reply, and hands back the task.
+    std::shared_ptr<CurlTask> reset();
+
+    /// The curl easy handle; its private pointer is this exchange.
+    [[nodiscard]] void* handle() const { return m_handle.get(); }
+    [[nodiscard]] std::chrono::steady_clock::time_point deadline() const { return m_deadline; }
+    [[nodiscard]] CurlTask& task() const { return *m_task; }
+
+private:
+    struct CloseHandle {
+        void operator()(void* handle) const;
+    };
+    struct FreeList {
+        void operator()(curl_slist* list) const;
+    };
+
+    void setCallbacks();
+    void setMethodAndBody();
+    [[nodiscard]] bool setHeaderFields();
+    void addHeaderLine(const std::string& line);
+    [[nodiscard]] bool receiveHeaderLine(std::string_view line);
+    [[nodiscard]] bool receiveBody(std::string_view bytes);
+    [[nodiscard]] bool endsWithHead();
+    [[nodiscard]] bool mayBeSent();
+    [[nodiscard]] std::size_t sendBody(char* buffer, std::size_t capacity);
+    [[nodiscard]] Outcome reply();
+    [[nodiscard]] long redirects() const;
+    [[nodiscard]] long statusCode() const;
+
+    std::unique_ptr<void, CloseHandle> m_handle;
+    std::unique_ptr<curl_slist, FreeList> m_headerLines;
+    std::shared_ptr<CurlTask> m_task;
+    const URLRequest* m_request = nullptr;
+    std::chrono::steady_clock::time_point m_deadline {};
+
+    std::size_t m_bytesSent = 0;
+    /// How often curl was about to send, redirects included.
+    long m_requestsSent = 0;
+
+    HTTPHeaderFields m_fields;
+    HTTPHeaderFields::iterator m_lastField;
+    std::string m_body;
+    std::size_t m_headerBytes = 0;
+    bool m_inHead = false;
+    /// Why a callback made curl give up, or that it did so because everything is there.
+    std::optional<URLError> m_failure;
+    bool m_isComplete = false;
+};
+
+} // namespace kova

@@ -1,0 +1,353 @@
+#include "Platform/Libraries/CurlLoop.h"
+
+#include "Platform/Foundation/ThreadHook.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace kova {
+
+namespace {
+
+constexpr long connectionsPerHost = 6;
+constexpr long idleConnections = 24;
+constexpr std::size_t spareExchanges = 8;
+constexpr auto longestSleep = std::chrono::hours {1};
+/// A time-out of more than a year is none; the clock cannot add just any number.
+constexpr std::chrono::duration<double> longestTimeout = std::chrono::years {1};
+
+/// Which loop runs the current thread. A thread's id would not do: the system gives it away again.
+thread_local const CurlLoop* currentLoop = nullptr;
+
+void initialiseCurl()
+{
+    // Once for the process and never undone: a host may use curl as well, and the end of the process is no time to
+    // take tables away from threads.
+    static const auto result = curl_global_init(CURL_GLOBAL_DEFAULT);
+    if (result != CURLE_OK)
+        throw std::runtime_error {"curl cannot be initialised"};
+}
+
+std::chrono::steady_clock::time_point deadlineAfter(std::chrono::duration<double> timeout)
+{
+    const auto now = std::chrono::steady_clock::now();
+    // Written so that a number that is none leaves no time either.
+    if (!(timeout > std::chrono::duration<double>::zero()))
+        return now;
+    return now + std::chrono::ceil<std::chrono::milliseconds>(std::min(timeout, longestTimeout));
+}
+
+} // namespace
+
+void CurlLoop::CloseMulti::operator()(void* multi) const
+{
+    curl_multi_cleanup(multi);
+}
+
+CurlLoop::CurlLoop(std::string additionalCertificates)
+    : m_additionalCertificates(std::move(additionalCertificates))
+{
+    initialiseCurl();
+    m_multi.reset(curl_multi_init());
+    if (!m_multi)
+        throw std::runtime_error {"curl has no multi handle to give"};
+    curl_multi_setopt(m_multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, connectionsPerHost);
+    curl_multi_setopt(m_multi.get(), CURLMOPT_MAXCONNECTS, idleConnections);
+}
+
+void CurlLoop::start()
+{
+    const std::lock_guard lock {m_joinMutex};
+    m_thread = std::thread {[self = shared_from_this()] { self->run(); }};
+}
+
+std::shared_ptr<CurlTask> CurlLoop::makeTask(URLRequest request, DataTaskCompletion completion)
+{
+    auto task = std::make_shared<CurlTask>(shared_from_this(), std::move(request), std::move(completion));
+    const std::lock_guard lock {m_mutex};
+    if (!m_invalidated)
+        m_idle.insert(task.get());
+    return task;
+}
+
+void CurlLoop::resume(CurlTask& task)
+{
+    {
+        std::unique_lock lock {m_mutex};
+        if (task.m_stage != CurlTask::Stage::created)
+            return;
+        if (m_invalidated) {
+            task.m_stage = CurlTask::Stage::completed;
+            lock.unlock();
+            return runCompletion(task, std::unexpected {URLError::cancelled});
+        }
+        m_idle.erase(&task);
+        task.m_stage = CurlTask::Stage::started;
+        task.m_activity.emplace();
+        task.m_deadline = deadlineAfter(task.m_request.timeoutInterval);
+        m_resumed.push_back(task.shared_from_this());
+        if (!std::exchange(m_asleep, false))
+            return;
+    }
+    wake();
+}
+
+void CurlLoop::cancel(CurlTask& task)
+{
+    {
+        std::unique_lock lock {m_mutex};
+        if (task.m_stage == CurlTask::Stage::cancelled || task.m_stage == CurlTask::Stage::completed)
+            return;
+        if (task.m_stage == CurlTask::Stage::created) {
+            if (m_invalidated) {
+                task.m_stage = CurlTask::Stage::completed;
+                lock.unlock();
+                return runCompletion(task, std::unexpected {URLError::cancelled});
+            }
+            m_idle.erase(&task);
+            task.m_activity.emplace();
+        }
+        task.m_stage = CurlTask::Stage::cancelled;
+        m_cancelled.push_back(task.shared_from_this());
+        if (!std::exchange(m_asleep, false))
+            return;
+    }
+    wake();
+}
+
+void CurlLoop::forget(CurlTask& task)
+{
+    const std::lock_guard lock {m_mutex};
+    m_idle.erase(&task);
+}
+
+void CurlLoop::invalidate()
+{
+    {
+        const std::lock_guard lock {m_mutex};
+        m_invalidated = true;
+        for (auto* idle : m_idle) {
+            // One that is just being destroyed waits for the mutex in forget().
+            auto task = idle->weak_from_this().lock();
+            if (!task)
+                continue;
+            task->m_stage = CurlTask::Stage::cancelled;
+            task->m_activity.emplace();
+            m_cancelled.push_back(std::move(task));
+        }
+        m_idle.clear();
+    }
+    if (isCurrentThread()) {
+        close();
+        return;
+    }
+    wake();
+    const std::lock_guard lock {m_joinMutex};
+    if (m_thread.joinable())
+        m_thread.join();
+}
+
+void CurlLoop::release()
+{
+    if (!isCurrentThread())
+        return;
+    // Everything is closed already; what is left of the thread is its way out.
+    const std::lock_guard lock {m_joinMutex};
+    m_thread.detach();
+}
+
+bool CurlLoop::isCurrentThread() const
+{
+    return currentLoop == this;
+}
+
+void CurlLoop::wake()
+{
+    const std::lock_guard lock {m_wakeMutex};
+    if (m_multi)
+        curl_multi_wakeup(m_multi.get());
+}
+
+void CurlLoop::run()
+{
+    announceThread("URLSession");
+    currentLoop = this;
+    for (;;) {
+        if (!m_running.empty()) {
+            int running = 0;
+            curl_multi_perform(m_multi.get(), &running);
+            finishTransfers();
+            finishOverdue();
+        }
+        // Asked last before sleeping, since a completion may just have resumed something.
+        const auto next = takeTasks();
+        if (next == Next::end)
+            break;
+        if (next == Next::work)
+            startAndCancelTasks();
+        else
+            sleep();
+    }
+    close();
+    currentLoop = nullptr;
+}
+
+CurlLoop::Next CurlLoop::takeTasks()
+{
+    const std::lock_guard lock {m_mutex};
+    m_asleep = false;
+    if (m_invalidated)
+        return Next::end;
+    if (m_resumed.empty() && m_cancelled.empty()) {
+        m_asleep = true;
+        return Next::sleep;
+    }
+    m_toStart.swap(m_resumed);
+    m_toCancel.swap(m_cancelled);
+    return Next::work;
+}
+
+void CurlLoop::startAndCancelTasks()
+{
+    while (!m_toStart.empty()) {
+        auto task = std::move(m_toStart.front());
+        m_toStart.pop_front();
+        begin(std::move(task));
+    }
+    while (!m_toCancel.empty()) {
+        const auto task = std::move(m_toCancel.front());
+        m_toCancel.pop_front();
+        if (task->m_exchange)
+            takeOut(*task->m_exchange)->reset();
+        complete(*task, std::unexpected {URLError::cancelled});
+    }
+}
+
+void CurlLoop::begin(std::shared_ptr<CurlTask> task)
+{
+    if (task->m_deadline <= Clock::now())
+        return complete(*task, std::unexpected {URLError::timedOut});
+    auto exchange = m_spare.empty() ? std::make_unique<CurlExchange>() : std::move(m_spare.back());
+    if (!m_spare.empty())
+        m_spare.pop_back();
+    const auto prepared = exchange->prepare(task, task->m_request, task->m_deadline, m_additionalCertificates);
+    if (!prepared || curl_multi_add_handle(m_multi.get(), exchange->handle()) != CURLM_OK) {
+        exchange->reset();
+        return complete(*task, std::unexpected {prepared ? URLError::unknown : prepared.error()});
+    }
+    task->m_exchange = exchange.get();
+    m_running.emplace(std::pair {task->m_deadline, exchange.get()}, std::move(exchange));
+}
+
+void CurlLoop::finishTransfers()
+{
+    // A completion may close curl, so the handle is looked at each time.
+    while (m_multi) {
+        int left = 0;
+        const auto* message = curl_multi_info_read(m_multi.get(), &left);
+        if (!message)
+            return;
+        if (message->msg != CURLMSG_DONE)
+            continue;
+        const auto code = message->data.result;
+        char* exchange = nullptr;
+        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &exchange);
+        auto finished = takeOut(*reinterpret_cast<CurlExchange*>(exchange));
+        auto outcome = finished->outcome(code);
+        const auto task = finished->reset();
+        // curl keeps a handle's last error number for ever, so one that has failed does not serve again.
+        if (outcome && m_spare.size() < spareExchanges)
+            m_spare.push_back(std::move(finished));
+        complete(*task, std::move(outcome));
+    }
+}
+
+void CurlLoop::finishOverdue()
+{
+    const auto now = Clock::now();
+    while (!m_running.empty() && m_running.begin()->first.first <= now) {
+        const auto task = takeOut(*m_running.begin()->second)->reset();
+        complete(*task, std::unexpected {URLError::timedOut});
+    }
+}
+
+void CurlLoop::sleep()
+{
+    auto longest = std::chrono::milliseconds {longestSleep};
+    if (!m_running.empty()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_running.begin()->first.first - Clock::now());
+        longest = std::clamp(left, std::chrono::milliseconds {0}, longest);
+    }
+    curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(longest.count()), nullptr);
+}
+
+std::unique_ptr<CurlExchange> CurlLoop::takeOut(CurlExchange& exchange)
+{
+    exchange.task().m_exchange = nullptr;
+    curl_multi_remove_handle(m_multi.get(), exchange.handle());
+    return std::move(m_running.extract({exchange.deadline(), &exchange}).mapped());
+}
+
+void CurlLoop::complete(CurlTask& task, CurlExchange::Outcome outcome)
+{
+    {
+        const std::lock_guard lock {m_mutex};
+        if (task.m_stage == CurlTask::Stage::completed)
+            return;
+        if (task.m_stage == CurlTask::Stage::cancelled)
+            outcome = std::unexpected {URLError::cancelled};
+        task.m_stage = CurlTask::Stage::completed;
+    }
+    runCompletion(task, std::move(outcome));
+}
+
+void CurlLoop::runCompletion(CurlTask& task, CurlExchange::Outcome outcome)
+{
+    // The activity ends when the completion has been destroyed, and with it whatever it held.
+    const auto activity = std::move(task.m_activity);
+    auto completion = std::move(task.m_completion);
+    task.m_request.httpBody.reset();
+    if (!completion)
+        return;
+    if (outcome)
+        completion(std::move(outcome->body), std::move(outcome->response), {});
+    else
+        completion({}, {}, outcome.error());
+}
+
+void CurlLoop::close()
+{
+    // A completion may come back here by ending the session; it then finds what is left and finishes it.
+    for (;;) {
+        std::shared_ptr<CurlTask> task;
+        if (!m_running.empty()) {
+            task = takeOut(*m_running.begin()->second)->reset();
+        } else if (auto waiting = takeWaiting()) {
+            task = std::move(waiting);
+        } else {
+            break;
+        }
+        complete(*task, std::unexpected {URLError::cancelled});
+    }
+    m_spare.clear();
+    const std::lock_guard lock {m_wakeMutex};
+    m_multi.reset();
+}
+
+std::shared_ptr<CurlTask> CurlLoop::takeWaiting()
+{
+    const std::lock_guard lock {m_mutex};
+    for (auto* tasks : {&m_toStart, &m_toCancel, &m_resumed, &m_cancelled}) {
+        if (tasks->empty())
+            continue;
+        auto task = std::move(tasks->front());
+        tasks->pop_front();
+        return task;
+    }
+    return nullptr;
+}
+
+} // namespace kova

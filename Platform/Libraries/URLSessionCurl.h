@@ -1,0 +1,51 @@
+// The HTTP session over curl: one thread, one multi handle, connections kept alive and shared by all tasks.
+//
+// What the session adds to the library, because the contract of URLSession wants it: nothing is ever sent twice, a
+// time-out counts from resume() and also while a task waits for a connection, sizes are bounded, and every failure is
+// one of URLError. Nothing comes from the environment: no proxy, no password file.
+// Threads: any. The object may be destroyed on any thread, its own included.
+
+#pragma once
+
+#include "Platform/Foundation/URLSession.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace kova {
+
+class CurlLoop;
+
+class URLSessionCurl final : public URLSession {
+public:
+    struct Options {
+        /// PEM certificates that are trusted beside the system's certificate folder. A file that cannot be read makes
+        /// every exchange over TLS fail.
+        std::filesystem::path additionalCertificates {};
+    };
+
+    URLSessionCurl();
+    explicit URLSessionCurl(Options options);
+    ~URLSessionCurl() override;
+    URLSessionCurl(const URLSessionCurl&) = delete;
+    URLSessionCurl& operator=(const URLSessionCurl&) = delete;
+
+    /// A task that is dropped before it was resumed or cancelled never completes. What cannot be sent completes with
+    /// `unsupportedURL`: a URL that is not absolute http or https, a method or a header name that is no HTTP token, a
+    /// header value with a line break or NUL. The session frames the body itself, so the header fields Content-Length,
+    /// Transfer-Encoding and Expect of the request are left out.
+    [[nodiscard]] std::shared_ptr<URLSessionDataTask> dataTask(
+        URLRequest request, DataTaskCompletion completion) override;
+
+    /// Called from a completion, it runs all other completions before it returns, and the calling one goes on after
+    /// that.
+    void invalidateAndCancel() override;
+
+    [[nodiscard]] bool isOnCompletionThread() const override;
+
+private:
+    /// Shared with the tasks and the thread, which may both outlive the session.
+    std::shared_ptr<CurlLoop> m_loop;
+};
+
+} // namespace kova

@@ -1,0 +1,349 @@
+#include "Tests/Collector/HTTPConnection.h"
+#include "Tests/Support/Collector.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <memory>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace kova::tests {
+namespace {
+
+using namespace std::string_literals;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const ProcessEnd success {.exitStatus = 0};
+
+TEST(CollectorTest, LogsWhatWasSentAndAnswers)
+{
+    Collector collector;
+    HTTPConnection connection {collector.port()};
+    connection.send("POST /v2/events%20all?q=%41 HTTP/1.1\r\nHost: localhost\r\nX-Key: 100%25 %41\r\nX-Empty:\r\n"
+                    "Accept-Encoding: gzip\r\nX-Twice: one\r\nx-twice:  two \r\nContent-Length: 12\r\n"
+                    "Content-Type: application/x-www-form-urlencoded\r\n\r\n{\"a\":\"\xC3\xA4/\"}\n");
+    const auto reply = connection.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+    EXPECT_EQ(reply->body, R"({"ok":true})");
+    EXPECT_EQ(reply->headers.at("content-type"), "application/json");
+
+    // Without waiting: the line is complete before the reply is sent.
+    const auto requests = collector.requests();
+    ASSERT_THAT(requests, SizeIs(1));
+    const auto& request = requests.front();
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.path, "/v2/events%20all?q=%41");
+    EXPECT_EQ(request.body, "{\"a\":\"\xC3\xA4/\"}\n");
+    EXPECT_EQ(request.line.find("bodyBase64"), nullptr);
+    const Value::Dictionary headers {{"Host", "localhost"}, {"X-Key", "100%25 %41"}, {"X-Empty", ""},
+        {"Accept-Encoding", "gzip"}, {"X-Twice", "one, two"}, {"Content-Length", "12"},
+        {"Content-Type", "application/x-www-form-urlencoded"}};
+    EXPECT_EQ(Value {request.headers}, Value {headers});
+    EXPECT_EQ(collector.stop(), success) << collector.process().standardError();
+}
+
+// How a body arrives on the wire, and what the log must make of it.
+TEST(CollectorTest, LogsBodiesOfAnyShape)
+{
+    const std::string large(1'000'000, 'x');
+    const struct {
+        const char* name;
+        std::string request;
+        std::string body;
+        std::optional<std::string> base64;
+    } rows[] = {
+        {"no length", "POST /v2/ HTTP/1.1\r\n\r\n", "", {}},
+        {"chunked", "POST /v2/ HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n2;x=y\r\nde\r\n0\r\n\r\n",
+            "abcde", {}},
+        {"not UTF-8, two bytes short of a group", httpRequest("POST", "/v2/", "\xFF"), "\xEF\xBF\xBD", "/w=="},
+        {"not UTF-8, one byte short", httpRequest("POST", "/v2/", "a\xFE"), "a\xEF\xBF\xBD", "Yf4="},
+        {"not UTF-8, whole groups", httpRequest("POST", "/v2/", "a\xFE\n"), "a\xEF\xBF\xBD\n", "Yf4K"},
+        {"line ends, quotes and a NUL", httpRequest("POST", "/v2/", "\"\\\r\n\0"s), "\"\\\r\n\0"s, {}},
+        {"compressed, kept as it came", "POST /v2/ HTTP/1.1\r\nContent-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc",
+            "abc", {}},
+        {"multipart, not taken apart",
+            "POST /v2/ HTTP/1.1\r\nContent-Type: multipart/form-data; boundary=b\r\nContent-Length: 3\r\n\r\n--b",
+            "--b", {}},
+        {"with another method", httpRequest("PUT", "/elsewhere", "abc"), "abc", {}},
+        {"large", httpRequest("POST", "/v2/", large), large, {}},
+    };
+    Collector collector;
+    HTTPConnection connection {collector.port()};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        connection.send(row.request);
+        ASSERT_TRUE(connection.receive());
+        const auto requests = collector.requests();
+        ASSERT_THAT(requests, SizeIs(&row - rows + 1));
+        EXPECT_EQ(requests.back().body, row.body);
+        const auto* base64 = requests.back().line.find<std::string>("bodyBase64");
+        EXPECT_EQ(base64 != nullptr ? std::optional {*base64} : std::nullopt, row.base64);
+    }
+}
+
+TEST(CollectorTest, SendsTheBodyOnlyWhenLeaveWasAskedAndGiven)
+{
+    Collector collector;
+    HTTPConnection connection {collector.port()};
+    connection.send("POST /v2/ HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
+    const auto leave = connection.receive();
+    ASSERT_TRUE(leave);
+    EXPECT_EQ(leave->status, 100);
+    EXPECT_THAT(collector.requests(), IsEmpty());
+    connection.send("abc");
+    const auto reply = connection.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+    EXPECT_EQ(collector.requests().at(0).body, "abc");
+}
+
+TEST(CollectorTest, AnswersPostsWithTheStatusAskedFor)
+{
+    const struct {
+        int status;
+        bool hasBody;
+        bool staysOpen;
+    } rows[] = {{200, true, true}, {204, false, true}, {304, false, true}, {400, true, true}, {413, true, true},
+        {503, true, true}, {799, true, true}, {103, false, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.status);
+        Collector collector {{"--status", std::to_string(row.status)}};
+        HTTPConnection connection {collector.port()};
+        for (const auto* path : {"/v2/events", "/v1/geotriggers/a/b"}) {
+            connection.send(httpRequest("POST", path, "{}"));
+            const auto reply = connection.receive();
+            ASSERT_TRUE(reply);
+            EXPECT_EQ(reply->status, row.status);
+            EXPECT_EQ(reply->body, row.hasBody ? R"({"ok":true})" : "");
+            if (!row.staysOpen) {
+                EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
+                EXPECT_THAT(connection.rest(), IsEmpty());
+                break;
+            }
+        }
+        // Bytes of a body that must not be there would stand before this.
+        HTTPConnection another {collector.port()};
+        auto& next = row.staysOpen ? connection : another;
+        next.send(httpRequest("POST", "/v2", "") + httpRequest("GET", "/v2/events"));
+        for (int count = 0; count < 2; ++count) {
+            const auto reply = next.receive();
+            ASSERT_TRUE(reply);
+            EXPECT_EQ(reply->status, 404);
+        }
+        EXPECT_THAT(collector.requests(), SizeIs(row.staysOpen ? 4 : 3));
+    }
+}
+
+TEST(CollectorTest, SurvivesRequestsThatAreNone)
+{
+    const auto longPath = "/v2/" + std::string(8'000, 'a');
+    const struct {
+        const char* name;
+        std::string bytes;
+        int status; // 0: the connection ends without a reply.
+        std::size_t logged;
+    } rows[] = {
+        {"nothing", "", 0, 0},
+        {"an empty line", "\r\n\r\n", 400, 0},
+        {"bytes", "\0\xFF\x16\x03\x01 nonsense\r\n\r\nmore"s, 400, 0},
+        {"another protocol", "GET / SPDY/3\r\n\r\n", 400, 0},
+        {"an unknown method", "BREW /v2/ HTTP/1.1\r\nX-A: b\r\nContent-Length: 3\r\n\r\nabc", 400, 1},
+        {"no end of the line", std::string(400'000, 'a'), 0, 0},
+        {"no end of the head", "POST /v2/ HTTP/1.1\r\n" + std::string(400'000, '\n'), 0, 0},
+        {"a field without end", "POST /v2/ HTTP/1.1\r\nX: " + std::string(20'000, 'a') + "\r\n\r\n", 400, 1},
+        {"a path at the limit", httpRequest("POST", longPath), 200, 1},
+        {"a path beyond", httpRequest("POST", longPath + longPath), 414, 1},
+        {"path and field not UTF-8", "POST /v2/\xFF HTTP/1.1\r\nX-\xFE: \xFD\r\nContent-Length: 0\r\n\r\n", 200, 1},
+        {"a body cut short", "POST /v2/ HTTP/1.1\r\nContent-Length: 9\r\n\r\nabc", 0, 0},
+        {"a length that is none", "POST /v2/ HTTP/1.1\r\nContent-Length: -1\r\n\r\n", 0, 0},
+        {"a body too large", "POST /v2/ HTTP/1.1\r\nContent-Length: 67108865\r\n\r\n" + std::string(67'108'865, 'a'),
+            413, 1},
+        {"a chunk size that is none", "POST /v2/ HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n", 400, 1},
+        {"a body nobody asked for", "GET /images/a HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc", 200, 1},
+        {"a range that is none", "GET /images/a HTTP/1.1\r\nRange: bytes=x\r\n\r\n", 416, 1},
+    };
+    Collector collector;
+    std::size_t logged = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        HTTPConnection connection {collector.port()};
+        connection.send(row.bytes);
+        connection.finishSending();
+        const auto reply = connection.receive();
+        EXPECT_EQ(reply ? reply->status : 0, row.status);
+        EXPECT_NE(connection.waitForEnd(), HTTPConnection::End::silent);
+        EXPECT_THAT(connection.rest(), IsEmpty());
+        logged += row.logged;
+        ASSERT_THAT(collector.requests(), SizeIs(logged));
+    }
+    EXPECT_EQ(*collector.requests().front().header("x-a"), "b");
+    EXPECT_EQ(collector.stop(), success) << collector.process().standardError();
+    EXPECT_THAT(collector.process().standardError(), IsEmpty());
+}
+
+TEST(CollectorTest, EndsConnectionsUnansweredWhenAsked)
+{
+    const struct {
+        const char* option;
+        HTTPConnection::End end;
+    } rows[] = {{"--drop", HTTPConnection::End::closed}, {"--reset", HTTPConnection::End::reset}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.option);
+        Collector collector {{row.option}};
+        for (const auto& request : {httpRequest("POST", "/v2/", "abc"), httpRequest("GET", "/images/a")}) {
+            HTTPConnection connection {collector.port()};
+            connection.send(request);
+            EXPECT_EQ(connection.waitForEnd(), row.end);
+            EXPECT_THAT(connection.rest(), IsEmpty());
+        }
+        EXPECT_EQ(collector.requests().at(0).body, "abc");
+        EXPECT_EQ(collector.requests().at(1).path, "/images/a");
+    }
+}
+
+TEST(CollectorTest, WaitsBeforeItAnswersButNotBeforeItEnds)
+{
+    {
+        constexpr std::chrono::milliseconds delay {150};
+        Collector collector {{"--delay", std::to_string(delay.count())}};
+        HTTPConnection connection {collector.port()};
+        const auto begin = std::chrono::steady_clock::now();
+        connection.send(httpRequest("POST", "/v2/"));
+        EXPECT_TRUE(connection.receive());
+        EXPECT_GE(std::chrono::steady_clock::now() - begin, delay);
+    }
+    for (const int signal : {SIGTERM, SIGINT}) {
+        Collector collector {{"--delay", "86400000"}};
+        HTTPConnection delayed {collector.port()};
+        HTTPConnection idle {collector.port()};
+        HTTPConnection unfinished {collector.port()};
+        delayed.send(httpRequest("POST", "/v2/"));
+        unfinished.send("POST /v2/ HTT");
+        EXPECT_THAT(collector.waitForRequests(1), SizeIs(1));
+        collector.process().signal(signal);
+        EXPECT_EQ(collector.process().wait(std::chrono::seconds {15}), success);
+        for (auto* connection : {&delayed, &idle, &unfinished}) {
+            EXPECT_NE(connection->waitForEnd(), HTTPConnection::End::silent);
+            EXPECT_THAT(connection->rest(), IsEmpty());
+        }
+        EXPECT_THAT(collector.process().standardError(), IsEmpty());
+    }
+}
+
+TEST(CollectorTest, ServesThumbnailsThatOthersCanDecode)
+{
+    // Every chunk's checksum, the size of the picture, and that all its pixels are one colour, which is printed.
+    constexpr auto decode = R"(
+import struct, sys, zlib
+file = open(sys.argv[1], 'rb').read()
+assert file[:8] == b'\x89PNG\r\n\x1a\n'
+chunks, position = [], 8
+while position < len(file):
+    length, = struct.unpack('>I', file[position:position + 4])
+    kind, content = file[position + 4:position + 8], file[position + 8:position + 8 + length]
+    crc, = struct.unpack('>I', file[position + 8 + length:position + 12 + length])
+    assert crc == zlib.crc32(kind + content), kind
+    chunks.append((kind, content))
+    position += 12 + length
+assert [kind for kind, _ in chunks] == [b'IHDR', b'IDAT', b'IEND']
+assert chunks[0][1] == struct.pack('>IIBBBBB', 64, 64, 8, 2, 0, 0, 0)
+rows = zlib.decompress(chunks[1][1])
+pixel = rows[1:4]
+assert rows == (b'\0' + pixel * 64) * 64
+assert chunks[2][1] == b''
+print(pixel.hex())
+)";
+    Collector collector {{"--status", "503"}};
+    HTTPConnection connection {collector.port()};
+    const TemporaryFolder folder;
+    std::set<std::string> colours;
+    for (const auto* name : {"one", "two", "three%20and%20more", "folder/four", "one"}) {
+        SCOPED_TRACE(name);
+        connection.send(httpRequest("GET", std::string {"/images/"} + name));
+        const auto reply = connection.receive();
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->status, 200);
+        EXPECT_EQ(reply->headers.at("content-type"), "image/png");
+        const auto file = folder.path() / "thumbnail";
+        std::ofstream {file, std::ios::binary} << reply->body;
+        Process python {{.executable = "/usr/bin/python3", .arguments = {"-c", decode, file.string()}}};
+        EXPECT_EQ(python.wait(), success) << python.standardError();
+        colours.insert(python.standardOutput());
+    }
+    EXPECT_THAT(colours, SizeIs(4));
+    connection.send(httpRequest("GET", "/images/"));
+    const auto reply = connection.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 404);
+}
+
+TEST(CollectorTest, KeepsAConnectionAlive)
+{
+    Collector collector;
+    HTTPConnection connection {collector.port()};
+    for (int count = 0; count < 200; ++count) {
+        connection.send(httpRequest("POST", "/v2/", std::to_string(count)));
+        ASSERT_TRUE(connection.receive()) << "request " << count;
+    }
+    // Also when the client does not wait for replies, and until it asks for the end.
+    connection.send(httpRequest("POST", "/v2/", "200") + httpRequest("POST", "/v2/", "201")
+        + "POST /v2/ HTTP/1.1\r\nConnection: close\r\nContent-Length: 3\r\n\r\n202");
+    for (int count = 0; count < 3; ++count)
+        ASSERT_TRUE(connection.receive());
+    EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
+
+    const auto requests = collector.requests();
+    ASSERT_THAT(requests, SizeIs(203));
+    for (int count = 0; count < 203; ++count)
+        EXPECT_EQ(requests[count].body, std::to_string(count));
+}
+
+TEST(CollectorTest, LogsConcurrentPostsWhole)
+{
+    constexpr int clientCount = 32;
+    constexpr int requestCount = 10;
+    Collector collector;
+    const std::string filling(4'000, 'x');
+    // All connections are open, and half a request is under way on each, before any is finished.
+    std::vector<std::unique_ptr<HTTPConnection>> connections;
+    for (int client = 0; client < clientCount; ++client) {
+        connections.push_back(std::make_unique<HTTPConnection>(collector.port()));
+        connections.back()->send("POST /v2/ HT");
+    }
+    std::atomic answered = 0;
+    {
+        std::vector<std::jthread> clients;
+        for (int client = 0; client < clientCount; ++client) {
+            clients.emplace_back([&, client] {
+                for (int number = 0; number < requestCount; ++number) {
+                    const auto body = std::to_string(client) + " " + std::to_string(number) + filling;
+                    auto request = httpRequest("POST", "/v2/", body);
+                    if (number == 0)
+                        request.erase(0, std::string_view {"POST /v2/ HT"}.size());
+                    connections[client]->send(request);
+                    if (connections[client]->receive())
+                        ++answered;
+                }
+            });
+        }
+    }
+    EXPECT_EQ(answered, clientCount * requestCount);
+    std::set<std::string> bodies;
+    std::vector<int> next(clientCount);
+    for (const auto& request : collector.requests()) {
+        const auto client = std::stoi(request.body);
+        EXPECT_EQ(request.body, std::to_string(client) + " " + std::to_string(next.at(client)++) + filling);
+    }
+    EXPECT_EQ(next, std::vector<int>(clientCount, requestCount));
+    EXPECT_EQ(collector.stop(), success) << collector.process().standardError();
+}
+
+} // namespace
+} // namespace kova::tests

@@ -1,0 +1,78 @@
+// Whom the session trusts.
+
+#include "Platform/Libraries/URLSessionCurl.h"
+#include "Tests/Support/HTTPCall.h"
+#include "Tests/Support/LoopbackServer.h"
+#include "Tests/Support/OpenSSLServer.h"
+
+#include <gtest/gtest.h>
+
+namespace kova::tests {
+namespace {
+
+class URLSessionTlsTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!TestAuthority::isAvailable())
+            GTEST_SKIP() << "needs the command openssl (package openssl)";
+        authority.emplace();
+        session.emplace(URLSessionCurl::Options {.additionalCertificates = authority->certificate()});
+    }
+
+    std::optional<TestAuthority> authority;
+    std::optional<URLSessionCurl> session;
+};
+
+TEST_F(URLSessionTlsTest, TrustsCertificatesOfKnownAuthoritiesForTheirHostAndTime)
+{
+    const auto failed = summary(URLError::secureConnectionFailed);
+    struct Row {
+        std::string name;
+        std::filesystem::path certificate;
+        std::string outcome;
+    };
+    const Row rows[] = {
+        {"good", authority->issue("good", "IP:127.0.0.1", 2), "200 "},
+        {"other host", authority->issue("host", "DNS:events.kova.example", 2), failed},
+        {"expired", authority->issue("expired", "IP:127.0.0.1", -1), failed},
+        {"self-signed", authority->issueSelfSigned("self", "IP:127.0.0.1"), failed},
+    };
+    for (const auto& [name, certificate, outcome] : rows) {
+        OpenSSLServer server {certificate};
+        ASSERT_TRUE(server.isRunning()) << name;
+        EXPECT_EQ(fetch(*session, makeRequest(server.url())).summary().substr(0, outcome.size()), outcome) << name;
+        URLSessionCurl stranger;
+        EXPECT_EQ(fetch(stranger, makeRequest(server.url())).summary(), failed) << name;
+    }
+}
+
+TEST_F(URLSessionTlsTest, OffersHTTP2)
+{
+    // After one connection the server ends, and only then prints what it had to say.
+    OpenSSLServer server {authority->issue("good", "IP:127.0.0.1", 2), {"-www", "-alpn", "http/1.1", "-naccept", "1"}};
+    ASSERT_TRUE(server.isRunning());
+    EXPECT_FALSE(fetch(*session, makeRequest(server.url())).error);
+    EXPECT_TRUE(server.waitForOutput("ALPN protocols advertised by the client: h2, http/1.1"));
+}
+
+TEST_F(URLSessionTlsTest, TrustsNobodyWhenTheAdditionalCertificatesCannotBeRead)
+{
+    OpenSSLServer server {authority->issue("good", "IP:127.0.0.1", 2)};
+    ASSERT_TRUE(server.isRunning());
+    URLSessionCurl misled {{.additionalCertificates = "/nonexistent/authority.pem"}};
+    EXPECT_EQ(fetch(misled, makeRequest(server.url())).summary(), summary(URLError::secureConnectionFailed));
+}
+
+TEST_F(URLSessionTlsTest, FailsWhenTheOtherSideDoesNotSpeakTLS)
+{
+    // This server waits for a request line, and speaks first when it is told to greet.
+    LoopbackServer plain;
+    plain.greet("220 mail.example ready\r\n");
+    const auto address = plain.url().absoluteString();
+    const auto secure = URL::create("https" + address.substr(4)).value();
+    EXPECT_EQ(fetch(*session, makeRequest(secure)).summary(), summary(URLError::secureConnectionFailed));
+}
+
+} // namespace
+} // namespace kova::tests

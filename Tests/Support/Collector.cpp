@@ -1,0 +1,109 @@
+#include "Tests/Support/Collector.h"
+
+#include "Platform/Foundation/JSONSerialization.h"
+
+#include <poll.h>
+#include <sys/inotify.h>
+
+#include <algorithm>
+#include <charconv>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace kova::tests {
+
+namespace {
+
+Collector::Request parsed(std::string_view line)
+{
+    const auto json = JSONSerialization::jsonObject(line);
+    const auto* method = json ? json->find<std::string>("method") : nullptr;
+    const auto* path = json ? json->find<std::string>("path") : nullptr;
+    const auto* headers = json ? json->find<Value::Dictionary>("headers") : nullptr;
+    const auto* body = json ? json->find<std::string>("body") : nullptr;
+    if (method == nullptr || path == nullptr || headers == nullptr || body == nullptr)
+        throw std::runtime_error("not a line of the collector's log: " + std::string {line});
+    return {.method = *method, .path = *path, .headers = *headers, .body = *body, .line = *json};
+}
+
+bool equalsIgnoringCase(std::string_view left, std::string_view right)
+{
+    const auto lowered
+        = [](char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; };
+    return std::ranges::equal(left, right, {}, lowered, lowered);
+}
+
+} // namespace
+
+const std::string* Collector::Request::header(std::string_view name) const
+{
+    const auto found
+        = std::ranges::find_if(headers, [name](const auto& field) { return equalsIgnoringCase(field.first, name); });
+    return found != headers.end() ? found->second.as<std::string>() : nullptr;
+}
+
+Collector::Collector(std::vector<std::string> options)
+    : m_process([&] {
+        options.insert(options.end(), {"--log", logFile().string()});
+        return Process::Options {.executable = executable(), .arguments = std::move(options)};
+    }())
+{
+    constexpr std::string_view beginning = "listening on http://127.0.0.1:";
+    const auto line = m_process.waitForOutputLine(beginning);
+    if (!line)
+        throw std::runtime_error("the collector did not start: " + m_process.standardError());
+    std::from_chars(line->data() + beginning.size(), line->data() + line->size(), m_port);
+}
+
+std::filesystem::path Collector::executable()
+{
+    return std::filesystem::path {KOVA_BIN_DIR} / "kova-collector";
+}
+
+std::string Collector::url(std::string_view path) const
+{
+    return "http://127.0.0.1:" + std::to_string(m_port) + std::string {path};
+}
+
+std::vector<Collector::Request> Collector::requests() const
+{
+    std::ifstream file {logFile(), std::ios::binary};
+    const std::string text {std::istreambuf_iterator<char> {file}, {}};
+    std::vector<Request> requests;
+    std::size_t begin = 0;
+    for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n', begin)) {
+        requests.push_back(parsed(std::string_view {text}.substr(begin, end - begin)));
+        begin = end + 1;
+    }
+    return requests;
+}
+
+std::vector<Collector::Request> Collector::waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const
+{
+    const auto end = std::chrono::steady_clock::now() + timeout;
+    // Watched before it is read, so that no line between the two is missed.
+    const FileDescriptor changes {inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1"};
+    if (inotify_add_watch(changes.get(), logFile().c_str(), IN_MODIFY) < 0)
+        throw std::system_error(errno, std::generic_category(), logFile());
+    while (true) {
+        auto logged = requests();
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
+        if (logged.size() >= count || left <= 0)
+            return logged;
+        pollfd entry {.fd = changes.get(), .events = POLLIN, .revents = 0};
+        if (poll(&entry, 1, static_cast<int>(left)) > 0) {
+            char events[4096];
+            [[maybe_unused]] const auto discarded = read(changes.get(), events, sizeof events);
+        }
+    }
+}
+
+std::optional<ProcessEnd> Collector::stop()
+{
+    m_process.signal(SIGTERM);
+    return m_process.wait();
+}
+
+} // namespace kova::tests

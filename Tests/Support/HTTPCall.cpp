@@ -1,0 +1,81 @@
+#include "Tests/Support/HTTPCall.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <utility>
+
+namespace kova::tests {
+
+struct HTTPCall::State {
+    std::mutex mutex;
+    std::condition_variable changed;
+    HTTPOutcome outcome;
+    int completions = 0;
+};
+
+std::string HTTPOutcome::summary() const
+{
+    if (error)
+        return body || response ? "an error with a reply" : error.message();
+    if (!body || !response)
+        return "no error and no reply";
+    return std::to_string(response->statusCode) + " " + std::string {body->text()};
+}
+
+std::string summary(URLError error)
+{
+    return make_error_code(error).message();
+}
+
+URLRequest makeRequest(URL url, std::string method, std::optional<std::string> body, HTTPHeaderFields fields)
+{
+    URLRequest request {.url = std::move(url)};
+    request.timeoutInterval = std::chrono::seconds {30};
+    request.httpMethod = std::move(method);
+    request.allHTTPHeaderFields = std::move(fields);
+    if (body)
+        request.httpBody = Data {std::move(*body)};
+    return request;
+}
+
+HTTPCall::HTTPCall(URLSession& session, URLRequest request)
+    : m_state(std::make_shared<State>())
+    , m_task(session.dataTask(std::move(request), [state = m_state, &session](auto body, auto response, auto error) {
+        const auto onThread = session.isOnCompletionThread();
+        const std::lock_guard lock {state->mutex};
+        state->outcome = {std::move(body), std::move(response), error, onThread};
+        ++state->completions;
+        state->changed.notify_all();
+    }))
+{
+}
+
+HTTPCall& HTTPCall::start()
+{
+    m_task->resume();
+    return *this;
+}
+
+HTTPOutcome HTTPCall::wait() const
+{
+    std::unique_lock lock {m_state->mutex};
+    if (m_state->changed.wait_for(lock, std::chrono::seconds {10}, [this] { return m_state->completions != 0; }))
+        return m_state->outcome;
+    ADD_FAILURE() << "the task did not complete";
+    return {.error = std::make_error_code(std::errc::timed_out)};
+}
+
+int HTTPCall::completions() const
+{
+    const std::lock_guard lock {m_state->mutex};
+    return m_state->completions;
+}
+
+HTTPOutcome fetch(URLSession& session, URLRequest request)
+{
+    return HTTPCall {session, std::move(request)}.start().wait();
+}
+
+} // namespace kova::tests

@@ -1,0 +1,40 @@
+// What the loopback server does with one request: which bytes it sends, when, and what becomes of the connection.
+//
+//     Reply::status(200, "body")                       a whole reply, the connection is kept
+//     Reply::status(200).held(gate)                    nothing is sent before the gate lets it through
+//     Reply::status(200, "slow").paced(gate)           every byte waits for the gate
+//     Reply::raw("HTTP/1.1 200 OK\r\nContent-Le")      these bytes, then the connection is closed
+//     Reply::close()  Reply::reset()  Reply::never()   no byte, then closed, reset (RST), or nothing ever
+
+#pragma once
+
+#include "Tests/Support/Gate.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kova::tests {
+
+struct Reply {
+    enum class Then { keepConnection, close, reset, silence };
+
+    std::string bytes {};
+    Then then = Then::keepConnection;
+    std::shared_ptr<Gate> heldBy {};
+    std::shared_ptr<Gate> pacedBy {};
+
+    /// A complete reply, with a Content-Length.
+    [[nodiscard]] static Reply status(
+        int code, std::string body = {}, std::vector<std::pair<std::string, std::string>> headers = {});
+    [[nodiscard]] static Reply raw(std::string bytes, Then then = Then::close) { return {std::move(bytes), then}; }
+    [[nodiscard]] static Reply close() { return {"", Then::close}; }
+    [[nodiscard]] static Reply reset() { return {"", Then::reset}; }
+    [[nodiscard]] static Reply never() { return {"", Then::silence}; }
+
+    [[nodiscard]] Reply held(std::shared_ptr<Gate> gate) &&;
+    [[nodiscard]] Reply paced(std::shared_ptr<Gate> gate) &&;
+};
+
+} // namespace kova::tests

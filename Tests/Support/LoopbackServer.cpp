@@ -1,0 +1,260 @@
+#include "Tests/Support/LoopbackServer.h"
+
+#include "Platform/Foundation/URLRequest.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+
+namespace kova::tests {
+
+namespace {
+
+/// Reads requests off a socket, one after another, keeping what it read too much.
+class RequestReader {
+public:
+    explicit RequestReader(int socket)
+        : m_socket(socket)
+    {
+    }
+
+    /// None when the connection ends before a request is complete.
+    std::optional<RecordedRequest> next()
+    {
+        auto end = m_buffer.find("\r\n\r\n");
+        for (; end == std::string::npos; end = m_buffer.find("\r\n\r\n")) {
+            if (!readMore())
+                return {};
+        }
+        auto request = head(m_buffer.substr(0, end + 2));
+        m_buffer.erase(0, end + 4);
+        const auto length = std::stoul(request.header("Content-Length").value_or("0"));
+        while (m_buffer.size() < length) {
+            if (!readMore())
+                return {};
+        }
+        request.body = m_buffer.substr(0, length);
+        m_buffer.erase(0, length);
+        return request;
+    }
+
+private:
+    static RecordedRequest head(std::string_view text)
+    {
+        RecordedRequest request;
+        const auto nextLine = [&text] {
+            const auto end = text.find("\r\n");
+            const auto line = text.substr(0, end);
+            text.remove_prefix(end + 2);
+            return line;
+        };
+        const auto requestLine = nextLine();
+        const auto methodEnd = std::min(requestLine.find(' '), requestLine.size());
+        request.method = requestLine.substr(0, methodEnd);
+        request.target = requestLine.substr(std::min(methodEnd + 1, requestLine.size()));
+        request.target.erase(std::min(request.target.find(' '), request.target.size()));
+        while (!text.empty()) {
+            const auto line = nextLine();
+            const auto colon = std::min(line.find(':'), line.size());
+            auto value = line.substr(std::min(colon + 1, line.size()));
+            value.remove_prefix(std::min(value.find_first_not_of(' '), value.size()));
+            request.headers.emplace_back(line.substr(0, colon), value);
+        }
+        return request;
+    }
+
+    bool readMore()
+    {
+        std::array<char, 65'536> bytes;
+        const auto count = ::recv(m_socket, bytes.data(), bytes.size(), 0);
+        if (count <= 0)
+            return false;
+        m_buffer.append(bytes.data(), static_cast<std::size_t>(count));
+        return true;
+    }
+
+    const int m_socket;
+    std::string m_buffer;
+};
+
+bool sendAll(int socket, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const auto count = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (count < 0)
+            return false;
+        bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+} // namespace
+
+std::optional<std::string> RecordedRequest::header(std::string_view name) const
+{
+    const HeaderFieldLess less;
+    for (const auto& [field, value] : headers) {
+        if (!less(field, name) && !less(name, field))
+            return value;
+    }
+    return {};
+}
+
+LoopbackServer::LoopbackServer()
+    : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    if (m_listener < 0 || ::bind(m_listener, generic, size) != 0 || ::listen(m_listener, 128) != 0
+        || ::getsockname(m_listener, generic, &size) != 0)
+        throw std::system_error {errno, std::system_category(), "loopback server"};
+    m_port = ntohs(address.sin_port);
+    m_acceptor = std::thread {[this] { acceptConnections(); }};
+}
+
+LoopbackServer::~LoopbackServer()
+{
+    m_stop.request_stop();
+    ::shutdown(m_listener, SHUT_RDWR);
+    m_acceptor.join();
+    {
+        const std::lock_guard lock {m_mutex};
+        for (const auto socket : m_open)
+            ::shutdown(socket, SHUT_RDWR);
+    }
+    for (auto& thread : m_threads)
+        thread.join();
+    ::close(m_listener);
+}
+
+void LoopbackServer::enqueue(Reply reply)
+{
+    const std::lock_guard lock {m_mutex};
+    m_replies.push_back(std::move(reply));
+}
+
+void LoopbackServer::setDefault(Reply reply)
+{
+    const std::lock_guard lock {m_mutex};
+    m_default = std::move(reply);
+}
+
+void LoopbackServer::greet(std::string bytes)
+{
+    const std::lock_guard lock {m_mutex};
+    m_greeting = std::move(bytes);
+}
+
+URL LoopbackServer::url(std::string_view target) const
+{
+    return URL::create("http://127.0.0.1:" + std::to_string(m_port) + std::string {target}).value();
+}
+
+bool LoopbackServer::waitForRequests(std::size_t count) const
+{
+    std::unique_lock lock {m_mutex};
+    return m_changed.wait_for(lock, std::chrono::seconds {10}, [&] { return m_requests.size() >= count; });
+}
+
+std::vector<RecordedRequest> LoopbackServer::requests() const
+{
+    const std::lock_guard lock {m_mutex};
+    return m_requests;
+}
+
+int LoopbackServer::connections() const
+{
+    const std::lock_guard lock {m_mutex};
+    return static_cast<int>(m_threads.size());
+}
+
+std::size_t LoopbackServer::mostOpenConnections() const
+{
+    const std::lock_guard lock {m_mutex};
+    return m_mostOpen;
+}
+
+void LoopbackServer::acceptConnections()
+{
+    for (;;) {
+        const auto socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        if (socket < 0) {
+            if (m_stop.stop_requested())
+                return;
+            continue;
+        }
+        const int on = 1;
+        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        const std::lock_guard lock {m_mutex};
+        (void)sendAll(socket, m_greeting);
+        m_open.insert(socket);
+        m_mostOpen = std::max(m_mostOpen, m_open.size());
+        m_threads.emplace_back([this, socket, number = static_cast<int>(m_threads.size())] { serve(socket, number); });
+    }
+}
+
+void LoopbackServer::serve(int socket, int connection)
+{
+    RequestReader reader {socket};
+    auto then = Reply::Then::keepConnection;
+    while (then == Reply::Then::keepConnection) {
+        auto request = reader.next();
+        if (!request)
+            break;
+        request->connection = connection;
+        const auto reply = record(std::move(*request));
+        if (!send(socket, reply))
+            break;
+        then = reply.then;
+    }
+    // Silence lasts until the other side gives up, or the server ends.
+    if (then == Reply::Then::silence)
+        (void)reader.next();
+    finish(socket, then);
+}
+
+Reply LoopbackServer::record(RecordedRequest request)
+{
+    const std::lock_guard lock {m_mutex};
+    m_requests.push_back(std::move(request));
+    m_changed.notify_all();
+    if (m_replies.empty())
+        return m_default;
+    auto reply = std::move(m_replies.front());
+    m_replies.pop_front();
+    return reply;
+}
+
+bool LoopbackServer::send(int socket, const Reply& reply)
+{
+    if (reply.heldBy && !reply.heldBy->enter(m_stop.get_token()))
+        return false;
+    if (!reply.pacedBy)
+        return sendAll(socket, reply.bytes);
+    return std::ranges::all_of(reply.bytes,
+        [&](const char& byte) { return reply.pacedBy->enter(m_stop.get_token()) && sendAll(socket, {&byte, 1}); });
+}
+
+void LoopbackServer::finish(int socket, Reply::Then then)
+{
+    const std::lock_guard lock {m_mutex};
+    if (then == Reply::Then::reset) {
+        const linger abort {.l_onoff = 1, .l_linger = 0};
+        ::setsockopt(socket, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+    }
+    m_open.erase(socket);
+    ::close(socket);
+}
+
+} // namespace kova::tests
