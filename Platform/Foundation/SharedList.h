@@ -8,6 +8,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <initializer_list>
 #include <iterator>
@@ -69,7 +70,7 @@ public:
     [[nodiscard]] const T& operator[](std::size_t index) const
     {
         const auto position = m_spine->skipped + index;
-        return (*m_spine->chunks[position / chunkSize])[position % chunkSize];
+        return m_spine->chunks[position / chunkSize]->elements[position % chunkSize];
     }
     [[nodiscard]] Iterator begin() const { return {this, 0}; }
     [[nodiscard]] Iterator end() const { return {this, size()}; }
@@ -79,14 +80,16 @@ public:
         auto& spine = ownSpine();
         if ((spine.skipped + spine.size) % chunkSize == 0) {
             spine.chunks.push_back(std::make_shared<Chunk>());
-            spine.chunks.back()->reserve(spine.chunks.size() == 1 ? 1 : chunkSize);
+            spine.chunks.back()->elements.reserve(spine.chunks.size() == 1 ? 1 : chunkSize);
         } else if (spine.chunks.back().use_count() != 1) {
             auto copy = std::make_shared<Chunk>();
-            copy->reserve(chunkSize);
-            copy->assign(spine.chunks.back()->begin(), spine.chunks.back()->end());
+            const auto& original = spine.chunks.back()->elements;
+            copy->elements.reserve(chunkSize);
+            copy->elements.assign(original.begin(), original.end());
             spine.chunks.back() = std::move(copy);
         }
-        spine.chunks.back()->push_back(std::move(element));
+        spine.chunks.back()->elements.push_back(std::move(element));
+        spine.chunks.back()->satisfied = nullptr;
         ++spine.size;
     }
 
@@ -127,6 +130,28 @@ public:
         return limit;
     }
 
+    /// Whether the predicate, a pure function, holds for every element. Chunks remember the last predicate that held for all they have, so
+    /// that asking again of a long list, or of one that shares most of it, is cheap.
+    [[nodiscard]] bool allSatisfy(bool (*predicate)(const T&)) const
+    {
+        for (std::size_t index = 0; index < size();) {
+            const auto position = m_spine->skipped + index;
+            const auto& chunk = *m_spine->chunks[position / chunkSize];
+            const auto next = index + std::min(chunkSize - position % chunkSize, size() - index);
+            if (chunk.satisfied != predicate) {
+                for (auto element = index; element < next; ++element) {
+                    if (!predicate((*this)[element]))
+                        return false;
+                }
+                // Of a first chunk that is partly skipped, only the rest was looked at.
+                if (position % chunkSize == 0)
+                    chunk.satisfied = predicate;
+            }
+            index = next;
+        }
+        return true;
+    }
+
     friend bool operator==(const SharedList& left, const SharedList& right)
     {
         return left.size() == right.size() && left.matchingPrefix(right) == left.size();
@@ -134,7 +159,12 @@ public:
 
 private:
     static constexpr std::size_t chunkSize = 128;
-    using Chunk = std::vector<T>;
+
+    struct Chunk {
+        std::vector<T> elements;
+        /// A predicate that holds for all elements. Several threads may find that out at once.
+        mutable std::atomic<bool (*)(const T&)> satisfied = nullptr;
+    };
 
     /// All chunks but the last are full; the first `skipped` elements of the first one are no longer in the list.
     struct Spine {
