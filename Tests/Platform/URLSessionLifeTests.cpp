@@ -41,9 +41,10 @@ protected:
     {
         std::vector<HTTPCall> calls;
         server.setDefault(Reply::never());
+        const auto before = server.requests().size();
         for (int index = 0; index < count; ++index)
             calls.emplace_back(*session, makeRequest(server.url("/unanswered"))).start();
-        EXPECT_TRUE(server.waitForRequests(static_cast<std::size_t>(count)));
+        EXPECT_TRUE(server.waitForRequests(before + static_cast<std::size_t>(count)));
         return calls;
     }
 
@@ -109,10 +110,12 @@ TEST_F(URLSessionLifeTest, StartsOnceAndCompletesOnce)
     EXPECT_EQ(cancelledFirst.wait().summary(), cancelled);
     EXPECT_TRUE(cancelledFirst.wait().wasOnCompletionThread);
 
+    server.setDefault(Reply::never());
     HTTPCall cancelledAtOnce {*session, makeRequest(server.url("/maybe"))};
     cancelledAtOnce.start().cancel();
     cancelledAtOnce.cancel();
     EXPECT_EQ(cancelledAtOnce.wait().summary(), cancelled);
+    server.setDefault(Reply::status(200));
 
     auto dropped = HTTPCall {*session, makeRequest(server.url("/dropped"))};
     dropped.start().drop();
