@@ -1,8 +1,12 @@
 #include "Host/HostCommands.h"
 
+#include "Host/EventCommand.h"
+#include "KovaSDK/Events/EventServices/EventStorage.h"
 #include "KovaSDK/KovaKeysManager.h"
 #include "KovaSDK/KovaSDK.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
+#include "KovaSDK/Services/Networking/KovaNetwork.h"
+#include "Platform/Foundation/Unicode.h"
 #include "Platform/Foundation/UserDefaults.h"
 
 #include <algorithm>
@@ -86,6 +90,33 @@ void inbox(const ScriptCommand&, HostContext& context)
     context.answers.write({{"inbox", records}, {"unread", NotificationStorage::totalUnreadNotifications()}});
 }
 
+void network(const ScriptCommand& command, HostContext& context)
+{
+    if (!context.network)
+        throw ScriptError {"network: the host follows the real network; run it with --network simulated"};
+    if (!context.network->setStatus(command.text("status")))
+        throw ScriptError {"network: the field \"status\" must be \"wifi\", \"wwan\" or \"offline\""};
+}
+
+void event(const ScriptCommand& command, HostContext& context)
+{
+    context.answers.write(saveEvent(command));
+}
+
+void buffer(const ScriptCommand&, HostContext& context)
+{
+    Value::Array bodies;
+    for (const auto& body : EventStorage {}.buffer())
+        bodies.append(repairedUTF8(body.as<Data>()->text()));
+    context.answers.write({{"buffer", bodies}});
+}
+
+void status(const ScriptCommand&, HostContext& context)
+{
+    const bool isStarted = KovaNetwork::reachability() != nullptr;
+    context.answers.write({{"status", isStarted ? Value {rawValue(KovaNetwork::status())} : Value {}}});
+}
+
 void settleCommand(const ScriptCommand& command, HostContext& context)
 {
     constexpr double longest = 24.0 * 60 * 60;
@@ -148,6 +179,17 @@ constexpr std::array commands {
         "runs the notification service extension; answers {\"extension\":{…what would be shown…}}", Place::MainQueue,
         &extension},
     HostCommand {"inbox", "", "answers {\"inbox\":[…records, newest first…],\"unread\":n}", Place::MainQueue, &inbox},
+    HostCommand {"network", "status: \"wifi\", \"wwan\" or \"offline\"",
+        "switches the network, which begins offline (with --network simulated only)", Place::MainQueue, &network},
+    HostCommand {"event",
+        "kind: class name, type: raw value, [text, userId: text], [attributes, metrics: object], [record: boolean]",
+        "makes an event, fills it (start(with) when there is a text) and saves it; answers {\"saved\":true}, or\n"
+        "      {\"saved\":false,\"error\":…}; a metric may also be \"nan\", \"inf\" or \"-inf\"",
+        Place::MainQueue, &event},
+    HostCommand {"buffer", "", "answers {\"buffer\":[…buffered event bodies as text, oldest first…]}", Place::MainQueue,
+        &buffer},
+    HostCommand {"status", "", "answers {\"status\":\"wifi\"}, \"wwan\" or \"unreachable\"; null before the start",
+        Place::MainQueue, &status},
     HostCommand {"settle", "[seconds: number]",
         "waits (15 s at most, or so many) until every HTTP task has completed and every queue is idle; else exit "
         "status 3",

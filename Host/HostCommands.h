@@ -4,6 +4,7 @@
 
 #include "Host/Answers.h"
 #include "Host/ScriptCommand.h"
+#include "Host/SimulatedNetwork.h"
 #include "Host/SimulatedOneSignal.h"
 #include "Platform/Linux/LinuxPlatform.h"
 
@@ -17,6 +18,8 @@ namespace kova::host {
 struct HostContext {
     LinuxPlatform& platform;
     SimulatedOneSignal& vendor;
+    /// Null when the host follows the real network.
+    SimulatedNetwork* network;
     Answers& answers;
     std::stop_token interruption;
 };

@@ -88,7 +88,7 @@ std::string helpText()
             "  --events-url U          base URL of the events web service, for example http://127.0.0.1:8080/v2/\n"
             "  --metrics-url U         base URL of the push-metrics web service, ending in /v2/\n"
             "  --geotriggers-url U     base URL of the geotrigger web service, ending in /v1/geotriggers/\n"
-            "  --network MODE          real (the default) or simulated; accepted, without effect yet\n"
+            "  --network MODE          real (the default) or simulated: offline until a script switches it\n"
             "  --answers FILE          where answers go instead of standard error\n"
             "  SCRIPT                  a file; standard input when it is - or missing\n"
             "\n"

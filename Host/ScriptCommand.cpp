@@ -68,6 +68,11 @@ bool ScriptCommand::boolean(std::string_view key) const
     return field<bool>(key, "true or false");
 }
 
+std::optional<bool> ScriptCommand::optionalBoolean(std::string_view key) const
+{
+    return optionalField<bool>(key, "true or false");
+}
+
 std::optional<double> ScriptCommand::optionalNumber(std::string_view key) const
 {
     const auto* value = m_fields.find(key);

@@ -5,6 +5,7 @@
 #include "Host/Options.h"
 #include "Host/ScriptRunner.h"
 #include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/URLSession.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -53,9 +54,14 @@ int run(const Options& options)
     }};
     const auto vendor = std::make_shared<SimulatedOneSignal>();
     OneSignal::setShared(vendor);
+    const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
+    if (network)
+        NetworkReachability::setShared(network);
+    // Whatever waits for a reply is released at once, and keeps what it could not send.
+    const std::stop_callback cancelRequests {interruption.token(), [] { URLSession::shared()->invalidateAndCancel(); }};
 
     // The script has a thread of its own; this one runs the main queue until the script has ended.
-    HostContext context {platform, *vendor, answers, interruption.token()};
+    HostContext context {platform, *vendor, network.get(), answers, interruption.token()};
     LineReader lines {script, interruption.descriptor()};
     std::stop_source ended;
     auto outcome = ScriptOutcome::Done;

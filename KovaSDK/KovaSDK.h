@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "KovaSDK/Events/EventModels/CartEvent.h"
+#include "KovaSDK/Events/EventModels/PageEvent.h"
 #include "KovaSDK/Push/KovaNotify.h"
 #include "KovaSDK/Push/PermissionSubscriptionState.h"
 #include "KovaSDK/Services/NotificationName.h"

@@ -3,8 +3,10 @@
 #include "KovaSDK/KovaKeysManager.h"
 #include "KovaSDK/Push/PushServices/KovaPushMetrics.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
+#include "KovaSDK/Services/Networking/KovaNetworkTracker.h"
 #include "KovaSDK/Services/NotificationName.h"
 #include "Platform/Foundation/Description.h"
+#include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/NotificationCenter.h"
 #include "Platform/Foundation/Print.h"
 
@@ -56,6 +58,8 @@ void handleOpened(const std::shared_ptr<const OSNotificationOpenedResult>& resul
 
 void KovaNotify::initWithCallbacks(const std::optional<AnyDictionary>& launchOptions)
 {
+    // The monitor announces its first state to an observer that is registered after it has started.
+    const DispatchQueue::Deferral untilStarted;
     print("NOTIFICATIONS : Initialized with callbacks");
     const auto appId = KovaKeyManager {}.get(KovaKey::notificationID);
     print("APP ID: " + singleLine(appId));
@@ -67,6 +71,8 @@ void KovaNotify::initWithCallbacks(const std::optional<AnyDictionary>& launchOpt
     vendor->setInFocusDisplayType(systemNotification);
     vendor->promptLocation();
     vendor->setLocationShared(true);
+    KovaNetworkTracker::startNetworkTracker();
+    NotificationCenter::default_().addObserver(&statusManager, NotificationName::flagsChanged);
 }
 
 std::any KovaNotify::initWith(const std::optional<AnyDictionary>& launchOptions,
@@ -74,6 +80,12 @@ std::any KovaNotify::initWith(const std::optional<AnyDictionary>& launchOptions,
 {
     return OneSignal::shared()->initWithLaunchOptions(
         launchOptions, KovaKeyManager {}.get(KovaKey::notificationID), std::move(handleNotificationAction), settings);
+}
+
+void KovaNotify::statusManager(const Notification&)
+{
+    print("NETWORK : Checking status");
+    KovaNetworkTracker::checkNetworkStatus();
 }
 
 void KovaNotify::promptForPushNotifications(OSUserResponse userResponse)

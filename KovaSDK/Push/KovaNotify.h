@@ -7,6 +7,7 @@
 #pragma once
 
 #include "Platform/Foundation/AnyHashable.h"
+#include "Platform/Foundation/NotificationCenter.h"
 #include "Platform/Vendors/OneSignal.h"
 
 #include <any>
@@ -47,6 +48,9 @@ public:
     /// The same when the extension's time runs out.
     static void serviceExtensionTimeWillExpireRequest(const std::shared_ptr<const UNNotificationRequest>& request,
         const std::shared_ptr<UNMutableNotificationContent>& content);
+
+    /// Observes "FlagsChanged" from the full start-up on, for ever: logs, and has the tracker check the network.
+    static void statusManager(const Notification& notification);
 };
 
 } // namespace kova

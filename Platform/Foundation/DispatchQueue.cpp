@@ -10,6 +10,7 @@
 #include <semaphore>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace kova {
 
@@ -132,10 +133,46 @@ bool DispatchQueue::isCurrent() const
     return State::current == m_state.get();
 }
 
+struct DispatchQueue::Deferral::Submission {
+    std::shared_ptr<State> state;
+    // Under way from now on, although it cannot begin yet.
+    Activity activity;
+    Task task;
+};
+
+namespace {
+
+thread_local DispatchQueue::Deferral* deferral = nullptr;
+
+} // namespace
+
+DispatchQueue::Deferral::Deferral()
+{
+    if (!deferral)
+        deferral = this;
+}
+
+DispatchQueue::Deferral::~Deferral()
+{
+    if (deferral != this)
+        return;
+    deferral = nullptr;
+    for (auto& submission : m_submissions)
+        submit(submission.state, std::move(submission.task));
+}
+
 void DispatchQueue::async(Task task)
 {
+    if (deferral)
+        deferral->m_submissions.push_back({.state = m_state, .activity = Activity {}, .task = std::move(task)});
+    else
+        submit(m_state, std::move(task));
+}
+
+void DispatchQueue::submit(const std::shared_ptr<State>& state, Task task)
+{
     auto& workers = Workers::instance();
-    const bool isMain = this == &main();
+    const bool isMain = state == main().m_state;
     // Threads that have ended by themselves are joined outside the lock, by whoever submits next.
     std::list<Workers::Worker> finished;
     std::function<void()> waker;
@@ -149,22 +186,22 @@ void DispatchQueue::async(Task task)
                 finished.splice(finished.end(), workers.workers, worker);
             worker = next;
         }
-        const std::lock_guard lock {m_state->mutex};
-        m_state->items.push_back({.activity = Activity {}, .task = std::move(task)});
-        m_state->changed.notify_all();
+        const std::lock_guard lock {state->mutex};
+        state->items.push_back({.activity = Activity {}, .task = std::move(task)});
+        state->changed.notify_all();
         if (isMain) {
             waker = workers.mainLoopWaker;
-        } else if (!m_state->hasThread) {
-            m_state->hasThread = true;
-            m_state->isShutDown = false;
+        } else if (!state->hasThread) {
+            state->hasThread = true;
+            state->isShutDown = false;
             auto& worker = workers.workers.emplace_back();
-            worker.queue = m_state;
-            worker.shutDown = [state = m_state.get()] {
-                const std::lock_guard stateLock {state->mutex};
-                state->isShutDown = true;
-                state->changed.notify_all();
+            worker.queue = state;
+            worker.shutDown = [borrowed = state.get()] {
+                const std::lock_guard stateLock {borrowed->mutex};
+                borrowed->isShutDown = true;
+                borrowed->changed.notify_all();
             };
-            worker.thread = std::thread {[state = m_state, &workers, &worker] {
+            worker.thread = std::thread {[state, &workers, &worker] {
                 state->runUntilAbandoned();
                 const std::lock_guard finishLock {workers.mutex};
                 worker.isFinished = true;
@@ -184,7 +221,7 @@ void DispatchQueue::sync(Task task)
     const auto done = std::make_shared<std::binary_semaphore>(0);
     // Destroyed with the task, run or not, so that the caller is released in every case.
     std::shared_ptr<void> release {nullptr, [done](void*) { done->release(); }};
-    async([task = std::move(task), release = std::move(release)]() mutable { task(); });
+    submit(m_state, [task = std::move(task), release = std::move(release)]() mutable { task(); });
     done->acquire();
 }
 

@@ -13,6 +13,7 @@
 #include <memory>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 namespace kova {
 
@@ -30,6 +31,22 @@ public:
 
     /// Submits a task and returns at once. After shutDownAll() the task is dropped unrun.
     void async(Task task);
+
+    /// While one lives, what the thread that made it submits to any queue is kept back; it is submitted, in order, when
+    /// the object goes. For a sequence whose parts must all stand before the first task it submits may run. Made and
+    /// destroyed on one thread, one at a time.
+    class Deferral {
+    public:
+        Deferral();
+        ~Deferral();
+        Deferral(const Deferral&) = delete;
+        Deferral& operator=(const Deferral&) = delete;
+
+    private:
+        friend class DispatchQueue;
+        struct Submission;
+        std::vector<Submission> m_submissions;
+    };
 
     /// Submits a task and waits until it has run or was dropped. On the queue's own thread this would wait for ever, so
     /// it stops the process.
@@ -55,6 +72,7 @@ public:
 
 private:
     struct State;
+    static void submit(const std::shared_ptr<State>& state, Task task);
     explicit DispatchQueue(std::shared_ptr<State> state);
 
     std::shared_ptr<State> m_state;

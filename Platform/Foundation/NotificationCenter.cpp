@@ -80,4 +80,14 @@ void NotificationCenter::post(const Notification& notification)
     }
 }
 
+void NotificationCenter::removeAllObservers()
+{
+    // Destroyed after the lock is gone.
+    std::vector<std::shared_ptr<Registration>> removed;
+    const std::lock_guard lock {m_mutex};
+    removed.swap(m_registrations);
+    for (const auto& registration : removed)
+        registration->isRemoved = true;
+}
+
 } // namespace kova

@@ -36,7 +36,7 @@ public:
     void addObserver(const std::shared_ptr<void>& observer, Handler handler, std::optional<std::string> name,
         const void* object = nullptr);
 
-    /// Registers a class-level observer: it has no owner and stays for the life of the process.
+    /// Registers a class-level observer: it has no owner and stays until the platform ends.
     void addObserver(Handler handler, std::optional<std::string> name, const void* object = nullptr);
 
     /// Removes the registrations of an object: all, or those with this name and this sender. None of them is called any
@@ -45,6 +45,9 @@ public:
         const void* observer, const std::optional<std::string>& name = std::nullopt, const void* object = nullptr);
 
     void post(const Notification& notification);
+
+    /// Removes every registration, class-level ones too: for a platform that ends.
+    void removeAllObservers();
 
 private:
     struct Registration;

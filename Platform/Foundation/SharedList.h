@@ -130,8 +130,8 @@ public:
         return limit;
     }
 
-    /// Whether the predicate, a pure function, holds for every element. Chunks remember the last predicate that held for all they have, so
-    /// that asking again of a long list, or of one that shares most of it, is cheap.
+    /// Whether the predicate, a pure function, holds for every element. Chunks remember the last predicate that held
+    /// for all they have, so that asking again of a long list, or of one that shares most of it, is cheap.
     [[nodiscard]] bool allSatisfy(bool (*predicate)(const T&)) const
     {
         for (std::size_t index = 0; index < size();) {

@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Activity.h"
 #include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/NotificationCenter.h"
 #include "Platform/Foundation/Print.h"
 #include "Platform/Libraries/URLSessionCurl.h"
 #include "Platform/Libraries/UserDefaultsSQLite.h"
@@ -103,6 +104,7 @@ LinuxPlatform::~LinuxPlatform()
         m_mainLoop.join();
     }
     DispatchQueue::shutDownAll();
+    NotificationCenter::default_().removeAllObservers();
     m_defaults->close();
     ServiceAddresses::setCurrent(ServiceAddresses::builtIn());
     setThreadHook(nullptr);

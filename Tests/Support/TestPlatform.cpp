@@ -1,5 +1,7 @@
 #include "Tests/Support/TestPlatform.h"
 
+#include "KovaSDK/Services/Networking/KovaNetwork.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -10,27 +12,30 @@ namespace kova::tests {
 
 namespace {
 
-ServiceAddresses addressesWith(std::string metricsURL)
+ServiceAddresses addressesWith(const std::string& baseURL)
 {
     auto addresses = ServiceAddresses::builtIn();
-    addresses.metricsBaseURL = std::move(metricsURL);
+    addresses.eventsBaseURL = baseURL;
+    addresses.metricsBaseURL = baseURL;
     return addresses;
 }
 
 } // namespace
 
-TestPlatform::TestPlatform(std::string metricsURL)
+TestPlatform::TestPlatform(const std::string& baseURL)
     : platform({.bundleIdentifier = "example.test",
           .bundleFolder = folder.path() / "bundle",
           .dataFolder = folder.path() / "data",
-          .serviceAddresses = addressesWith(std::move(metricsURL))})
+          .serviceAddresses = addressesWith(baseURL)})
 {
     OneSignal::setShared(vendor);
+    NetworkReachability::setShared(network);
 }
 
 TestPlatform::~TestPlatform()
 {
     OneSignal::setShared(nullptr);
+    KovaNetwork::setReachability(nullptr);
 }
 
 void TestPlatform::addResource(const std::string& name, std::string_view bytes) const

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Platform/Linux/LinuxPlatform.h"
+#include "Tests/Support/FakeNetwork.h"
 #include "Tests/Support/PrintCapture.h"
 #include "Tests/Support/RecordingOneSignal.h"
 #include "Tests/Support/TemporaryFolder.h"
@@ -14,7 +15,8 @@ namespace kova::tests {
 
 class TestPlatform {
 public:
-    explicit TestPlatform(std::string metricsURL = "http://127.0.0.1:9/v2/");
+    /// Events and metrics go to this base URL, where by default nobody listens. The network is offline at first.
+    explicit TestPlatform(const std::string& baseURL = "http://127.0.0.1:9/v2/");
     ~TestPlatform();
     TestPlatform(const TestPlatform&) = delete;
     TestPlatform& operator=(const TestPlatform&) = delete;
@@ -28,6 +30,7 @@ public:
     TemporaryFolder folder;
     PrintCapture log;
     std::shared_ptr<RecordingOneSignal> vendor = std::make_shared<RecordingOneSignal>();
+    std::shared_ptr<FakeNetwork> network = std::make_shared<FakeNetwork>();
     LinuxPlatform platform;
 };
 

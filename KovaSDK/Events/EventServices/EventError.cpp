@@ -1,19 +1,21 @@
 #include "KovaSDK/Events/EventServices/EventError.h"
 
+#include <array>
 #include <string>
 
 namespace kova {
 
 namespace {
 
+// In the order of the enumeration, which begins with 1: zero means success in an error code.
+constexpr std::array names {"eventCantBeSaved", "eventCantBeTransformedInJson", "eventCantBeStored",
+    "eventCantBePublished", "postCannotBePerformed", "storageCannotBePerformed"};
+
 class EventErrorCategory final : public std::error_category {
 public:
     [[nodiscard]] const char* name() const noexcept override { return "KovaSDK.EventError"; }
-    // The cases have no text of their own: this is the platform's default for an error value.
-    [[nodiscard]] std::string message(int code) const override
-    {
-        return "The operation couldn't be completed. (KovaSDK.EventError error " + std::to_string(code - 1) + ".)";
-    }
+    // The cases have no text of their own: the log would show their names.
+    [[nodiscard]] std::string message(int code) const override { return names.at(static_cast<std::size_t>(code) - 1); }
 };
 
 } // namespace
