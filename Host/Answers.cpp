@@ -36,8 +36,8 @@ void Answers::write(const Value::Dictionary& answer)
         const auto written = ::write(m_descriptor, rest.data(), rest.size());
         if (written < 0 && errno == EINTR)
             continue;
-        if (written <= 0)
-            return;
+        if (written < 0)
+            throw std::system_error {errno, std::generic_category(), "the answer cannot be written"};
         rest.remove_prefix(static_cast<std::size_t>(written));
     }
 }

@@ -18,6 +18,7 @@ public:
     Answers(const Answers&) = delete;
     Answers& operator=(const Answers&) = delete;
 
+    /// Throws std::system_error when the line cannot be written.
     void write(const Value::Dictionary& answer);
 
 private:

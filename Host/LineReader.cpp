@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cerrno>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace kova::host {
@@ -46,10 +48,19 @@ bool LineReader::readMore()
         return false;
     std::array<char, 65'536> chunk {};
     const auto count = read(m_descriptor, chunk.data(), chunk.size());
-    if (count < 0)
-        return errno == EINTR;
+    if (count < 0) {
+        if (errno == EINTR || errno == EAGAIN)
+            return true;
+        throw std::system_error {errno, std::generic_category(), "cannot be read"};
+    }
     m_isAtEnd = count == 0;
     m_pending.append(chunk.data(), static_cast<std::size_t>(count));
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (m_isAtBeginning && (m_isAtEnd || m_pending.size() >= byteOrderMark.size())) {
+        m_isAtBeginning = false;
+        if (m_pending.starts_with(byteOrderMark))
+            m_pending.erase(0, byteOrderMark.size());
+    }
     return true;
 }
 

@@ -35,7 +35,7 @@ void runLine(const std::string& line, HostContext& context)
 
 ScriptOutcome report(const std::string& place, const std::exception& failure, ScriptOutcome outcome)
 {
-    const auto line = place + ": " + failure.what() + "\n";
+    const auto line = singleLine(place + ": " + failure.what()) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
     return outcome;
 }
@@ -47,18 +47,17 @@ ScriptOutcome runScript(const std::string& name, LineReader& lines, HostContext&
     auto outcome = ScriptOutcome::Done;
     std::size_t number = 0;
     while (outcome == ScriptOutcome::Done && !context.interruption.stop_requested()) {
-        const auto line = lines.next();
-        if (!line)
-            break;
         ++number;
-        if (line->starts_with('#') || line->find_first_not_of(" \t\r") == std::string::npos)
-            continue;
         try {
-            runLine(*line, context);
-        } catch (const ScriptError& failure) {
-            outcome = report(name + ":" + std::to_string(number), failure, ScriptOutcome::Wrong);
+            const auto line = lines.next();
+            if (!line)
+                break;
+            if (!line->starts_with('#') && line->find_first_not_of(" \t\r") != std::string::npos)
+                runLine(*line, context);
         } catch (const NotSettled& failure) {
             return report(name + ":" + std::to_string(number), failure, ScriptOutcome::NotSettled);
+        } catch (const std::exception& failure) {
+            outcome = report(name + ":" + std::to_string(number), failure, ScriptOutcome::Wrong);
         }
     }
     try {

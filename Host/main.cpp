@@ -37,14 +37,15 @@ ServiceAddresses addresses(const Options& options)
     return addresses;
 }
 
-int run(const Options& options)
+int run(const Options& options, const Interruption& interruption)
 {
-    const int script = options.script == "-" ? dup(STDIN_FILENO) : open(options.script.c_str(), O_RDONLY | O_CLOEXEC);
+    // Opening a pipe without a writer must not hang: the reader waits for it, and for the end.
+    const int script
+        = options.script == "-" ? dup(STDIN_FILENO) : open(options.script.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (script < 0)
         return fail("cannot read " + options.script + ": " + std::strerror(errno));
     Answers answers {options.answers};
 
-    const Interruption interruption;
     LinuxPlatform platform {{
         .bundleIdentifier = "kova-host",
         .bundleFolder = options.bundle,
@@ -80,13 +81,15 @@ int run(const Options& options)
 
 int main(int argumentCount, char** arguments)
 {
+    // Before anything else, so that no signal finds the process unprepared.
+    const Interruption interruption;
     try {
         const auto options = Options::parse(argumentCount, arguments);
         if (options.wantsHelp) {
             std::fputs(helpText().c_str(), stdout);
             return 0;
         }
-        return run(options);
+        return run(options, interruption);
     } catch (const std::exception& failure) {
         return fail(failure.what());
     }

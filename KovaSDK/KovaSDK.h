@@ -8,3 +8,4 @@
 #include "KovaSDK/Push/KovaNotify.h"
 #include "KovaSDK/Push/PermissionSubscriptionState.h"
 #include "KovaSDK/Services/NotificationName.h"
+#include "Platform/Foundation/NotificationCenter.h"

@@ -8,6 +8,7 @@
 #include <list>
 #include <mutex>
 #include <semaphore>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -201,11 +202,15 @@ void DispatchQueue::submit(const std::shared_ptr<State>& state, Task task)
                 borrowed->isShutDown = true;
                 borrowed->changed.notify_all();
             };
-            worker.thread = std::thread {[state, &workers, &worker] {
-                state->runUntilAbandoned();
-                const std::lock_guard finishLock {workers.mutex};
-                worker.isFinished = true;
-            }};
+            try {
+                worker.thread = std::thread {[state, &workers, &worker] {
+                    state->runUntilAbandoned();
+                    const std::lock_guard finishLock {workers.mutex};
+                    worker.isFinished = true;
+                }};
+            } catch (const std::system_error& failure) {
+                fatalError("no thread can be started for the queue " + state->label + ": " + failure.what());
+            }
         }
     }
     for (auto& worker : finished)

@@ -1,8 +1,8 @@
 // The place where the process-wide instance of a platform service stands.
 //
-// The platform object fills the slots when it is installed and empties them when it ends; a test may put its own
-// instance in. The slot itself is never destroyed, so that no order of static destruction matters.
-// Threads: any.
+// The platform object fills the slots when it is installed; when it ends, its services stay there, closed. A test may
+// put its own instance in. The slot itself is never destroyed, so that no order of static destruction matters. Threads:
+// any.
 
 #pragma once
 

@@ -26,7 +26,13 @@ SQLiteFailure::SQLiteFailure(int primaryCode, const std::string& message)
 
 bool SQLiteFailure::isDamage() const
 {
-    return m_primaryCode == SQLITE_CORRUPT || m_primaryCode == SQLITE_NOTADB;
+    // A statement that is no SQL for this file, SQLITE_ERROR, means that its tables are not ours.
+    return m_primaryCode == SQLITE_CORRUPT || m_primaryCode == SQLITE_NOTADB || m_primaryCode == SQLITE_ERROR;
+}
+
+SQLiteFailure SQLiteFailure::damage(const std::string& message)
+{
+    return {SQLITE_CORRUPT, message};
 }
 
 void SQLiteStatement::Finalizer::operator()(sqlite3_stmt* statement) const
@@ -132,9 +138,9 @@ SQLiteStatement SQLiteDatabase::prepare(std::string_view sql)
     return {*m_database, sql};
 }
 
-std::int64_t SQLiteDatabase::lastInsertedRow() const
+bool SQLiteDatabase::isReadOnly() const
 {
-    return sqlite3_last_insert_rowid(m_database.get());
+    return sqlite3_db_readonly(m_database.get(), "main") == 1;
 }
 
 void SQLiteDatabase::keepLogOnClose(bool keeps)
@@ -146,9 +152,10 @@ void SQLiteDatabase::keepLogOnClose(bool keeps)
 
 void SQLiteDatabase::checkpoint()
 {
-    const int code = sqlite3_wal_checkpoint_v2(m_database.get(), nullptr, SQLITE_CHECKPOINT_PASSIVE, nullptr, nullptr);
-    if (code != SQLITE_OK && (code & 0xFF) != SQLITE_BUSY)
-        fail(code, m_database.get());
+    // As a statement, because the function of the same name does nothing on a connection that has not read yet.
+    auto statement = prepare("PRAGMA wal_checkpoint(PASSIVE)");
+    if (!statement.step() || statement.integer(1) < 0)
+        throw SQLiteFailure {SQLITE_IOERR, "there is no write-ahead log"};
 }
 
 SQLiteTransaction::SQLiteTransaction(SQLiteDatabase& database, Kind kind)

@@ -22,7 +22,11 @@ class SQLiteFailure : public std::runtime_error {
 public:
     SQLiteFailure(int primaryCode, const std::string& message);
 
-    /// Whether the file's content is at fault, not its surroundings: it is no database, or a damaged one.
+    /// For what SQLite itself does not see.
+    [[nodiscard]] static SQLiteFailure damage(const std::string& message);
+
+    /// Whether the file's content is at fault, not its surroundings: it is no database, a damaged one, or not one of
+    /// ours.
     [[nodiscard]] bool isDamage() const;
 
 private:
@@ -79,8 +83,8 @@ public:
     void execute(const char* sql);
     [[nodiscard]] SQLiteStatement prepare(std::string_view sql);
 
-    /// The key of the row inserted last.
-    [[nodiscard]] std::int64_t lastInsertedRow() const;
+    /// Whether the file can only be read.
+    [[nodiscard]] bool isReadOnly() const;
 
     /// Whether closing leaves the write-ahead log and its index beside the file, as evidence of damage, or folds the
     /// log in and deletes both, as it does at first.

@@ -2,8 +2,11 @@
 
 #include "Platform/Foundation/PropertyList.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <limits>
+#include <stdexcept>
 #include <vector>
 
 namespace kova {
@@ -31,15 +34,22 @@ StoredValues::StoredValues(const std::filesystem::path& file, std::chrono::milli
     m_removeElements = m_database.prepare("DELETE FROM element WHERE entry = ?1 AND position >= ?2 AND position < ?3");
     // Touches every entry, so that most damage shows when the store is opened and not in the middle of the day.
     m_database.execute("SELECT id, key, kind FROM entry");
+    // A damaged header may ask for a file format that SQLite reads but does not write.
+    if (m_database.isReadOnly() && access(file.c_str(), W_OK) == 0)
+        throw SQLiteFailure::damage("its header asks for a newer file format");
     m_database.keepLogOnClose(false);
 }
 
 void StoredValues::createTables()
 {
+    constexpr std::int64_t ourVersion = 1;
     {
-        auto version = m_database.prepare("PRAGMA user_version");
-        if (version.step() && version.integer(0) == 1)
+        auto statement = m_database.prepare("PRAGMA user_version");
+        const auto version = statement.step() ? statement.integer(0) : 0;
+        if (version == ourVersion)
             return;
+        if (version > ourVersion)
+            throw std::runtime_error {"it was written by a newer version of the SDK"};
     }
     SQLiteTransaction transaction {m_database, SQLiteTransaction::Kind::Write};
     m_database.execute("CREATE TABLE IF NOT EXISTS entry ("

@@ -1,12 +1,14 @@
 #include "Platform/Libraries/UserDefaultsSQLite.h"
 
 #include "Platform/Foundation/ThreadHook.h"
+#include "Platform/Libraries/FolderLock.h"
 #include "Platform/Libraries/StoredValues.h"
 
 #include <array>
 #include <cstdio>
 #include <ctime>
 #include <system_error>
+#include <utility>
 
 namespace kova {
 
@@ -17,20 +19,6 @@ class UserDefaultsSQLite::Store : public StoredValues {
 };
 
 namespace {
-
-// Held while the store is opened or set aside, so that two processes do not do it at once. Another SQLite file serves:
-// its lock is waited for with a bound and vanishes with its holder.
-class OpeningLock {
-public:
-    OpeningLock(const fs::path& file, std::chrono::milliseconds timeout)
-        : m_database(file, timeout)
-    {
-        m_database.execute("BEGIN EXCLUSIVE");
-    }
-
-private:
-    SQLiteDatabase m_database;
-};
 
 // Every part of the path that is missing is made, for the owner alone.
 void makePrivateFolder(const fs::path& folder)
@@ -43,6 +31,14 @@ void makePrivateFolder(const fs::path& folder)
     fs::permissions(folder, fs::perms::owner_all);
 }
 
+// Takes away what others may do, and nothing of what the owner has set.
+void makePrivate(const fs::path& path)
+{
+    constexpr auto others = fs::perms::group_all | fs::perms::others_all;
+    if ((fs::status(path).permissions() & others) != fs::perms::none)
+        fs::permissions(path, others, fs::perm_options::remove);
+}
+
 // SQLite gives the log and the index beside a database the permissions of the database itself.
 void makePrivateFile(const fs::path& file)
 {
@@ -52,7 +48,7 @@ void makePrivateFile(const fs::path& file)
             !created)
             throw fs::filesystem_error {"cannot create", file, std::error_code {errno, std::generic_category()}};
     }
-    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+    makePrivate(file);
 }
 
 fs::path asideName(const fs::path& file)
@@ -78,20 +74,17 @@ UserDefaultsSQLite::UserDefaultsSQLite(Options options)
     const std::lock_guard lock {m_mutex};
     try {
         makePrivateFolder(m_options.folder);
-        fs::permissions(m_options.folder, fs::perms::owner_all);
-        const OpeningLock opening {m_options.folder / "defaults.lock", m_options.busyTimeout};
-        try {
-            open();
-        } catch (const SQLiteFailure& failure) {
-            if (!failure.isDamage())
-                throw;
-            setAside();
-            open();
-        }
-    } catch (const std::exception& failure) {
-        complain(std::string {"cannot be opened, so nothing is kept after the process ends: "} + failure.what());
+        makePrivate(m_options.folder);
+    } catch (const fs::filesystem_error& failure) {
+        complain(std::string {"cannot be made, so nothing is kept after the process ends: "} + failure.what());
         m_isInMemory = true;
         m_store = std::make_unique<Store>(fs::path {}, m_options.busyTimeout);
+        return;
+    }
+    try {
+        openOrSetAside();
+    } catch (const std::exception& failure) {
+        complain(std::string {"cannot be opened for now: "} + failure.what());
     }
 }
 
@@ -104,6 +97,19 @@ void UserDefaultsSQLite::open()
 {
     makePrivateFile(m_file);
     m_store = std::make_unique<Store>(m_file, m_options.busyTimeout);
+}
+
+void UserDefaultsSQLite::openOrSetAside()
+{
+    const FolderLock lock {m_options.folder / "defaults.lock", m_options.busyTimeout};
+    try {
+        open();
+    } catch (const SQLiteFailure& failure) {
+        if (!failure.isDamage())
+            throw;
+        setAside();
+        open();
+    }
 }
 
 void UserDefaultsSQLite::setAside()
@@ -133,32 +139,32 @@ template <typename Result, typename Operation> Result UserDefaultsSQLite::perfor
     if (m_isClosed)
         return Result {};
     try {
+        if (!m_store)
+            openOrSetAside();
         try {
             return operation(*m_store);
         } catch (const SQLiteFailure& failure) {
             if (!failure.isDamage() || m_isInMemory)
                 throw;
-            const OpeningLock opening {m_options.folder / "defaults.lock", m_options.busyTimeout};
-            m_store->leaveLogBehind();
-            m_store.reset();
-            try {
-                // Another process may have set the damaged file aside already.
-                open();
-                return operation(*m_store);
-            } catch (const SQLiteFailure& again) {
-                if (!again.isDamage())
-                    throw;
-            }
-            setAside();
-            open();
-            return operation(*m_store);
         }
+        // Another process may have set the file aside already; if not, opening it or the operation finds the damage
+        // again.
+        m_store->leaveLogBehind();
+        m_store.reset();
+        openOrSetAside();
+        try {
+            return operation(*m_store);
+        } catch (const SQLiteFailure& failure) {
+            if (!failure.isDamage())
+                throw;
+        }
+        m_store->leaveLogBehind();
+        const FolderLock lock {m_options.folder / "defaults.lock", m_options.busyTimeout};
+        setAside();
+        open();
+        return operation(*m_store);
     } catch (const std::exception& failure) {
         complain(std::string {what} + ": " + failure.what());
-        if (!m_store) {
-            m_isInMemory = true;
-            m_store = std::make_unique<Store>(fs::path {}, m_options.busyTimeout);
-        }
         return Result {};
     }
 }
@@ -181,12 +187,11 @@ void UserDefaultsSQLite::setObject(std::string_view key, std::optional<Value> va
         }
         return true;
     });
-    if (!isWritten || m_isInMemory || m_needsCheckpoint)
+    if (!isWritten || m_isInMemory)
         return;
     m_needsCheckpoint = true;
-    if (m_checkpointer.joinable())
-        m_written.notify_all();
-    else
+    m_written.notify_all();
+    if (!m_checkpointer.joinable())
         m_checkpointer = std::jthread {[this](const std::stop_token& stop) { checkpointInBackground(stop); }};
 }
 
@@ -224,24 +229,27 @@ void UserDefaultsSQLite::synchronize()
 {
     {
         const std::lock_guard lock {m_mutex};
-        if (m_isClosed || m_isInMemory)
+        if (m_isClosed || !std::exchange(m_needsCheckpoint, false))
             return;
-        m_needsCheckpoint = false;
     }
     checkpoint();
 }
 
 void UserDefaultsSQLite::close()
 {
+    std::jthread checkpointer;
     {
         const std::lock_guard lock {m_mutex};
-        m_checkpointer.request_stop();
+        if (std::exchange(m_isClosed, true))
+            return;
+        checkpointer = std::move(m_checkpointer);
     }
-    if (m_checkpointer.joinable())
-        m_checkpointer.join();
-    synchronize();
+    checkpointer = {};
+    // What is not on the disk yet is brought there by the last connection, as it closes, or here when another process
+    // has one, too.
+    if (std::exchange(m_needsCheckpoint, false))
+        checkpoint();
     const std::lock_guard lock {m_mutex};
-    m_isClosed = true;
     m_store.reset();
 }
 

@@ -46,6 +46,7 @@ private:
     class Store;
 
     void open();
+    void openOrSetAside();
     void setAside();
     void complain(const std::string& message);
     template <typename Result, typename Operation> Result perform(const char* what, Operation operation);
@@ -59,6 +60,7 @@ private:
     std::mutex m_mutex;
     std::unique_ptr<Store> m_store;
     std::string m_lastComplaint;
+    /// No more work is taken.
     bool m_isClosed = false;
     bool m_isInMemory = false;
     bool m_needsCheckpoint = false;

@@ -148,7 +148,7 @@ TEST(PushRoadTest, APushThatWasLoggedSurvivesAKill)
     for (int kill = 0; kill < 50; ++kill) {
         HostFolder folder;
         const auto host = folder.start(script);
-        const auto logged = 1 + random() % 40;
+        const auto logged = 1 + random() % 120;
         for (unsigned line = 0; line < logged; ++line)
             ASSERT_TRUE(host->waitForOutputLine("Notification from storage :"));
         host->signal(SIGKILL);
@@ -156,9 +156,7 @@ TEST(PushRoadTest, APushThatWasLoggedSurvivesAKill)
         const auto acknowledged = static_cast<std::size_t>(std::ranges::count_if(
             result.log, [](const auto& line) { return line.starts_with("Notification from storage :"); }));
         const auto ids = folder.inboxIds();
-        // A last line that the kill cut short counts as not written, so the store may be one ahead.
-        ASSERT_GE(ids.size() + 1, acknowledged);
-        ASSERT_GE(ids.size(), logged);
+        ASSERT_GE(ids.size(), acknowledged);
         for (std::size_t index = 0; index < ids.size(); ++index)
             ASSERT_EQ(ids[index], "p" + std::to_string(ids.size() - index));
     }

@@ -57,6 +57,13 @@ Value::Array bodies(int first, int last)
     return list;
 }
 
+void overwrite(const fs::path& file, std::streamoff offset, std::string_view bytes)
+{
+    std::fstream stream {file, std::ios::in | std::ios::out | std::ios::binary};
+    stream.seekp(offset);
+    stream << bytes;
+}
+
 TEST_F(UserDefaultsTest, KeepsEveryKindOfValueAcrossOpenings)
 {
     const std::pair<const char*, Value> rows[] {
@@ -90,7 +97,7 @@ TEST_F(UserDefaultsTest, IsPrivateToItsOwner)
     defaults->setObject("a", 1);
     EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
     EXPECT_EQ(fs::status(folder.parent_path()).permissions(), fs::perms::owner_all);
-    for (const auto& name : filesNamed("defaults.sqlite"))
+    for (const auto& name : filesNamed(""))
         EXPECT_EQ(fs::status(folder / name).permissions(), fs::perms::owner_read | fs::perms::owner_write) << name;
 }
 
@@ -214,6 +221,13 @@ TEST_F(UserDefaultsTest, SetsADamagedDatabaseAsideAndBeginsAFreshOne)
                 stream.seekp(4'096);
                 stream << std::string(fs::file_size(file) - 4'096, '\xA5');
             }},
+        {"a header of a newer format", [](const fs::path& file) { overwrite(file, 18, "\x09"); }},
+        {"a schema of a newer format", [](const fs::path& file) { overwrite(file, 47, "\x7F"); }},
+        {"tables of somebody else",
+            [](const fs::path& file) {
+                fs::remove(file);
+                SQLiteDatabase {file, std::chrono::seconds {5}}.execute("CREATE TABLE entry (a)");
+            }},
     };
     for (const auto& [name, damage] : rows) {
         defaults->setObject("list", bodies(1, 2'000));
@@ -232,10 +246,10 @@ TEST_F(UserDefaultsTest, SetsADamagedDatabaseAsideAndBeginsAFreshOne)
     }
     // Each round leaves a file of its own, with the log that stood beside it.
     const auto aside = filesNamed("damaged");
-    EXPECT_EQ(std::ranges::count_if(aside, [](const auto& name) { return name.ends_with("-wal"); }), 3);
+    EXPECT_EQ(std::ranges::count_if(aside, [](const auto& name) { return name.ends_with("-wal"); }), std::ssize(rows));
     EXPECT_EQ(std::ranges::count_if(
                   aside, [](const auto& name) { return !name.ends_with("-wal") && !name.ends_with("-shm"); }),
-        3);
+        std::ssize(rows));
 }
 
 TEST_F(UserDefaultsTest, DamageFoundUnderWayIsSetAsideToo)
@@ -262,7 +276,7 @@ TEST_F(UserDefaultsTest, WorksInMemoryWhereThereIsNoFolder)
     std::ofstream {temporary.path() / "file"} << "not a folder";
     testing::internal::CaptureStderr();
     UserDefaultsSQLite store {{.folder = temporary.path() / "file" / "store"}};
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be opened"), std::string::npos);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be made"), std::string::npos);
     store.setObject("list", bodies(1, 3));
     EXPECT_EQ(store.object("list"), Value {bodies(1, 3)});
 }
@@ -280,6 +294,39 @@ TEST_F(UserDefaultsTest, ABusyStoreIsWaitedForWithABound)
     holder.execute("ROLLBACK");
     impatient.setObject("a", 3);
     EXPECT_EQ(defaults->object("a"), Value {3});
+}
+
+// The log is what a power cut may take; what a copy of the file without it shows is on the disk.
+TEST_F(UserDefaultsTest, BringsWritesToTheDiskWhenAskedAndByItself)
+{
+    const auto onDisk = [&](const char* key) {
+        const tests::TemporaryFolder copy;
+        fs::copy_file(folder / "defaults.sqlite", copy.path() / "defaults.sqlite");
+        return UserDefaultsSQLite {{.folder = copy.path()}}.object(key);
+    };
+    defaults->setObject("a", 1);
+    EXPECT_EQ(onDisk("a"), std::nullopt);
+    defaults->synchronize();
+    EXPECT_EQ(onDisk("a"), Value {1});
+
+    defaults->setObject("b", 2);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds {10};
+    while (onDisk("b") != Value {2})
+        ASSERT_LT(std::chrono::steady_clock::now(), deadline);
+}
+
+TEST_F(UserDefaultsTest, ANewerStoreIsLeftAlone)
+{
+    defaults->setObject("a", 1);
+    defaults.reset();
+    SQLiteDatabase {folder / "defaults.sqlite", std::chrono::seconds {5}}.execute("PRAGMA user_version = 2");
+    testing::internal::CaptureStderr();
+    defaults = opened();
+    EXPECT_EQ(defaults->object("a"), std::nullopt);
+    defaults->setObject("a", 2);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("newer version"), std::string::npos);
+    SQLiteDatabase {folder / "defaults.sqlite", std::chrono::seconds {5}}.execute("PRAGMA user_version = 1");
+    EXPECT_EQ(defaults->object("a"), Value {1}) << "what could not be opened is tried again";
 }
 
 TEST_F(UserDefaultsTest, AClosedStoreIsEmptyAndSilent)

@@ -15,7 +15,11 @@ class EventErrorCategory final : public std::error_category {
 public:
     [[nodiscard]] const char* name() const noexcept override { return "KovaSDK.EventError"; }
     // The cases have no text of their own: the log would show their names.
-    [[nodiscard]] std::string message(int code) const override { return names.at(static_cast<std::size_t>(code) - 1); }
+    [[nodiscard]] std::string message(int code) const override
+    {
+        const bool isKnown = code >= 1 && static_cast<std::size_t>(code) <= names.size();
+        return isKnown ? names.at(static_cast<std::size_t>(code) - 1) : "unknown error";
+    }
 };
 
 } // namespace

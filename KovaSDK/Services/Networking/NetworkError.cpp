@@ -35,7 +35,8 @@ public:
     [[nodiscard]] const char* name() const noexcept override { return "NetworkError"; }
     [[nodiscard]] std::string message(int code) const override
     {
-        return textsOf(static_cast<NetworkError>(code)).description;
+        const bool isKnown = code >= 1 && static_cast<std::size_t>(code) <= texts.size();
+        return isKnown ? textsOf(static_cast<NetworkError>(code)).description : "Unknown error";
     }
 };
 

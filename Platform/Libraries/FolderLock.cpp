@@ -1,0 +1,31 @@
+#include "Platform/Libraries/FolderLock.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <thread>
+
+namespace kova {
+
+FolderLock::FolderLock(const std::filesystem::path& file, std::chrono::milliseconds timeout)
+    : m_descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+{
+    // A lock on a file cannot be waited for with a bound, so it is tried again and again.
+    constexpr std::chrono::milliseconds pause {5};
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() >= deadline)
+            return;
+        std::this_thread::sleep_for(pause);
+    }
+}
+
+FolderLock::~FolderLock()
+{
+    if (m_descriptor >= 0)
+        close(m_descriptor);
+}
+
+} // namespace kova
