@@ -218,9 +218,19 @@ private:
     std::size_t m_seen = 0;
 };
 
+/// Ends the threads of the queues, as a platform object would.
+class NetworkReachabilityLinksTest : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        DispatchQueue::shutDownAll();
+        DispatchQueue::acceptTasks();
+    }
+};
+
 constexpr auto documentationHost = "www.kova.example";
 
-TEST(NetworkReachabilityLinksTest, FollowsLinksRoutesAndCarrier)
+TEST_F(NetworkReachabilityLinksTest, FollowsLinksRoutesAndCarrier)
 {
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
@@ -264,7 +274,7 @@ TEST(NetworkReachabilityLinksTest, FollowsLinksRoutesAndCarrier)
     EXPECT_FALSE(listener.wasToldElsewhere());
 }
 
-TEST(NetworkReachabilityLinksTest, TellsThatTheWayHasBecomeCellular)
+TEST_F(NetworkReachabilityLinksTest, TellsThatTheWayHasBecomeCellular)
 {
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
@@ -289,7 +299,7 @@ TEST(NetworkReachabilityLinksTest, TellsThatTheWayHasBecomeCellular)
     EXPECT_THAT(direct.all(), IsEmpty());
 }
 
-TEST(NetworkReachabilityLinksTest, TellsABurstOnce)
+TEST_F(NetworkReachabilityLinksTest, TellsABurstOnce)
 {
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
@@ -310,7 +320,7 @@ TEST(NetworkReachabilityLinksTest, TellsABurstOnce)
     EXPECT_THAT(listener.all(), ElementsAre(0U, reachable));
 }
 
-TEST(NetworkReachabilityLinksTest, TellsNobodyWhoIsNoLongerInstalled)
+TEST_F(NetworkReachabilityLinksTest, TellsNobodyWhoIsNoLongerInstalled)
 {
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
@@ -341,7 +351,7 @@ TEST(NetworkReachabilityLinksTest, TellsNobodyWhoIsNoLongerInstalled)
     EXPECT_THAT(released.all(), ElementsAre(0U));
 }
 
-TEST(NetworkReachabilityLinksTest, UsesTheRouteToTheHostOnceItsNameIsResolved)
+TEST_F(NetworkReachabilityLinksTest, UsesTheRouteToTheHostOnceItsNameIsResolved)
 {
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
@@ -363,7 +373,7 @@ TEST(NetworkReachabilityLinksTest, UsesTheRouteToTheHostOnceItsNameIsResolved)
     service.end();
 }
 
-TEST(NetworkReachabilityLinksTest, ManyThreadsReadWhileLinksComeAndGo)
+TEST_F(NetworkReachabilityLinksTest, ManyThreadsReadWhileLinksComeAndGo)
 {
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
