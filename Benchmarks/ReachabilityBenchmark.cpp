@@ -86,8 +86,8 @@ double median(std::vector<double> values)
 
 void compare(const char* host, std::array<unsigned char, 4> address)
 {
-    constexpr int rounds = 101;
-    constexpr int calls = 1000;
+    constexpr int rounds = 1001;
+    constexpr int calls = 100;
     kova::NetworkReachabilityLinux service;
     const auto target = service.createWithName(host);
     BareQuery query {address};
