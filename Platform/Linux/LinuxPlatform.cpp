@@ -7,6 +7,7 @@
 #include "Platform/Libraries/URLSessionCurl.h"
 #include "Platform/Libraries/UserDefaultsSQLite.h"
 #include "Platform/Linux/BundleLinux.h"
+#include "Platform/Linux/NetworkReachabilityLinux.h"
 #include "Platform/Linux/ThreadLinux.h"
 
 #include <poll.h>
@@ -83,6 +84,11 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
     UserDefaults::setStandard(m_defaults);
     m_session = std::make_shared<URLSessionCurl>();
     URLSession::setShared(m_session);
+    if (!options.reachability) {
+        m_reachability = std::make_shared<NetworkReachabilityLinux>();
+        options.reachability = m_reachability;
+    }
+    NetworkReachability::setShared(std::move(options.reachability));
     Bundle::setMain(std::make_shared<BundleLinux>(options.bundleIdentifier, std::move(options.bundleFolder)));
 
     if (options.mainLoop == MainLoop::PlatformThread) {
@@ -96,9 +102,11 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
 LinuxPlatform::~LinuxPlatform()
 {
     // The session goes first: its completions may still store something, and whoever waits for one is released. The
-    // services stay in their slots, closed, so that a straggling thread of the host finds them cancelled and empty
-    // instead of missing.
+    // queues go after all who submit to them. The services stay in their slots, closed, so that a straggling thread of
+    // the host finds them cancelled and empty instead of missing.
     m_session->invalidateAndCancel();
+    if (m_reachability)
+        m_reachability->end();
     if (m_mainLoop.joinable()) {
         m_mainLoop.request_stop();
         m_mainLoop.join();

@@ -6,10 +6,10 @@
 //         …
 //     }
 //
-// The object brings the services that the SDK stands on (HTTP session, user defaults, main bundle, threads) and ends
-// them in order when it goes: requests in flight complete as cancelled, queue tasks that have not begun are dropped,
-// threads are joined, everything stored is brought to the disk. Nothing of the SDK runs after that, and nothing is
-// lost. Threads: made, used and destroyed by one thread, in the host's main; one object at a time.
+// The object brings the services that the SDK stands on (HTTP session, reachability, user defaults, main bundle,
+// threads) and ends them in order when it goes: requests in flight complete as cancelled, queue tasks that have not
+// begun are dropped, threads are joined, everything stored is brought to the disk. Nothing of the SDK runs after that,
+// and nothing is lost. Threads: made, used and destroyed by one thread, in the host's main; one object at a time.
 
 #pragma once
 
@@ -25,6 +25,8 @@
 
 namespace kova {
 
+class NetworkReachability;
+class NetworkReachabilityLinux;
 class UserDefaultsSQLite;
 class URLSession;
 
@@ -49,6 +51,9 @@ struct LinuxPlatformOptions {
     /// Where the web services live: a development host may point them elsewhere.
     ServiceAddresses serviceAddresses = ServiceAddresses::builtIn();
     MainLoop mainLoop = MainLoop::PlatformThread;
+    /// The reachability service of a host that brings its own, and ends it itself; the kernel's view when there is
+    /// none.
+    std::shared_ptr<NetworkReachability> reachability {};
 };
 
 class LinuxPlatform {
@@ -65,6 +70,8 @@ public:
 private:
     std::shared_ptr<UserDefaultsSQLite> m_defaults;
     std::shared_ptr<URLSession> m_session;
+    /// None when the host has brought its own.
+    std::shared_ptr<NetworkReachabilityLinux> m_reachability;
     std::jthread m_mainLoop;
 };
 

@@ -1,0 +1,373 @@
+// Reachability on Linux: what names mean, and what real links and routes do to the flags.
+//
+// The tests with links run in a network namespace of their own: each starts itself anew inside one.
+
+#include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Linux/NetworkReachabilityLinux.h"
+#include "Tests/Support/Gate.h"
+#include "Tests/Support/NameServer.h"
+#include "Tests/Support/NetworkNamespace.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace kova::tests {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr auto reachable = kSCNetworkReachabilityFlagsReachable;
+constexpr auto cellular = kSCNetworkReachabilityFlagsReachable | kSCNetworkReachabilityFlagsIsWWAN;
+constexpr auto bound = 10s;
+
+TEST(NetworkReachabilityTest, MakesTargetsOnlyForWhatCanBeAHostName)
+{
+    const std::string longLabel(63, 'a');
+    const auto longName = longLabel + "." + longLabel + "." + longLabel + "." + std::string(61, 'a');
+    ASSERT_EQ(longName.size(), 253U);
+    const std::vector<std::pair<std::string, bool>> cases {{"www.kova.example", true}, {"www.kova.example.", true},
+        {"localhost", true}, {"a_b.C-1.example", true}, {"192.0.2.7", true}, {"2001:db8::7", true}, {"::1", true},
+        {longLabel + ".example", true}, {longName, true}, {"", false}, {".", false}, {".example", false},
+        {"www..example", false}, {"www.example..", false}, {"-www.example", false}, {"www-.example", false},
+        {"www.example-", false}, {"www example", false}, {"www.ex\xc3\xa4mple", false}, {"www/example", false},
+        {"https://www.example", false}, {"www.example:80", false}, {"fe80::1%eth0", false}, {"[::1]", false},
+        {std::string {"www\0.example", 12}, false}, {std::string {"::1\0", 4}, false}, {longLabel + "a.example", false},
+        {longName + "a", false}};
+    NetworkReachabilityLinux service;
+    for (const auto& [name, isHostName] : cases)
+        EXPECT_EQ(service.createWithName(name) != nullptr, isHostName) << testing::PrintToString(name);
+}
+
+TEST(NetworkReachabilityTest, AsksNobodyForReservedNames)
+{
+    NameServer nameServer;
+    NetworkReachabilityLinux service {{.nameServers = nameServer.address()}};
+    std::vector<std::shared_ptr<SCNetworkReachability>> targets;
+    for (const auto* name : {"www.kova.example", "example", "kova.invalid", "KOVA.Test.", "localhost", "db.localhost",
+             "127.0.0.1", "::1", "asked.kova.net."})
+        targets.push_back(service.createWithName(name));
+    // Names are looked up in the order of their targets, so the first question shows what was not asked before.
+    const auto question = nameServer.waitForQuestion(bound);
+    ASSERT_TRUE(question);
+    EXPECT_EQ(question->name, "asked.kova.net");
+}
+
+TEST(NetworkReachabilityTest, NeitherReadsNorTheEndWaitForASilentNameServer)
+{
+    NameServer nameServer;
+    NetworkReachabilityLinux service {{.nameServers = nameServer.address()}};
+    const auto target = service.createWithName("www.kova.net.");
+    ASSERT_TRUE(nameServer.waitForQuestion(bound));
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(target->flags());
+    service.end();
+    // The resolver's own patience is five seconds; the bound leaves room for a busy machine.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 500ms);
+    EXPECT_TRUE(target->flags());
+}
+
+TEST(NetworkReachabilityTest, TargetsOutliveTheService)
+{
+    auto service = std::make_unique<NetworkReachabilityLinux>();
+    const auto target = service->createWithName("127.0.0.1");
+    const auto before = target->flags();
+    ASSERT_TRUE(before);
+    service.reset();
+    EXPECT_EQ(target->flags(), before);
+    EXPECT_TRUE(target->setCallback([](auto&, auto, const auto&) { }, {}));
+    EXPECT_TRUE(target->setDispatchQueue(DispatchQueue::create("late")));
+}
+
+/// Brings its own service along.
+class OwnReachability final : public NetworkReachability {
+public:
+    std::shared_ptr<SCNetworkReachability> createWithName(const std::string&) override { return nullptr; }
+};
+
+TEST(NetworkReachabilityTest, ThePlatformInstallsItUnlessTheHostBringsItsOwn)
+{
+    const TemporaryFolder folder;
+    {
+        const LinuxPlatform platform {{.bundleIdentifier = "example.test", .dataFolder = folder.path()}};
+        EXPECT_TRUE(NetworkReachability::shared()->createWithName("127.0.0.1"));
+    }
+    const auto own = std::make_shared<OwnReachability>();
+    {
+        const LinuxPlatform platform {
+            {.bundleIdentifier = "example.test", .dataFolder = folder.path(), .reachability = own}};
+        EXPECT_EQ(NetworkReachability::shared(), own);
+    }
+    NetworkReachability::setShared(nullptr);
+}
+
+/// A target with callback and queue, and everything that it was told.
+class Listener {
+public:
+    Listener(NetworkReachability& service, const std::string& name)
+        : m_target(service.createWithName(name))
+    {
+        EXPECT_TRUE(m_target->setCallback(&Listener::told, {.version = 0, .info = m_record}));
+        EXPECT_TRUE(m_target->setDispatchQueue(m_queue));
+    }
+
+    SCNetworkReachability& target() { return *m_target; }
+    DispatchQueue& queue() { return *m_queue; }
+    std::shared_ptr<SCNetworkReachability> release() { return std::move(m_target); }
+
+    /// Waits until something is told that has not been returned before; none when nothing is in time.
+    std::optional<SCNetworkReachabilityFlags> next()
+    {
+        std::unique_lock lock {m_record->mutex};
+        if (!m_record->changed.wait_for(lock, bound, [this] { return m_record->all.size() > m_seen; }))
+            return std::nullopt;
+        return m_record->all[m_seen++];
+    }
+
+    std::vector<SCNetworkReachabilityFlags> all()
+    {
+        m_queue->sync([] { });
+        const std::lock_guard lock {m_record->mutex};
+        return m_record->all;
+    }
+
+    bool wasToldElsewhere()
+    {
+        const std::lock_guard lock {m_record->mutex};
+        return m_record->isElsewhere;
+    }
+
+private:
+    struct Record {
+        std::shared_ptr<DispatchQueue> queue;
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::vector<SCNetworkReachabilityFlags> all;
+        bool isElsewhere = false;
+    };
+
+    static void told(
+        SCNetworkReachability& /*target*/, SCNetworkReachabilityFlags flags, const std::weak_ptr<void>& info)
+    {
+        const auto record = std::static_pointer_cast<Record>(info.lock());
+        if (!record)
+            return;
+        const std::lock_guard lock {record->mutex};
+        record->all.push_back(flags);
+        record->isElsewhere = record->isElsewhere || !record->queue->isCurrent();
+        record->changed.notify_all();
+    }
+
+    std::shared_ptr<DispatchQueue> m_queue = DispatchQueue::create("listener");
+    std::shared_ptr<Record> m_record = [this] {
+        auto record = std::make_shared<Record>();
+        record->queue = m_queue;
+        return record;
+    }();
+    std::shared_ptr<SCNetworkReachability> m_target;
+    std::size_t m_seen = 0;
+};
+
+/// Ends the threads of the queues, as a platform object would.
+class NetworkReachabilityLinksTest : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        DispatchQueue::shutDownAll();
+        DispatchQueue::acceptTasks();
+    }
+};
+
+constexpr auto documentationHost = "www.kova.example";
+
+TEST_F(NetworkReachabilityLinksTest, FollowsLinksRoutesAndCarrier)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    NetworkNamespace network;
+    NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
+    Listener listener {service, documentationHost};
+    ASSERT_EQ(listener.target().flags(), 0U);
+
+    struct Step {
+        const char* description;
+        std::vector<const char*> commands;
+        SCNetworkReachabilityFlags expected;
+    };
+    const std::vector<Step> steps {
+        {"link with default route",
+            {"ip link set eth0 up", "ip link set peer0 up", "ip route add default via 10.9.0.2"}, reachable},
+        {"default route gone", {"ip route del default"}, 0},
+        {"default route back", {"ip route add default via 10.9.0.2"}, reachable},
+        {"carrier lost", {"ip link set peer0 down"}, 0},
+        {"carrier back", {"ip link set peer0 up"}, reachable},
+        {"link down, which takes the route along", {"ip link set eth0 down"}, 0},
+        {"link up with route", {"ip link set eth0 up", "ip route add default via 10.9.0.2"}, reachable},
+        {"prohibited", {"ip route replace prohibit default"}, 0},
+        {"over IPv6 alone",
+            {"ip route del prohibit default", "ip address add 2001:db8:9::1/64 dev eth0 nodad",
+                "ip -6 route add default via 2001:db8:9::2"},
+            reachable},
+        {"link removed", {"ip link del eth0"}, 0},
+    };
+    std::vector<SCNetworkReachabilityFlags> expected;
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.description);
+        for (const auto* command : step.commands)
+            network.run(command);
+        ASSERT_EQ(listener.next(), step.expected);
+        EXPECT_EQ(listener.target().flags(), step.expected);
+        expected.push_back(step.expected);
+    }
+    service.end();
+    EXPECT_EQ(listener.all(), expected) << "something was told more than once";
+    EXPECT_FALSE(listener.wasToldElsewhere());
+}
+
+TEST_F(NetworkReachabilityLinksTest, TellsThatTheWayHasBecomeCellular)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    NetworkNamespace network;
+    const auto modem = network.makeRawIPLink("wwan0");
+    if (!modem)
+        GTEST_SKIP() << "a tun device cannot be made here";
+    network.connect();
+    NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
+    Listener listener {service, documentationHost};
+    Listener direct {service, "10.9.0.2"};
+    ASSERT_EQ(listener.target().flags(), reachable);
+
+    network.run("ip link set wwan0 up");
+    network.run("ip route replace default dev wwan0");
+    EXPECT_EQ(listener.next(), cellular);
+    EXPECT_EQ(direct.target().flags(), reachable) << "a packet to this host still goes over eth0";
+    network.run("ip route replace default via 10.9.0.2");
+    EXPECT_EQ(listener.next(), reachable);
+    service.end();
+    EXPECT_THAT(listener.all(), ElementsAre(cellular, reachable));
+    EXPECT_THAT(direct.all(), IsEmpty());
+}
+
+TEST_F(NetworkReachabilityLinksTest, TellsABurstOnce)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    NetworkNamespace network;
+    network.connect();
+    NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
+    Listener listener {service, documentationHost};
+    std::string batch;
+    for (int host = 10; host < 210; ++host)
+        batch += "address add 10.9.0." + std::to_string(host) + "/24 dev eth0\n";
+    // The route comes and goes within the burst, and at its end it is gone.
+    batch += "route del default\nroute add default via 10.9.0.2\nroute del default\n";
+    network.runBatch(batch);
+    EXPECT_EQ(listener.next(), 0U);
+    network.run("ip route add default via 10.9.0.2");
+    EXPECT_EQ(listener.next(), reachable);
+    service.end();
+    EXPECT_THAT(listener.all(), ElementsAre(0U, reachable));
+}
+
+TEST_F(NetworkReachabilityLinksTest, TellsNobodyWhoIsNoLongerInstalled)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    NetworkNamespace network;
+    network.connect();
+    NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
+    Listener withoutCallback {service, documentationHost};
+    Listener withoutQueue {service, documentationHost};
+    Listener released {service, documentationHost};
+    Listener afterwards {service, documentationHost};
+    // The calls of the first three wait on their queues while they are removed.
+    Gate gate;
+    for (auto* listener : {&withoutCallback, &withoutQueue, &released})
+        listener->queue().async([&gate] { gate.enter({}); });
+    network.run("ip route del default");
+    // Targets are told in the order in which they were made.
+    ASSERT_EQ(afterwards.next(), 0U);
+    withoutCallback.target().setCallback(nullptr, {});
+    withoutQueue.target().setDispatchQueue(nullptr);
+    released.queue().async([target = released.release()]() mutable { target.reset(); });
+    gate.open();
+    network.run("ip route add default via 10.9.0.2");
+    ASSERT_EQ(afterwards.next(), reachable);
+    service.end();
+    EXPECT_THAT(withoutCallback.all(), IsEmpty());
+    EXPECT_THAT(withoutQueue.all(), IsEmpty());
+    // Its call was submitted before the release, so it came first.
+    EXPECT_THAT(released.all(), ElementsAre(0U));
+}
+
+TEST_F(NetworkReachabilityLinksTest, UsesTheRouteToTheHostOnceItsNameIsResolved)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    NetworkNamespace network;
+    network.connect();
+    network.run("ip route add unreachable 198.51.100.0/24");
+    NameServer nameServer;
+    NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot(), .nameServers = nameServer.address()}};
+    Listener listener {service, "www.kova.net."};
+    ASSERT_EQ(listener.target().flags(), reachable) << "until it is resolved, the default route answers";
+
+    nameServer.answer("198.51.100.7");
+    EXPECT_EQ(listener.next(), 0U);
+    // The network changes, so the name is asked for again, and has moved.
+    nameServer.answer("10.9.0.2");
+    network.run("ip address add 10.9.0.50/24 dev eth0");
+    EXPECT_EQ(listener.next(), reachable);
+    EXPECT_EQ(listener.target().flags(), reachable);
+    service.end();
+}
+
+TEST_F(NetworkReachabilityLinksTest, ManyThreadsReadWhileLinksComeAndGo)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    NetworkNamespace network;
+    network.connect();
+    NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
+    Listener listener {service, documentationHost};
+    std::atomic<int> withoutAnswer = 0;
+    std::atomic<bool> isOver = false;
+    std::vector<std::thread> readers;
+    for (int reader = 0; reader < 2; ++reader) {
+        readers.emplace_back([&] {
+            while (!isOver) {
+                const auto passing = service.createWithName(documentationHost);
+                passing->setCallback([](auto&, auto, const auto&) { }, {});
+                passing->setDispatchQueue(DispatchQueue::create("passing"));
+                withoutAnswer += passing->flags() && listener.target().flags() ? 0 : 1;
+            }
+        });
+    }
+    for (int round = 0; round < 20; ++round) {
+        network.run("ip link set eth0 down");
+        network.run("ip link set eth0 up");
+    }
+    network.run("ip link add other0 type veth peer name other1");
+    network.run("ip link del other0");
+    isOver = true;
+    for (auto& reader : readers)
+        reader.join();
+    EXPECT_EQ(withoutAnswer, 0);
+    // What the cache holds in the end is true.
+    EXPECT_EQ(listener.target().flags(), 0U);
+    network.run("ip route add default via 10.9.0.2");
+    EXPECT_EQ(listener.target().flags(), reachable);
+}
+
+} // namespace
+} // namespace kova::tests
