@@ -46,18 +46,17 @@ int run(const Options& options, const Interruption& interruption)
         return fail("cannot read " + options.script + ": " + std::strerror(errno));
     Answers answers {options.answers};
 
+    const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
     LinuxPlatform platform {{
         .bundleIdentifier = "kova-host",
         .bundleFolder = options.bundle,
         .dataFolder = options.data,
         .serviceAddresses = addresses(options),
         .mainLoop = MainLoop::Host,
+        .reachability = network,
     }};
     const auto vendor = std::make_shared<SimulatedOneSignal>();
     OneSignal::setShared(vendor);
-    const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
-    if (network)
-        NetworkReachability::setShared(network);
     // Whatever waits for a reply is released at once, and keeps what it could not send.
     const std::stop_callback cancelRequests {interruption.token(), [] { URLSession::shared()->invalidateAndCancel(); }};
 

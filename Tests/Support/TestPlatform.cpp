@@ -26,10 +26,10 @@ TestPlatform::TestPlatform(const std::string& baseURL)
     : platform({.bundleIdentifier = "example.test",
           .bundleFolder = folder.path() / "bundle",
           .dataFolder = folder.path() / "data",
-          .serviceAddresses = addressesWith(baseURL)})
+          .serviceAddresses = addressesWith(baseURL),
+          .reachability = network})
 {
     OneSignal::setShared(vendor);
-    NetworkReachability::setShared(network);
 }
 
 TestPlatform::~TestPlatform()
