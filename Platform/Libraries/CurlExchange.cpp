@@ -33,21 +33,6 @@ bool isFieldValue(std::string_view text)
     return text.find_first_of(std::string_view {"\r\n\0", 3}) == std::string_view::npos;
 }
 
-/// Whether the text is an absolute URL of a web server. curl itself would guess what is missing.
-bool isWebURL(std::string_view text)
-{
-    const auto hasPrefix = [text](std::string_view prefix) {
-        return text.size() > prefix.size()
-            && std::ranges::equal(text.substr(0, prefix.size()), prefix, {},
-                [](char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte; });
-    };
-    for (const std::string_view prefix : {"http://", "https://"}) {
-        if (hasPrefix(prefix))
-            return !std::string_view {"/?#:"}.contains(text[prefix.size()]);
-    }
-    return false;
-}
-
 std::string_view trimmed(std::string_view text)
 {
     constexpr std::string_view blanks = " \t\r\n";
@@ -81,19 +66,16 @@ CurlExchange::CurlExchange()
         throw std::bad_alloc {};
 }
 
-std::expected<void, URLError> CurlExchange::prepare(std::shared_ptr<CurlTask> task, const URLRequest& request,
-    std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates)
+std::expected<void, URLError> CurlExchange::prepare(const URLRequest& request,
+    std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates, void* owner)
 {
-    m_task = std::move(task);
     m_request = &request;
-    m_deadline = deadline;
-    const auto& url = request.url.absoluteString();
-    if (!isWebURL(url) || !isToken(request.httpMethod) || !setHeaderFields())
+    if (!isToken(request.httpMethod) || !setHeaderFields())
         return std::unexpected {URLError::unsupportedURL};
 
     auto* const handle = m_handle.get();
-    curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
-    curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+    curl_easy_setopt(handle, CURLOPT_PRIVATE, owner);
+    curl_easy_setopt(handle, CURLOPT_URL, request.url.absoluteString().c_str());
     curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
@@ -314,7 +296,7 @@ CurlExchange::Outcome CurlExchange::reply()
     return Reply {Data {std::move(m_body)}, {std::move(url), static_cast<int>(status), std::move(m_fields)}};
 }
 
-std::shared_ptr<CurlTask> CurlExchange::reset()
+void CurlExchange::reset()
 {
     curl_easy_reset(m_handle.get());
     m_headerLines.reset();
@@ -327,7 +309,6 @@ std::shared_ptr<CurlTask> CurlExchange::reset()
     m_inHead = false;
     m_failure.reset();
     m_isComplete = false;
-    return std::move(m_task);
 }
 
 long CurlExchange::redirects() const

@@ -5,7 +5,6 @@
 #pragma once
 
 #include "Platform/Foundation/URLSession.h"
-#include "Platform/Libraries/CurlTask.h"
 
 #include <chrono>
 #include <cstddef>
@@ -29,21 +28,18 @@ public:
 
     CurlExchange();
 
-    /// Sets the handle up for the task's request. An error means that the request cannot be sent; the handle must not
-    /// be used then.
-    [[nodiscard]] std::expected<void, URLError> prepare(std::shared_ptr<CurlTask> task, const URLRequest& request,
-        std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates);
+    /// Sets the handle up for the request, which must stay where it is until reset(). An error means that the request
+    /// cannot be sent; the handle must not be used then. curl's private pointer of the handle will be `owner`.
+    [[nodiscard]] std::expected<void, URLError> prepare(const URLRequest& request,
+        std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates, void* owner);
 
     /// What became of it, from the code with which curl ended the transfer.
     [[nodiscard]] Outcome outcome(int code);
 
-    /// Lets go of the request and the reply, and hands back the task.
-    std::shared_ptr<CurlTask> reset();
+    /// Lets go of the request and the reply.
+    void reset();
 
-    /// The curl easy handle; its private pointer is this exchange.
     [[nodiscard]] void* handle() const { return m_handle.get(); }
-    [[nodiscard]] std::chrono::steady_clock::time_point deadline() const { return m_deadline; }
-    [[nodiscard]] CurlTask& task() const { return *m_task; }
 
 private:
     struct CloseHandle {
@@ -68,9 +64,7 @@ private:
 
     std::unique_ptr<void, CloseHandle> m_handle;
     std::unique_ptr<curl_slist, FreeList> m_headerLines;
-    std::shared_ptr<CurlTask> m_task;
     const URLRequest* m_request = nullptr;
-    std::chrono::steady_clock::time_point m_deadline {};
 
     std::size_t m_bytesSent = 0;
     /// How often curl was about to send, redirects included.

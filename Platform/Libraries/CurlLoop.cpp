@@ -12,7 +12,7 @@ namespace kova {
 
 namespace {
 
-constexpr long connectionsPerHost = 6;
+constexpr std::size_t connectionsPerHost = 6;
 constexpr long idleConnections = 24;
 constexpr std::size_t spareExchanges = 8;
 constexpr auto longestSleep = std::chrono::hours {1};
@@ -49,12 +49,12 @@ void CurlLoop::CloseMulti::operator()(void* multi) const
 
 CurlLoop::CurlLoop(std::string additionalCertificates)
     : m_additionalCertificates(std::move(additionalCertificates))
+    , m_hosts(connectionsPerHost)
 {
     initialiseCurl();
     m_multi.reset(curl_multi_init());
     if (!m_multi)
         throw std::runtime_error {"curl has no multi handle to give"};
-    curl_multi_setopt(m_multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, connectionsPerHost);
     curl_multi_setopt(m_multi.get(), CURLMOPT_MAXCONNECTS, idleConnections);
 }
 
@@ -176,7 +176,7 @@ void CurlLoop::run()
     announceThread("URLSession");
     currentLoop = this;
     for (;;) {
-        if (!m_running.empty()) {
+        if (!m_underWay.empty()) {
             int running = 0;
             curl_multi_perform(m_multi.get(), &running);
             finishTransfers();
@@ -220,26 +220,46 @@ void CurlLoop::startAndCancelTasks()
     while (!m_toCancel.empty()) {
         const auto task = std::move(m_toCancel.front());
         m_toCancel.pop_front();
-        if (task->m_exchange)
-            takeOut(*task->m_exchange)->reset();
-        complete(*task, std::unexpected {URLError::cancelled});
+        abandon(task, URLError::cancelled);
     }
 }
 
 void CurlLoop::begin(std::shared_ptr<CurlTask> task)
 {
+    auto host = CurlHostQueue::host(task->m_request.url.absoluteString());
+    if (!host)
+        return complete(*task, std::unexpected {URLError::unsupportedURL});
     if (task->m_deadline <= Clock::now())
         return complete(*task, std::unexpected {URLError::timedOut});
-    auto exchange = m_spare.empty() ? std::make_unique<CurlExchange>() : std::move(m_spare.back());
-    if (!m_spare.empty())
-        m_spare.pop_back();
-    const auto prepared = exchange->prepare(task, task->m_request, task->m_deadline, m_additionalCertificates);
-    if (!prepared || curl_multi_add_handle(m_multi.get(), exchange->handle()) != CURLM_OK) {
-        exchange->reset();
-        return complete(*task, std::unexpected {prepared ? URLError::unknown : prepared.error()});
+    task->m_host = std::move(*host);
+    m_underWay.emplace(std::pair {task->m_deadline, task.get()}, task);
+    m_hosts.add(task->m_host, task);
+    startWaiting(task->m_host);
+}
+
+void CurlLoop::startWaiting(const std::string& host)
+{
+    while (const auto task = m_hosts.next(host)) {
+        if (const auto handed = handToCurl(*task); !handed) {
+            takeOut(*task);
+            complete(*task, std::unexpected {handed.error()});
+        }
     }
-    task->m_exchange = exchange.get();
-    m_running.emplace(std::pair {task->m_deadline, exchange.get()}, std::move(exchange));
+}
+
+std::expected<void, URLError> CurlLoop::handToCurl(CurlTask& task)
+{
+    if (m_spare.empty()) {
+        task.m_exchange = std::make_unique<CurlExchange>();
+    } else {
+        task.m_exchange = std::move(m_spare.back());
+        m_spare.pop_back();
+    }
+    auto& exchange = *task.m_exchange;
+    auto prepared = exchange.prepare(task.m_request, task.m_deadline, m_additionalCertificates, &task);
+    if (prepared && curl_multi_add_handle(m_multi.get(), exchange.handle()) != CURLM_OK)
+        return std::unexpected {URLError::unknown};
+    return prepared;
 }
 
 void CurlLoop::finishTransfers()
@@ -253,42 +273,55 @@ void CurlLoop::finishTransfers()
         if (message->msg != CURLMSG_DONE)
             continue;
         const auto code = message->data.result;
-        char* exchange = nullptr;
-        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &exchange);
-        auto finished = takeOut(*reinterpret_cast<CurlExchange*>(exchange));
-        auto outcome = finished->outcome(code);
-        const auto task = finished->reset();
+        char* owner = nullptr;
+        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
+        const auto task = reinterpret_cast<CurlTask*>(owner)->shared_from_this();
+        auto exchange = takeOut(*task);
+        auto outcome = exchange->outcome(code);
+        exchange->reset();
         // curl keeps a handle's last error number for ever, so one that has failed does not serve again.
         if (outcome && m_spare.size() < spareExchanges)
-            m_spare.push_back(std::move(finished));
+            m_spare.push_back(std::move(exchange));
         complete(*task, std::move(outcome));
+        startWaiting(task->m_host);
     }
 }
 
 void CurlLoop::finishOverdue()
 {
     const auto now = Clock::now();
-    while (!m_running.empty() && m_running.begin()->first.first <= now) {
-        const auto task = takeOut(*m_running.begin()->second)->reset();
-        complete(*task, std::unexpected {URLError::timedOut});
-    }
+    while (!m_underWay.empty() && m_underWay.begin()->first.first <= now)
+        abandon(std::shared_ptr {m_underWay.begin()->second}, URLError::timedOut);
 }
 
 void CurlLoop::sleep()
 {
     auto longest = std::chrono::milliseconds {longestSleep};
-    if (!m_running.empty()) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_running.begin()->first.first - Clock::now());
+    if (!m_underWay.empty()) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_underWay.begin()->first.first - Clock::now());
         longest = std::clamp(left, std::chrono::milliseconds {0}, longest);
     }
     curl_multi_poll(m_multi.get(), nullptr, 0, static_cast<int>(longest.count()), nullptr);
 }
 
-std::unique_ptr<CurlExchange> CurlLoop::takeOut(CurlExchange& exchange)
+std::unique_ptr<CurlExchange> CurlLoop::takeOut(CurlTask& task)
 {
-    exchange.task().m_exchange = nullptr;
-    curl_multi_remove_handle(m_multi.get(), exchange.handle());
-    return std::move(m_running.extract({exchange.deadline(), &exchange}).mapped());
+    if (m_underWay.erase({task.m_deadline, &task}) == 0)
+        return nullptr;
+    if (!task.m_exchange) {
+        m_hosts.remove(task.m_host, task);
+        return nullptr;
+    }
+    curl_multi_remove_handle(m_multi.get(), task.m_exchange->handle());
+    m_hosts.leave(task.m_host);
+    return std::move(task.m_exchange);
+}
+
+void CurlLoop::abandon(const std::shared_ptr<CurlTask>& task, URLError error)
+{
+    takeOut(*task);
+    complete(*task, std::unexpected {error});
+    startWaiting(task->m_host);
 }
 
 void CurlLoop::complete(CurlTask& task, CurlExchange::Outcome outcome)
@@ -321,24 +354,21 @@ void CurlLoop::runCompletion(CurlTask& task, CurlExchange::Outcome outcome)
 void CurlLoop::close()
 {
     // A completion may come back here by ending the session; it then finds what is left and finishes it.
-    for (;;) {
-        std::shared_ptr<CurlTask> task;
-        if (!m_running.empty()) {
-            task = takeOut(*m_running.begin()->second)->reset();
-        } else if (auto waiting = takeWaiting()) {
-            task = std::move(waiting);
-        } else {
-            break;
-        }
+    m_hosts.clear();
+    while (const auto task = takeUnfinished())
         complete(*task, std::unexpected {URLError::cancelled});
-    }
     m_spare.clear();
     const std::lock_guard lock {m_wakeMutex};
     m_multi.reset();
 }
 
-std::shared_ptr<CurlTask> CurlLoop::takeWaiting()
+std::shared_ptr<CurlTask> CurlLoop::takeUnfinished()
 {
+    if (!m_underWay.empty()) {
+        auto task = m_underWay.begin()->second;
+        takeOut(*task);
+        return task;
+    }
     const std::lock_guard lock {m_mutex};
     for (auto* tasks : {&m_toStart, &m_toCancel, &m_resumed, &m_cancelled}) {
         if (tasks->empty())

@@ -8,10 +8,12 @@
 #pragma once
 
 #include "Platform/Libraries/CurlExchange.h"
+#include "Platform/Libraries/CurlHostQueue.h"
 #include "Platform/Libraries/CurlTask.h"
 
 #include <chrono>
 #include <deque>
+#include <expected>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -61,13 +63,16 @@ private:
     [[nodiscard]] Next takeTasks();
     void startAndCancelTasks();
     void begin(std::shared_ptr<CurlTask> task);
+    void startWaiting(const std::string& host);
+    [[nodiscard]] std::expected<void, URLError> handToCurl(CurlTask& task);
     void finishTransfers();
     void finishOverdue();
     void sleep();
+    std::unique_ptr<CurlExchange> takeOut(CurlTask& task);
+    void abandon(const std::shared_ptr<CurlTask>& task, URLError error);
     void complete(CurlTask& task, CurlExchange::Outcome outcome);
     static void runCompletion(CurlTask& task, CurlExchange::Outcome outcome);
-    [[nodiscard]] std::unique_ptr<CurlExchange> takeOut(CurlExchange& exchange);
-    [[nodiscard]] std::shared_ptr<CurlTask> takeWaiting();
+    [[nodiscard]] std::shared_ptr<CurlTask> takeUnfinished();
     void close();
 
     const std::string m_additionalCertificates;
@@ -91,8 +96,9 @@ private:
     /// The thread's own.
     Tasks m_toStart;
     Tasks m_toCancel;
-    /// Exchanges that curl has, the first to time out first.
-    std::map<std::pair<Clock::time_point, const CurlExchange*>, std::unique_ptr<CurlExchange>> m_running;
+    /// Tasks that wait for a connection or are with curl, the first to time out first.
+    std::map<std::pair<Clock::time_point, CurlTask*>, std::shared_ptr<CurlTask>> m_underWay;
+    CurlHostQueue m_hosts;
     /// Exchanges at rest: their handles remember TLS sessions and keep their buffers.
     std::vector<std::unique_ptr<CurlExchange>> m_spare;
 };

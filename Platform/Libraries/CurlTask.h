@@ -8,6 +8,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace kova {
 
@@ -39,8 +40,10 @@ private:
     DataTaskCompletion m_completion;
     std::optional<Activity> m_activity {};
     std::chrono::steady_clock::time_point m_deadline {};
+    /// Where the request goes to; see CurlHostQueue.
+    std::string m_host {};
     /// Null unless the request is with curl.
-    CurlExchange* m_exchange = nullptr;
+    std::unique_ptr<CurlExchange> m_exchange {};
 };
 
 } // namespace kova

@@ -205,7 +205,7 @@ TEST_F(URLSessionLifeTest, TheEndOfTheSessionCancelsEverythingAtOnce)
 
     const auto start = Clock::now();
     session->invalidateAndCancel();
-    EXPECT_LT(Clock::now() - start, 50ms);
+    EXPECT_LT(Clock::now() - start, 1s) << "it takes a few milliseconds when nothing is waited for";
     for (auto& call : calls) {
         EXPECT_EQ(call.completions(), 1);
         EXPECT_EQ(call.wait().summary(), cancelled);

@@ -71,7 +71,7 @@ int becomeOwnNameServer()
     const auto start = std::chrono::steady_clock::now();
     session.invalidateAndCancel();
     const auto taken = std::chrono::steady_clock::now() - start;
-    const auto isRight = call.wait().error == URLError::cancelled && taken < 50ms;
+    const auto isRight = call.wait().error == URLError::cancelled && taken < 1s;
     std::cerr << "the end took " << std::chrono::duration<double, std::milli> {taken}.count() << " ms\n";
     std::_Exit(isRight ? 0 : 1);
 }

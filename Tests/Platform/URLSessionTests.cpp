@@ -1,5 +1,6 @@
 // What goes over the wire, and what a reply becomes.
 
+#include "Platform/Libraries/CurlHostQueue.h"
 #include "Platform/Libraries/URLSessionCurl.h"
 #include "Tests/Support/HTTPCall.h"
 #include "Tests/Support/LoopbackServer.h"
@@ -305,6 +306,28 @@ TEST_F(URLSessionTest, ReusesConnectionsAndOpensSixAtMost)
         EXPECT_EQ(call.wait().summary(), "200 ");
     EXPECT_EQ(server.requests().size(), 520U);
     EXPECT_EQ(server.mostOpenConnections(), 6U);
+}
+
+TEST(CurlHostQueueTest, KnowsTheSameHostByAllItsNames)
+{
+    const std::pair<std::string, std::optional<std::string>> rows[] = {
+        {"http://h/path?q=@", "http://h"},
+        {"HTTP://H:80#f", "http://h"},
+        {"http://u:p%40@h:", "http://h"},
+        {"http://h:443", "http://h:443"},
+        {"https://h:443/", "https://h"},
+        {"https://h:80/", "https://h:80"},
+        {"http://[::1]:80", "http://[::1]"},
+        {"http://", {}},
+        {"http://:80/", {}},
+        {"http://u@/", {}},
+        {"http:/h", {}},
+        {"wss://h", {}},
+        {"path://h", {}},
+        {"h", {}},
+    };
+    for (const auto& [url, host] : rows)
+        EXPECT_EQ(CurlHostQueue::host(url), host) << url;
 }
 
 TEST_F(URLSessionTest, TellsHostsThatAreNotFoundFromThoseThatRefuse)
