@@ -31,8 +31,8 @@ std::size_t HostResult::count(std::string_view line) const
 std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& script)
 {
     Process::Options options {.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host"};
-    options.arguments = {"--data", path() / "data", "--bundle", bundle, "--answers", path() / "answers",
-        "--metrics-url", services + "/v2/", "--events-url", services + "/v2/"};
+    options.arguments = {"--network", network, "--data", path() / "data", "--bundle", bundle, "--answers",
+        path() / "answers", "--metrics-url", services + "/v2/", "--events-url", services + "/v2/"};
     if (script) {
         std::ofstream {path() / "script"} << *script;
         options.arguments.push_back(path() / "script");

@@ -30,6 +30,8 @@ public:
     /// Base address of the web services, "http://127.0.0.1:PORT", or nothing to reach none.
     std::string services = "http://127.0.0.1:9";
     std::filesystem::path bundle = KOVA_RESOURCES_DIR;
+    /// The simulated network is offline until the script switches it, and says nothing before.
+    std::string network = "simulated";
 
     /// Starts the host over a script file with these lines; without lines it reads its standard input.
     [[nodiscard]] std::unique_ptr<Process> start(const std::optional<std::string>& script = {});
