@@ -158,7 +158,9 @@ bool CurlExchange::setHeaderFields()
             || isSameField(name, "Expect"))
             continue;
         // curl takes "Name:" as the wish to leave a field out, and "Name;" as one that is empty.
-        addHeaderLine(trimmed(value).empty() ? name + ";" : name + ": " + value);
+        auto line = name;
+        line.append(trimmed(value).empty() ? ";" : ": ").append(trimmed(value).empty() ? "" : value);
+        addHeaderLine(line);
     }
     // Else curl waits a second for leave to send a large body.
     addHeaderLine("Expect:");

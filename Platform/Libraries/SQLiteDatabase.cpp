@@ -133,6 +133,11 @@ void SQLiteDatabase::execute(const char* sql)
         fail(code, m_database.get());
 }
 
+void SQLiteDatabase::rollBack() noexcept
+{
+    sqlite3_exec(m_database.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
 SQLiteStatement SQLiteDatabase::prepare(std::string_view sql)
 {
     return {*m_database, sql};
@@ -167,13 +172,8 @@ SQLiteTransaction::SQLiteTransaction(SQLiteDatabase& database, Kind kind)
 
 SQLiteTransaction::~SQLiteTransaction()
 {
-    if (!m_database)
-        return;
-    try {
-        m_database->execute("ROLLBACK");
-    } catch (const SQLiteFailure&) {
-        // SQLite has rolled back by itself.
-    }
+    if (m_database)
+        m_database->rollBack();
 }
 
 void SQLiteTransaction::commit()

@@ -81,6 +81,8 @@ public:
     SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
 
     void execute(const char* sql);
+    /// Ends the transaction that is open, if SQLite has not rolled it back by itself.
+    void rollBack() noexcept;
     [[nodiscard]] SQLiteStatement prepare(std::string_view sql);
 
     /// Whether the file can only be read.

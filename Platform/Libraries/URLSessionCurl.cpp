@@ -11,7 +11,7 @@ URLSessionCurl::URLSessionCurl()
 {
 }
 
-URLSessionCurl::URLSessionCurl(Options options)
+URLSessionCurl::URLSessionCurl(const Options& options)
     : m_loop(std::make_shared<CurlLoop>(options.additionalCertificates.string()))
 {
     m_loop->start();

@@ -25,7 +25,7 @@ public:
     };
 
     URLSessionCurl();
-    explicit URLSessionCurl(Options options);
+    explicit URLSessionCurl(const Options& options);
     ~URLSessionCurl() override;
     URLSessionCurl(const URLSessionCurl&) = delete;
     URLSessionCurl& operator=(const URLSessionCurl&) = delete;
