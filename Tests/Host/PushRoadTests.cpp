@@ -148,7 +148,7 @@ TEST(PushRoadTest, APushThatWasLoggedSurvivesAKill)
     for (int kill = 0; kill < 50; ++kill) {
         HostFolder folder;
         const auto host = folder.start(script);
-        const auto logged = 1 + random() % 120;
+        const auto logged = 1 + random() % 60;
         for (unsigned line = 0; line < logged; ++line)
             ASSERT_TRUE(host->waitForOutputLine("Notification from storage :"));
         host->signal(SIGKILL);
