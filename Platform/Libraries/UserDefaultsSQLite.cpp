@@ -172,12 +172,25 @@ template <typename Result, typename Operation> Result UserDefaultsSQLite::perfor
 std::optional<Value> UserDefaultsSQLite::object(std::string_view key)
 {
     const std::lock_guard lock {m_mutex};
-    return perform<std::optional<Value>>("cannot be read", [key](Store& store) { return store.read(key); });
+    // None stands for a failure, a value that is none for a key that is not there.
+    using Read = std::optional<std::optional<Value>>;
+    auto read = perform<Read>("cannot be read", [key](Store& store) { return Read {store.read(key)}; });
+    if (read)
+        m_failedReads.erase(std::string {key});
+    else
+        m_failedReads.emplace(key);
+    return read ? *std::move(read) : std::nullopt;
 }
 
 void UserDefaultsSQLite::setObject(std::string_view key, std::optional<Value> value)
 {
     const std::lock_guard lock {m_mutex};
+    // What follows a failed read was made from nothing, and would replace all that is stored.
+    if (m_failedReads.erase(std::string {key}) > 0) {
+        complain(
+            "does not take a value after a read that failed, so a value is lost (key \"" + std::string {key} + "\")");
+        return;
+    }
     const auto isWritten = perform<bool>("cannot be written, so a value is lost", [&](Store& store) {
         if (!value) {
             store.remove(key);

@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 
@@ -60,6 +61,8 @@ private:
     std::mutex m_mutex;
     std::unique_ptr<Store> m_store;
     std::string m_lastComplaint;
+    /// Keys whose last read failed, other than for damage: the next write of such a key is refused.
+    std::set<std::string> m_failedReads;
     /// No more work is taken.
     bool m_isClosed = false;
     bool m_isInMemory = false;

@@ -329,6 +329,25 @@ TEST_F(UserDefaultsTest, ANewerStoreIsLeftAlone)
     EXPECT_EQ(defaults->object("a"), Value {1}) << "what could not be opened is tried again";
 }
 
+// A list that was read as empty because the disk was full must not replace the stored one when there is room again.
+TEST_F(UserDefaultsTest, AWriteAfterAFailedReadIsRefusedOnce)
+{
+    const auto setVersion
+        = [&](const char* sql) { SQLiteDatabase {folder / "defaults.sqlite", std::chrono::seconds {5}}.execute(sql); };
+    defaults->setObject("a", 1);
+    defaults.reset();
+    setVersion("PRAGMA user_version = 2");
+    testing::internal::CaptureStderr();
+    defaults = opened();
+    EXPECT_EQ(defaults->object("a"), std::nullopt);
+    setVersion("PRAGMA user_version = 1");
+    defaults->setObject("a", 2);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("after a read that failed"), std::string::npos);
+    EXPECT_EQ(defaults->object("a"), Value {1});
+    defaults->setObject("a", 3);
+    EXPECT_EQ(defaults->object("a"), Value {3});
+}
+
 TEST_F(UserDefaultsTest, AClosedStoreIsEmptyAndSilent)
 {
     defaults->setObject("a", 1);
