@@ -16,9 +16,6 @@ namespace {
 using Dictionary = Value::Dictionary;
 using testing::ElementsAre;
 
-const ProcessEnd success {.exitStatus = 0};
-const std::string start = "{\"do\":\"start\"}\n";
-const std::string settle = "{\"do\":\"settle\"}\n";
 const std::string buffer = "{\"do\":\"buffer\"}\n";
 
 std::string event(const std::string& text)

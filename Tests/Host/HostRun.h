@@ -14,6 +14,12 @@
 
 namespace kova::tests {
 
+inline const ProcessEnd success {.exitStatus = 0};
+
+// Script lines that many scripts have.
+inline const std::string start = "{\"do\":\"start\"}\n";
+inline const std::string settle = "{\"do\":\"settle\"}\n";
+
 struct HostResult {
     std::optional<ProcessEnd> end {};
     /// Standard output, line by line.

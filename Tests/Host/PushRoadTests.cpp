@@ -21,9 +21,6 @@ namespace {
 using Dictionary = Value::Dictionary;
 using testing::ElementsAre;
 
-const ProcessEnd success {.exitStatus = 0};
-const std::string start = "{\"do\":\"start\"}\n";
-const std::string settle = "{\"do\":\"settle\"}\n";
 const std::string inbox = "{\"do\":\"inbox\"}\n";
 
 // The log without the two lines that a metric's reply prints, which come from the session's thread at any moment.

@@ -14,8 +14,6 @@ namespace {
 using Dictionary = Value::Dictionary;
 using testing::ElementsAre;
 
-const ProcessEnd success {.exitStatus = 0};
-
 TEST(ScriptTest, AnswersEveryCommand)
 {
     HostFolder folder;
