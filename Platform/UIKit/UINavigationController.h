@@ -1,0 +1,39 @@
+// A stack of screens under one bar; the topmost is seen.
+//
+// The topmost screen's view fills the stack's, beneath the bar where the screen extends over the top edge (a scroll
+// view that fills it is then inset by the bar's height), below it where it does not.
+
+#pragma once
+
+#include "Platform/UIKit/UINavigationBar.h"
+#include "Platform/UIKit/UIViewController.h"
+
+#include <vector>
+
+namespace kova {
+
+class UINavigationController : public UIViewController {
+public:
+    explicit UINavigationController(std::shared_ptr<UIViewController> rootViewController);
+    ~UINavigationController() override;
+
+    /// From the root to the topmost.
+    [[nodiscard]] const std::vector<std::shared_ptr<UIViewController>>& viewControllers() const { return m_stack; }
+    [[nodiscard]] UIViewController& topViewController() const { return *m_stack.back(); }
+    [[nodiscard]] UINavigationBar& navigationBar() const { return *m_navigationBar; }
+
+    void pushViewController(std::shared_ptr<UIViewController> viewController, bool animated);
+    // At the root they do nothing.
+    void popViewController(bool animated);
+    void popToRootViewController(bool animated);
+
+protected:
+    void loadView() override;
+    [[nodiscard]] UIViewController* childForAppearance() const override { return m_stack.back().get(); }
+
+private:
+    std::vector<std::shared_ptr<UIViewController>> m_stack;
+    std::shared_ptr<UINavigationBar> m_navigationBar;
+};
+
+} // namespace kova

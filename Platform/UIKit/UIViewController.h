@@ -1,0 +1,107 @@
+// A screen: its view, its life cycle, and the screens it presents.
+//
+// The view is loaded on first need. Appearing and disappearing come in pairs, in the platform's order: the one that
+// leaves hears viewWillDisappear before the other's viewWillAppear, and viewDidDisappear before its viewDidAppear. A
+// transition of the model is over when the call that began it returns; a drawing platform may still be drawing it.
+// A presented screen is owned by its presenter, a pushed one by its stack, so what is closed goes away. Main thread
+// only.
+
+#pragma once
+
+#include "Platform/UIKit/UINavigationItem.h"
+#include "Platform/UIKit/UIView.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace kova {
+
+class UINavigationController;
+class UIWindow;
+
+/// The platform's numbers.
+enum class UIModalPresentationStyle {
+    /// As a sheet: the presenter stays beneath.
+    automatic = -2,
+    /// The presenter leaves the screen.
+    fullScreen = 0,
+    pageSheet = 1,
+    overFullScreen = 5,
+    /// The presenter's content stays in place beneath.
+    overCurrentContext = 6,
+};
+
+/// Bits: the edges over which a screen's view extends beneath bars.
+enum class UIRectEdge : unsigned { none = 0, all = 15 };
+enum class UIStatusBarStyle { default_ = 0, lightContent = 1 };
+
+class UIViewController : public Linkable, public std::enable_shared_from_this<UIViewController> {
+public:
+    UIViewController();
+    ~UIViewController() override;
+
+    [[nodiscard]] const std::shared_ptr<UIView>& view();
+    void setView(std::shared_ptr<UIView> view);
+    [[nodiscard]] bool isViewLoaded() const { return m_view != nullptr; }
+    void loadViewIfNeeded();
+
+    /// Also the title of the navigation item.
+    [[nodiscard]] const std::optional<std::string>& title() const { return m_title; }
+    void setTitle(std::optional<std::string> title);
+    [[nodiscard]] UINavigationItem& navigationItem() { return m_navigationItem; }
+    [[nodiscard]] UIModalPresentationStyle modalPresentationStyle() const { return m_modalPresentationStyle; }
+    void setModalPresentationStyle(UIModalPresentationStyle style) { m_modalPresentationStyle = style; }
+    [[nodiscard]] UIRectEdge edgesForExtendedLayout() const { return m_edgesForExtendedLayout; }
+    void setEdgesForExtendedLayout(UIRectEdge edges);
+    [[nodiscard]] virtual UIStatusBarStyle preferredStatusBarStyle() const { return UIStatusBarStyle::default_; }
+
+    /// The stack this screen is in, null when in none.
+    [[nodiscard]] UINavigationController* navigationController() const;
+    [[nodiscard]] UIViewController* parent() const { return m_parent.get(); }
+    [[nodiscard]] const std::shared_ptr<UIViewController>& presentedViewController() const { return m_presented; }
+    /// Who presents this screen, or the stack it is in.
+    [[nodiscard]] UIViewController* presentingViewController() const;
+    [[nodiscard]] bool isOnScreen() const { return m_isOnScreen; }
+
+    /// Shows a screen over this one. When this screen is presenting already, that is said once and nothing happens. The
+    /// completion runs once the new screen has appeared.
+    void present(
+        std::shared_ptr<UIViewController> viewController, bool animated, std::function<void()> completion = {});
+    /// Closes what this screen presents; a screen that presents nothing is closed itself, with the stack it is in.
+    void dismiss(bool animated, std::function<void()> completion = {});
+
+protected:
+    /// Makes the view; overrides call setView().
+    virtual void loadView();
+    virtual void viewDidLoad() { }
+    virtual void viewWillAppear(bool animated);
+    virtual void viewDidAppear(bool animated);
+    virtual void viewWillDisappear(bool animated);
+    virtual void viewDidDisappear(bool animated);
+
+    /// The screen that appears and disappears with this one, null for none.
+    [[nodiscard]] virtual UIViewController* childForAppearance() const { return nullptr; }
+
+private:
+    friend class UINavigationController;
+    friend class UIWindow;
+
+    void beginAppearance(bool appears, bool animated);
+    void endAppearance(bool appears, bool animated);
+
+    std::shared_ptr<UIView> m_view;
+    std::optional<std::string> m_title;
+    UINavigationItem m_navigationItem;
+    UIModalPresentationStyle m_modalPresentationStyle = UIModalPresentationStyle::automatic;
+    UIRectEdge m_edgesForExtendedLayout = UIRectEdge::all;
+    WeakLink<UIViewController> m_parent;
+    WeakLink<UIViewController> m_presenter;
+    std::shared_ptr<UIViewController> m_presented;
+    /// The window whose root this is.
+    WeakLink<UIWindow> m_window;
+    bool m_isOnScreen = false;
+};
+
+} // namespace kova
