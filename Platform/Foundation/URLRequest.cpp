@@ -17,6 +17,19 @@ void URLRequest::addValue(std::string_view value, std::string_view field)
         entry->second.append(",").append(value);
 }
 
+std::string HTTPURLResponse::mimeType() const
+{
+    const auto field = allHeaderFields.find("Content-Type");
+    if (field == allHeaderFields.end())
+        return {};
+    auto type = field->second.substr(0, field->second.find(';'));
+    while (!type.empty() && (type.back() == ' ' || type.back() == '\t'))
+        type.pop_back();
+    std::ranges::transform(type, type.begin(),
+        [](char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; });
+    return type;
+}
+
 std::string description(const URLRequest& request)
 {
     return request.url.absoluteString();

@@ -48,6 +48,9 @@ struct HTTPURLResponse {
     URL url;
     int statusCode = 0;
     HTTPHeaderFields allHeaderFields {};
+
+    /// "image/png": the content type in lower case, without its parameters; empty when the reply names none.
+    [[nodiscard]] std::string mimeType() const;
 };
 
 /// The request as the log shows it: its URL.

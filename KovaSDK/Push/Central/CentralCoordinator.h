@@ -1,0 +1,28 @@
+// Opens the notification centre over a screen of the host:
+//
+//     kova::CentralCoordinator {screen}.start();
+//
+// Each start shows a fresh copy of the inbox. The screens are owned by the presentation; the list closes itself. Main
+// thread only.
+
+#pragma once
+
+#include "KovaSDK/Services/Coordinator.h"
+
+#include <memory>
+
+namespace kova {
+
+class UIViewController;
+
+class CentralCoordinator : public Coordinator {
+public:
+    explicit CentralCoordinator(std::shared_ptr<UIViewController> screen);
+
+    /// The host's screen, over which the centre is presented.
+    std::shared_ptr<UIViewController> presenter;
+
+    void start() override;
+};
+
+} // namespace kova
