@@ -3,7 +3,6 @@
 #include "KovaSDK/Push/KovaNotify.h"
 #include "KovaSDK/Push/PushServices/PushMetricsRequest.h"
 #include "Platform/Foundation/DateFormatter.h"
-#include "Platform/Foundation/Description.h"
 #include "Platform/Foundation/JSONSerialization.h"
 #include "Platform/Foundation/Print.h"
 #include "Platform/Foundation/ServiceAddresses.h"
@@ -28,7 +27,7 @@ std::optional<Data> KovaPushMetrics::getJson(const std::string& notificationId) 
     return json ? std::optional {*std::move(json)} : std::nullopt;
 }
 
-void KovaPushMetrics::post(Data jsonObject, Completion completion) const
+void KovaPushMetrics::post(Data jsonObject, UploadCompletion completion) const
 {
     print("Callbacking push metrics");
     const auto address = ServiceAddresses::current().metricsBaseURL;
@@ -41,19 +40,7 @@ void KovaPushMetrics::post(Data jsonObject, Completion completion) const
         .httpMethod = HTTPMethod::post,
         .parameters = std::move(jsonObject),
     }};
-    const auto task = session->dataTask(buildRequest(endPoint),
-        [completion = std::move(completion)](const std::optional<Data>& body,
-            const std::optional<HTTPURLResponse>& response, std::error_code error) mutable {
-            if (error) {
-                completion(std::unexpected {error});
-                return;
-            }
-            if (body)
-                print("Result" + decodedDescription(*body));
-            if (response)
-                print(description(handleNetworkResponse(*response)));
-            completion(Value {true});
-        });
+    const auto task = session->dataTask(buildRequest(endPoint), printingReply(std::move(completion)));
     task->resume();
 }
 

@@ -5,21 +5,17 @@
 #pragma once
 
 #include "KovaSDK/Services/Networking/NetworkManager.h"
+#include "KovaSDK/Services/Networking/UploadCompletion.h"
 #include "Platform/Foundation/Data.h"
-#include "Platform/Foundation/Value.h"
 
-#include <expected>
-#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 
 namespace kova {
 
 class KovaPushMetrics : public NetworkManager {
 public:
-    using Completion = std::move_only_function<void(std::expected<Value, std::error_code>)>;
-
     explicit KovaPushMetrics(std::shared_ptr<URLSession> urlSession);
 
     /// One JSON object, all values texts: "notificationId", "playerId" (only when the device has one), "timestamp"
@@ -30,7 +26,7 @@ public:
     /// Posts the body and returns at once. The completion gets `true` for any reply, whatever its status, or the
     /// transport's error; the status is only printed. Nothing is retried or kept. A base URL that does not parse stops
     /// the process.
-    void post(Data jsonObject, Completion completion) const;
+    void post(Data jsonObject, UploadCompletion completion) const;
 
     std::shared_ptr<URLSession> session;
 };
