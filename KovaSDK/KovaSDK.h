@@ -5,6 +5,7 @@
 
 #include "KovaSDK/Events/EventModels/CartEvent.h"
 #include "KovaSDK/Events/EventModels/PageEvent.h"
+#include "KovaSDK/Geolocation/GeolocationServices/KovaGeotrigger.h"
 #include "KovaSDK/Push/KovaNotify.h"
 #include "KovaSDK/Push/PermissionSubscriptionState.h"
 #include "KovaSDK/Services/NotificationName.h"

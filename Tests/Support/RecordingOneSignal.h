@@ -4,6 +4,7 @@
 
 #include "Platform/Vendors/OneSignal.h"
 
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -61,6 +62,7 @@ public:
     }
     void sendTag(const std::optional<std::string>& key, const std::optional<std::string>& value) override
     {
+        const std::lock_guard lock {m_mutex};
         tags.emplace_back(key, value);
     }
     std::shared_ptr<const OSPermissionSubscriptionState> getPermissionSubscriptionState() override { return state; }
@@ -84,6 +86,10 @@ public:
         state = std::make_shared<OSPermissionSubscriptionState>();
         state->subscriptionStatus = std::make_shared<OSSubscriptionState>(OSSubscriptionState {.userId = userId});
     }
+
+private:
+    /// Geotriggers are tagged on any thread.
+    std::mutex m_mutex;
 };
 
 } // namespace kova::tests

@@ -17,6 +17,7 @@ ServiceAddresses addressesWith(const std::string& baseURL)
     auto addresses = ServiceAddresses::builtIn();
     addresses.eventsBaseURL = baseURL;
     addresses.metricsBaseURL = baseURL;
+    addresses.geotriggersBaseURL = baseURL;
     return addresses;
 }
 
@@ -30,11 +31,13 @@ TestPlatform::TestPlatform(const std::string& baseURL)
           .reachability = network})
 {
     OneSignal::setShared(vendor);
+    PlotDebug::setShared(geofencing);
 }
 
 TestPlatform::~TestPlatform()
 {
     OneSignal::setShared(nullptr);
+    PlotDebug::setShared(nullptr);
     KovaNetwork::setReachability(nullptr);
 }
 

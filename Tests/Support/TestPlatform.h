@@ -1,4 +1,4 @@
-// A platform for one test: a fresh folder, the log captured, and a vendor that records.
+// A platform for one test: a fresh folder, the log captured, and vendors that record.
 
 #pragma once
 
@@ -6,6 +6,7 @@
 #include "Tests/Support/FakeNetwork.h"
 #include "Tests/Support/PrintCapture.h"
 #include "Tests/Support/RecordingOneSignal.h"
+#include "Tests/Support/RecordingPlotProjects.h"
 #include "Tests/Support/TemporaryFolder.h"
 
 #include <memory>
@@ -15,7 +16,8 @@ namespace kova::tests {
 
 class TestPlatform {
 public:
-    /// Events and metrics go to this base URL, where by default nobody listens. The network is offline at first.
+    /// Events, metrics and geotriggers go to this base URL, where by default nobody listens. The network is offline at
+    /// first.
     explicit TestPlatform(const std::string& baseURL = "http://127.0.0.1:9/v2/");
     ~TestPlatform();
     TestPlatform(const TestPlatform&) = delete;
@@ -30,6 +32,7 @@ public:
     TemporaryFolder folder;
     PrintCapture log;
     std::shared_ptr<RecordingOneSignal> vendor = std::make_shared<RecordingOneSignal>();
+    std::shared_ptr<RecordingPlotProjects> geofencing = std::make_shared<RecordingPlotProjects>();
     std::shared_ptr<FakeNetwork> network = std::make_shared<FakeNetwork>();
     LinuxPlatform platform;
 };

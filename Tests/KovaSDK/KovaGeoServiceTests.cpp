@@ -1,0 +1,174 @@
+#include "KovaSDK/Geolocation/GeolocationModels/GeotriggerRequest.h"
+#include "KovaSDK/Geolocation/GeolocationServices/KovaGeoService.h"
+#include "Platform/Foundation/PropertyList.h"
+#include "Tests/Support/LoopbackServer.h"
+#include "Tests/Support/TestPlatform.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace kova {
+namespace {
+
+using std::string_literals::operator""s;
+using Dictionary = Value::Dictionary;
+using testing::ElementsAre;
+using tests::Gate;
+using tests::LoopbackServer;
+using tests::Reply;
+using tests::TestPlatform;
+
+const std::string json = R"({"loja":"Recife"})";
+
+class Upload {
+public:
+    explicit Upload(std::string body)
+    {
+        KovaGeoService {URLSession::shared()}.postGeotriggers(Data {std::move(body)}, [this](auto result) {
+            EXPECT_TRUE(URLSession::shared()->isOnCompletionThread());
+            outcomes.push_back(result
+                    ? result->template as<bool>() && *result == Value {true} ? "success(true)" : "another success"
+                    : result.error().message());
+        });
+    }
+
+    /// Guarded by the platform's settling.
+    std::vector<std::string> outcomes;
+};
+
+TEST(GeotriggerRequestTest, GoesToTheSubscriptionOfTheDevice)
+{
+    const TestPlatform platform {"https://geo.example/v1/geotriggers/"};
+    const auto sentTo = [] {
+        const GeotriggerRequest endPoint {Data {json}};
+        EXPECT_EQ(endPoint.baseURL.absoluteString(), "https://geo.example/v1/geotriggers/");
+        EXPECT_EQ(endPoint.httpMethod, HTTPMethod::post);
+        EXPECT_EQ(endPoint.parameters.text(), json);
+        return NetworkManager::buildRequest(endPoint).url.absoluteString().substr(
+            endPoint.baseURL.absoluteString().size());
+    };
+    EXPECT_EQ(sentTo(), "") << "the vendor has no state yet";
+    const std::pair<std::optional<std::string>, const char*> rows[] {
+        {std::nullopt, ""},
+        {"", ""},
+        {"6f1c2a9e-player", "6f1c2a9e-player"},
+        {"a b?c#d%20é", "a%20b%3Fc%23d%2520%C3%A9"},
+        {"a\nb\0c\xFF"s, "a%0Ab%00c%FF"},
+        {"a/b", "a/b"},
+    };
+    for (const auto& [id, path] : rows) {
+        platform.vendor->subscribe("");
+        platform.vendor->state->subscriptionStatus
+            = std::make_shared<OSSubscriptionState>(OSSubscriptionState {.userId = id});
+        EXPECT_EQ(sentTo(), path);
+    }
+}
+
+TEST(KovaGeoServiceTest, PrintsWhatEveryReplyIsAndCallsItSuccess)
+{
+    struct Row {
+        const char* name;
+        Reply reply;
+        std::vector<std::string> printed;
+    };
+    const Row rows[] {
+        {"200", Reply::status(200, "é \"ok\"\n"), {"ResultOptional(\"é \\\"ok\\\"\\n\")", "success"}},
+        {"empty", Reply::status(200), {"ResultOptional(\"\")", "success"}},
+        {"NUL", Reply::status(200, "a\0b"s), {"ResultOptional(\"a\\0b\")", "success"}},
+        {"204", Reply::raw("HTTP/1.1 204 No Content\r\n\r\n"), {"ResultOptional(\"\")", "success"}},
+        {"302", Reply::status(302, "", {{"Location", "/away"}}), {"ResultOptional(\"\")", "failure(failed)"}},
+        {"400", Reply::status(400, "no"), {"ResultOptional(\"no\")", "failure(failed)"}},
+        {"401", Reply::status(401, "no"), {"ResultOptional(\"no\")", "failure(authentication)"}},
+        {"404", Reply::status(404, "no"), {"ResultOptional(\"no\")", "failure(authentication)"}},
+        {"500", Reply::status(500, "no"), {"ResultOptional(\"no\")", "failure(authentication)"}},
+        {"503", Reply::status(503, "no"), {"ResultOptional(\"no\")", "failure(badRequest)"}},
+        {"600", Reply::status(600, "no"), {"ResultOptional(\"no\")", "failure(outdated)"}},
+        {"999", Reply::status(999, "no"), {"ResultOptional(\"no\")", "failure(failed)"}},
+        {"not UTF-8", Reply::status(200, "\xC3("), {"Resultnil", "success"}},
+        {"not UTF-8, refused", Reply::status(401, "\xFF"), {"Resultnil", "failure(authentication)"}},
+    };
+    for (const auto& row : rows) {
+        LoopbackServer server;
+        server.setDefault(row.reply);
+        const TestPlatform platform {server.url("/v1/geotriggers/").absoluteString()};
+        const Upload upload {json};
+        auto printed = row.printed;
+        printed.insert(printed.begin(),
+            {"posting some geotrigger", "Request: " + server.url("/v1/geotriggers/").absoluteString()});
+        EXPECT_EQ(platform.settledLines(), printed) << row.name;
+        EXPECT_THAT(upload.outcomes, ElementsAre("success(true)")) << row.name;
+        EXPECT_EQ(server.requests().size(), 1U) << row.name;
+    }
+}
+
+TEST(KovaGeoServiceTest, HandsTheTransportsErrorOnAndPrintsNothing)
+{
+    struct Row {
+        const char* name;
+        Reply reply;
+        URLError error;
+    };
+    const Row rows[] {
+        {"reset", Reply::reset(), URLError::networkConnectionLost},
+        {"closed", Reply::close(), URLError::networkConnectionLost},
+        {"half a reply", Reply::raw("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf"),
+            URLError::networkConnectionLost},
+        {"garbage", Reply::raw("\x16\x03 no HTTP at all\r\n\r\n"), URLError::badServerResponse},
+        {"no status", Reply::raw("HTTP/1.1 6x0 Odd\r\n\r\n"), URLError::badServerResponse},
+    };
+    for (const auto& row : rows) {
+        LoopbackServer server;
+        server.setDefault(row.reply);
+        const auto base = server.url("/v1/geotriggers/").absoluteString();
+        const TestPlatform platform {base};
+        const Upload upload {json};
+        EXPECT_THAT(platform.settledLines(), ElementsAre("posting some geotrigger", "Request: " + base)) << row.name;
+        EXPECT_THAT(upload.outcomes, ElementsAre(make_error_code(row.error).message())) << row.name;
+        EXPECT_EQ(server.requests().size(), 1U) << row.name << ": nothing is retried";
+    }
+    const TestPlatform nobodyListens;
+    const Upload refused {json};
+    EXPECT_EQ(nobodyListens.settledLines().size(), 2U);
+    EXPECT_THAT(refused.outcomes, ElementsAre(make_error_code(URLError::cannotConnectToHost).message()));
+}
+
+TEST(KovaGeoServiceTest, SendsTheBytesWithTheKeyAndReturnsAtOnce)
+{
+    LoopbackServer server;
+    const auto gate = std::make_shared<Gate>();
+    server.setDefault(Reply::status(200).held(gate));
+    const TestPlatform platform {server.url("/v1/geotriggers/").absoluteString()};
+    platform.addResource("Kova.plist", PropertyListEncoder::encode(Dictionary {{"KovaAPIKey", "the key"}})->text());
+    platform.vendor->subscribe("a b");
+    const auto body = "not JSON \xFF\0 "s;
+    // Built while the server holds its reply back.
+    const Upload upload {body};
+    ASSERT_TRUE(server.waitForRequests(1));
+    EXPECT_THAT(platform.log.lines(),
+        ElementsAre("posting some geotrigger", "Request: " + server.url("/v1/geotriggers/a%20b").absoluteString()));
+    const auto request = server.requests().at(0);
+    EXPECT_EQ(request.method, "POST");
+    EXPECT_EQ(request.target, "/v1/geotriggers/a%20b");
+    EXPECT_EQ(request.header("Content-Type"), "application/json");
+    EXPECT_EQ(request.header("x-api-key"), "the key");
+    EXPECT_EQ(request.body, body);
+    gate->open();
+    (void)platform.settledLines();
+    EXPECT_THAT(upload.outcomes, ElementsAre("success(true)"));
+}
+
+TEST(KovaGeoServiceDeathTest, StopsOnWhatMustNotBeMissing)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const TestPlatform platform;
+    const auto aborts = testing::KilledBySignal(SIGABRT);
+    platform.vendor->state = std::make_shared<OSPermissionSubscriptionState>();
+    EXPECT_EXIT(Upload {json}, aborts, "Fatal error: .*subscriptionStatus");
+    OneSignal::setShared(nullptr);
+    EXPECT_EXIT(Upload {json}, aborts, "Fatal error: .*push vendor's adapter is missing");
+    ServiceAddresses::setCurrent({.eventsBaseURL = {}, .metricsBaseURL = {}, .geotriggersBaseURL = "not a URL"});
+    EXPECT_EXIT(Upload {json}, aborts, "Fatal error: .*geotrigger web service.*not a URL");
+}
+
+} // namespace
+} // namespace kova
