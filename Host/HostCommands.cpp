@@ -1,6 +1,7 @@
 #include "Host/HostCommands.h"
 
 #include "Host/EventCommand.h"
+#include "Host/GeotriggerCommands.h"
 #include "KovaSDK/Events/EventServices/EventStorage.h"
 #include "KovaSDK/KovaKeysManager.h"
 #include "KovaSDK/KovaSDK.h"
@@ -29,10 +30,7 @@ Value orNull(const std::optional<std::string>& text)
 
 void start(const ScriptCommand& command, HostContext&)
 {
-    std::optional<AnyDictionary> launchOptions;
-    if (const auto given = command.optionalObject("launchOptions"))
-        launchOptions.emplace(given->begin(), given->end());
-    KovaNotify::initWithCallbacks(launchOptions);
+    KovaNotify::initWithCallbacks(command.launchOptions());
 }
 
 void push(const ScriptCommand& command, HostContext& context)
@@ -190,6 +188,22 @@ constexpr std::array commands {
         &buffer},
     HostCommand {"status", "", "answers {\"status\":\"wifi\"}, \"wwan\" or \"unreachable\"; null before the start",
         Place::MainQueue, &status},
+    HostCommand {"geo-start", "[launchOptions: object]",
+        "starts a KovaGeotrigger; answers {\"geo-start\":{\"publicToken\":…,\"completions\":n}}, the token that the\n"
+        "      vendor was given and how often the configuration's completion was called",
+        Place::MainQueue, &startGeotriggers},
+    HostCommand {"geotriggers", "geotriggers: list of objects, each [data: anything] or [userInfo: object or null]",
+        "they fire together; answers {\"geotriggers\":{\"handled\":n}}, how many of them the vendor saw marked "
+        "handled.\n"
+        "      The data is that of the geotrigger, as a text when it is as it should be; a whole userInfo has it "
+        "under\n"
+        "      \"action\"; without a userInfo (null) the process stops",
+        Place::ScriptThread, &fireGeotriggers},
+    HostCommand {"geo-upload", "data: text",
+        "uploads the text as one geotrigger's data and waits; answers {\"geo-upload\":{\"success\":true}}, whatever "
+        "the\n"
+        "      reply's status, or {\"geo-upload\":{\"failure\":…}}",
+        Place::ScriptThread, &uploadGeotrigger},
     HostCommand {"settle", "[seconds: number]",
         "waits (15 s at most, or so many) until every HTTP task has completed and every queue is idle; else exit "
         "status 3",

@@ -6,8 +6,11 @@
 #include "Host/ScriptCommand.h"
 #include "Host/SimulatedNetwork.h"
 #include "Host/SimulatedOneSignal.h"
+#include "Host/SimulatedPlotProjects.h"
+#include "KovaSDK/Geolocation/GeolocationServices/KovaGeotrigger.h"
 #include "Platform/Linux/LinuxPlatform.h"
 
+#include <memory>
 #include <span>
 #include <stdexcept>
 #include <stop_token>
@@ -18,10 +21,13 @@ namespace kova::host {
 struct HostContext {
     LinuxPlatform& platform;
     SimulatedOneSignal& vendor;
+    SimulatedPlotProjects& geofencing;
     /// Null when the host follows the real network.
     SimulatedNetwork* network;
     Answers& answers;
     std::stop_token interruption;
+    /// The one that a script has started, which its host has to keep.
+    std::shared_ptr<KovaGeotrigger> geotrigger {};
 };
 
 /// Thrown by "settle" when work is still under way at its deadline.

@@ -91,4 +91,15 @@ std::optional<Value::Dictionary> ScriptCommand::optionalObject(std::string_view 
     return optionalField<Value::Dictionary>(key, "an object");
 }
 
+Value::Array ScriptCommand::list(std::string_view key) const
+{
+    return field<Value::Array>(key, "a list");
+}
+
+std::optional<AnyDictionary> ScriptCommand::launchOptions() const
+{
+    const auto given = optionalObject("launchOptions");
+    return given ? std::optional<AnyDictionary> {std::in_place, given->begin(), given->end()} : std::nullopt;
+}
+
 } // namespace kova::host

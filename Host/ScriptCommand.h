@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/AnyHashable.h"
 #include "Platform/Foundation/Value.h"
 
 #include <optional>
@@ -34,6 +35,9 @@ public:
     [[nodiscard]] std::optional<double> optionalNumber(std::string_view key) const;
     [[nodiscard]] Value::Dictionary object(std::string_view key) const;
     [[nodiscard]] std::optional<Value::Dictionary> optionalObject(std::string_view key) const;
+    [[nodiscard]] Value::Array list(std::string_view key) const;
+    /// The optional object "launchOptions".
+    [[nodiscard]] std::optional<AnyDictionary> launchOptions() const;
 
 private:
     template <typename T> [[nodiscard]] T field(std::string_view key, const char* expected) const;

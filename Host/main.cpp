@@ -57,11 +57,13 @@ int run(const Options& options, const Interruption& interruption)
     }};
     const auto vendor = std::make_shared<SimulatedOneSignal>();
     OneSignal::setShared(vendor);
+    const auto geofencing = std::make_shared<SimulatedPlotProjects>();
+    PlotDebug::setShared(geofencing);
     // Whatever waits for a reply is released at once, and keeps what it could not send.
     const std::stop_callback cancelRequests {interruption.token(), [] { URLSession::shared()->invalidateAndCancel(); }};
 
     // The script has a thread of its own; this one runs the main queue until the script has ended.
-    HostContext context {platform, *vendor, network.get(), answers, interruption.token()};
+    HostContext context {platform, *vendor, *geofencing, network.get(), answers, interruption.token()};
     LineReader lines {script, interruption.descriptor()};
     std::stop_source ended;
     auto outcome = ScriptOutcome::Done;

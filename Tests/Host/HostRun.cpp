@@ -32,7 +32,8 @@ std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& scr
 {
     Process::Options options {.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host"};
     options.arguments = {"--network", network, "--data", path() / "data", "--bundle", bundle, "--answers",
-        path() / "answers", "--metrics-url", services + "/v2/", "--events-url", services + "/v2/"};
+        path() / "answers", "--metrics-url", services + "/v2/", "--events-url", services + "/v2/", "--geotriggers-url",
+        services + "/v1/geotriggers/"};
     if (script) {
         std::ofstream {path() / "script"} << *script;
         options.arguments.push_back(path() / "script");

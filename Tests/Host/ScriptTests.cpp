@@ -145,7 +145,7 @@ TEST(ScriptTest, TheCommandLineIsChecked)
     Process help {{.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host", .arguments = {"--help"}}};
     EXPECT_EQ(help.wait(), success);
     for (const auto* command : {"start", "push", "open", "prompt", "tag", "player-id", "subscribe", "extension",
-             "inbox", "settle", "config", "defaults-get", "defaults-set"})
+             "inbox", "geo-start", "geotriggers", "geo-upload", "settle", "config", "defaults-get", "defaults-set"})
         EXPECT_NE(help.standardOutput().find(std::string {"\n  "} + command), std::string::npos) << command;
 }
 
