@@ -72,6 +72,7 @@ def main() -> int:
         bodies = [json.loads(request["body"]) for request in requests]
         metrics = [body for body in bodies if "metric" in body]
         events = [body for body in bodies if "type" in body]
+        uploads = [request for request in requests if request["path"].startswith("/v1/geotriggers/")]
         saved = [answer["saved"] for answer in answers if "saved" in answer]
         before, after = (answer["buffer"] for answer in answers if "buffer" in answer)
         title("What the web service received:")
@@ -101,11 +102,19 @@ def main() -> int:
         check(all(event == json.loads(before[0]) for event in events[1:]), "what was released is what was kept, to the byte")
         check(["wifi", "unreachable", "wwan"] == [line.split()[-1] for line in log if line.startswith("NETWORK : Status:")], "the log follows the network")
 
+        check({"geo-start": {"publicToken": "demo-geofencing-token", "completions": 1}} in answers, "the geofencing vendor was given the configured token, once")
+        check({"geotriggers": {"handled": 3}} in answers, "all three geotriggers were marked handled, the broken one too")
+        check(log.count("GEOTRIGGER : Entered handler") == 3 and log.count("GEOTRIGGER : handled geotrigger") == 1, "the log shows three geotriggers in one batch")
+        check([answer["tag"] for answer in answers if "tag" in answer] == [{"city": "Recife"}], "no geotrigger became a tag: parsed JSON is never the bytes that the handler asks for, by contract")
+        check([(upload["path"], upload["headers"].get("x-api-key"), json.loads(upload["body"])) for upload in uploads]
+              == [("/v1/geotriggers/6f1c2a9e-player", "demo-api-key", {"loja": "Boa Viagem"})], "the one upload is the host's own, to this device's address, with the API key")
+        check({"geo-upload": {"success": True}} in answers, "its completion got success")
+
     if failures:
         print(f"\nDEMO FAILED: {len(failures)} of the checks above do not hold")
         return 1
     print(f"\nDEMO OK: {len(ids)} pushes delivered, stored, reported and read back by a second process; "
-          f"{len(saved) - 1} events saved, online and offline")
+          f"{len(saved) - 1} events saved, online and offline; 3 geotriggers handled, {len(uploads)} upload received")
     return 0
 
 
