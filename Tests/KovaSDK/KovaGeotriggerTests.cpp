@@ -32,7 +32,7 @@ const std::string initialized = "GEOTRIGGER : Geotrigger initialized 1";
 static_assert(std::is_constructible_v<KovaGeotrigger, AnyDictionary>);
 static_assert(std::is_constructible_v<KovaGeotrigger, std::optional<AnyDictionary>>);
 static_assert(std::is_constructible_v<KovaGeotrigger, std::nullopt_t>);
-static_assert(!std::is_copy_constructible_v<KovaGeotrigger>);
+static_assert(!std::is_copy_constructible_v<KovaGeotrigger> && !std::is_move_constructible_v<KovaGeotrigger>);
 
 void addKeys(const TestPlatform& platform)
 {
@@ -73,6 +73,7 @@ TEST(KovaGeotriggerTest, StartsTheVendorAsItsDelegateAndLoadsTheConfiguration)
     }
     EXPECT_EQ(platform.geofencing->starts.size(), 2U);
     EXPECT_THAT(platform.log.lines(), ElementsAre(initialized, initialized));
+    EXPECT_EQ(KovaGeotrigger({}).launchOptions, std::nullopt) << "not the parameterless initialiser";
 }
 
 TEST(KovaGeotriggerTest, SkipsEveryGeotriggerAndMarksAllHandled)

@@ -16,10 +16,11 @@ namespace kova {
 
 class KovaGeotrigger : public PlotDelegate, public std::enable_shared_from_this<KovaGeotrigger> {
 public:
-    /// Not available: stops the process. Without launch options std::nullopt is to be passed.
+    /// Not available: stops the process. Without launch options std::nullopt or {} is to be passed.
     explicit KovaGeotrigger();
     explicit KovaGeotrigger(std::optional<AnyDictionary> hostLaunchOptions);
-    KovaGeotrigger(const KovaGeotrigger&) = delete;
+    // Never copied. That the parameter is not const keeps {} from being taken for an object to copy.
+    KovaGeotrigger(KovaGeotrigger&) = delete;
     KovaGeotrigger& operator=(const KovaGeotrigger&) = delete;
 
     /// Starts the vendor with the launch options and with this object as its delegate. When no std::shared_ptr holds
