@@ -55,6 +55,18 @@ public:
     };
 
     SharedList() = default;
+    SharedList(const SharedList& other)
+        : m_spine(other.share())
+    {
+    }
+    SharedList& operator=(const SharedList& other)
+    {
+        m_spine = other.share();
+        return *this;
+    }
+    SharedList(SharedList&&) noexcept = default;
+    SharedList& operator=(SharedList&&) noexcept = default;
+    ~SharedList() = default;
     SharedList(std::initializer_list<T> elements)
         : SharedList(std::vector<T> {elements})
     {
@@ -81,7 +93,7 @@ public:
         if ((spine.skipped + spine.size) % chunkSize == 0) {
             spine.chunks.push_back(std::make_shared<Chunk>());
             spine.chunks.back()->elements.reserve(spine.chunks.size() == 1 ? 1 : chunkSize);
-        } else if (spine.chunks.back().use_count() != 1) {
+        } else if (spine.chunks.back()->isShared) {
             auto copy = std::make_shared<Chunk>();
             const auto& original = spine.chunks.back()->elements;
             copy->elements.reserve(chunkSize);
@@ -160,8 +172,11 @@ public:
 private:
     static constexpr std::size_t chunkSize = 128;
 
+    // What was ever shared is never written again, even if the others have let go of it since: a reference count of one
+    // does not say that their last reads are over.
     struct Chunk {
         std::vector<T> elements;
+        std::atomic<bool> isShared = false;
         /// A predicate that holds for all elements. Several threads may find that out at once.
         mutable std::atomic<bool (*)(const T&)> satisfied = nullptr;
     };
@@ -171,14 +186,32 @@ private:
         std::vector<std::shared_ptr<Chunk>> chunks;
         std::size_t skipped = 0;
         std::size_t size = 0;
+        std::atomic<bool> isShared = false;
+
+        Spine() = default;
+        Spine(const Spine& other)
+            : chunks(other.chunks)
+            , skipped(other.skipped)
+            , size(other.size)
+        {
+            if (!chunks.empty())
+                chunks.back()->isShared = true;
+        }
     };
+
+    [[nodiscard]] std::shared_ptr<Spine> share() const
+    {
+        if (m_spine)
+            m_spine->isShared = true;
+        return m_spine;
+    }
 
     /// The spine, copied first when another list shares it.
     Spine& ownSpine()
     {
         if (!m_spine)
             m_spine = std::make_shared<Spine>();
-        else if (m_spine.use_count() != 1)
+        else if (m_spine->isShared)
             m_spine = std::make_shared<Spine>(*m_spine);
         return *m_spine;
     }

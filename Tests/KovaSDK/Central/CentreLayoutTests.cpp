@@ -1,0 +1,184 @@
+#include "KovaSDK/Push/Central/CentralLayout.h"
+#include "Platform/UIKit/TextMeasurer.h"
+#include "Tests/KovaSDK/Central/CentreFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace kova {
+namespace {
+
+using tests::Centre;
+using tests::record;
+using tests::TestPlatform;
+
+constexpr double widths[] {320, 390, 768, 1024};
+constexpr double height = 844;
+
+const char* const texts[] {
+    "",
+    "Oi",
+    "Promoção de São João: pães, cafés e açaí ☕️👩‍👩‍👧 até domingo, só na loja da esquina",
+};
+
+double lineHeight(const UIFont& font)
+{
+    return TextMeasurer::shared()->size("x", font, std::numeric_limits<double>::infinity(), 1).height;
+}
+
+double naturalWidth(const std::string& text, const UIFont& font)
+{
+    return TextMeasurer::shared()->size(text, font, std::numeric_limits<double>::infinity(), 1).width;
+}
+
+void expectNear(const CGRect& actual, const CGRect& expected, const std::string& what)
+{
+    const bool isNear = std::abs(actual.minX() - expected.minX()) < 1e-6
+        && std::abs(actual.minY() - expected.minY()) < 1e-6 && std::abs(actual.size.width - expected.size.width) < 1e-6
+        && std::abs(actual.size.height - expected.size.height) < 1e-6;
+    EXPECT_TRUE(isNear) << what << ": " << actual.minX() << " " << actual.minY() << " " << actual.size.width << " "
+                        << actual.size.height << ", expected " << expected.minX() << " " << expected.minY() << " "
+                        << expected.size.width << " " << expected.size.height;
+}
+
+// A label without text has no height of its own.
+double labelHeight(const std::string& text, const UIFont& font)
+{
+    return text.empty() ? 0 : lineHeight(font);
+}
+
+TEST(CentreLayoutTest, ARowStandsAsDrawnAtEveryWidth)
+{
+    const TestPlatform platform {MainLoop::Host};
+    for (const auto width : widths) {
+        for (const std::string text : texts) {
+            auto notification = record(text);
+            notification.body = text;
+            Centre centre {{notification, notification}, {.width = width, .height = height}};
+            centre.open();
+            const auto cell = centre.cell(1);
+            const auto what = [&](const char* view) { return std::string {view} + " at " + std::to_string(width); };
+            const auto titleHeight = labelHeight(text, UIFont::boldSystemFont(16));
+            expectNear(cell->frame(), {0, 80, width, 80}, what("cell"));
+            expectNear(cell->img->frame(), {width - 50, 20, 40, 40}, what("thumbnail"));
+            expectNear(cell->unreadView->frame(), {width - 80, 32.5, 15, 15}, what("marker"));
+            // It has no right edge: a long title runs beneath the thumbnail.
+            expectNear(cell->title->frame(), {20, 20, naturalWidth(text, UIFont::boldSystemFont(16)), titleHeight},
+                what("title"));
+            expectNear(cell->body->frame(),
+                {20, 30 + titleHeight, width - 80, labelHeight(text, UIFont::boldSystemFont(14))}, what("body"));
+        }
+    }
+}
+
+TEST(CentreLayoutTest, TheDetailScreenStandsAsDrawnAtEveryWidth)
+{
+    const TestPlatform platform {MainLoop::Host};
+    struct Picture {
+        CGSize size;
+        double (*expectedHeight)(double width);
+    };
+    const Picture pictures[] {
+        {{}, [](double) { return 0.0; }},
+        {{.width = 300, .height = 200}, [](double) { return 200.0; }},
+        // Never higher than the screen is wide.
+        {{.width = 2000, .height = 3000}, [](double width) { return width; }},
+    };
+    for (const auto width : widths) {
+        for (const std::string text : texts) {
+            for (const auto& picture : pictures) {
+                auto notification = record(text);
+                notification.subtitle = text;
+                notification.body = text;
+                Centre centre {{notification}, {.width = width, .height = height}};
+                centre.open();
+                centre.select(0);
+                const auto scene = centre.detail()->scene;
+                if (picture.size.height > 0)
+                    scene->img->setImage(std::make_shared<const UIImage>(picture.size, std::make_shared<int>(0)));
+                centre.layOut();
+
+                const auto what = [&](const char* view) {
+                    return std::string {view} + " at " + std::to_string(width) + ", picture "
+                        + std::to_string(picture.size.height) + ", " + std::to_string(text.size()) + " bytes";
+                };
+                constexpr double bar = 44;
+                expectNear(scene->frame(), {0, bar, width, height - bar}, what("screen"));
+                const auto imageHeight = picture.expectedHeight(width);
+                expectNear(scene->img->frame(), {0, 0, width, imageHeight}, what("image"));
+                const auto textWidth = width - 30;
+                double top = imageHeight + 10;
+                const auto titleHeight = labelHeight(text, UIFont::boldSystemFont(22));
+                expectNear(scene->title->frame(), {15, top, textWidth, titleHeight}, what("title"));
+                top += titleHeight + 5;
+                const auto subtitleHeight = labelHeight(text, UIFont::boldSystemFont(20));
+                expectNear(scene->subtitle->frame(), {15, top, textWidth, subtitleHeight}, what("subtitle"));
+                top += subtitleHeight + 5;
+                const auto bodyHeight = TextMeasurer::shared()->size(text, UIFont::systemFont(18), textWidth, 0).height;
+                expectNear(scene->body->frame(), {15, top, textWidth, bodyHeight}, what("body"));
+                expectNear(scene->urlBtn->frame(), {15, height - bar - 10 - 50, textWidth, 50}, what("button"));
+            }
+        }
+    }
+}
+
+TEST(CentreLayoutTest, TheTableFillsTheWindowAndFollowsItsSize)
+{
+    const TestPlatform platform {MainLoop::Host};
+    std::vector<KovaNotification> inbox;
+    for (int number = 0; number < 100; ++number)
+        inbox.push_back(record(std::to_string(number)));
+    Centre centre {inbox};
+    centre.open();
+    EXPECT_EQ(centre.table().frame(), (CGRect {0, 0, 390, 844}));
+    // Ten rows fit below the bar of 44 points.
+    EXPECT_EQ(centre.table().indexPathsForVisibleRows().size(), 10U);
+    EXPECT_EQ(centre.table().contentSize().height, 8000);
+
+    centre.table().setContentOffset({.x = 0, .y = 4040});
+    centre.layOut();
+    EXPECT_EQ(centre.table().indexPathsForVisibleRows().front().row, 50);
+    EXPECT_EQ(centre.cell(50)->title->text(), "50");
+
+    centre.window->setFrame({0, 0, 768, 400});
+    centre.layOut();
+    EXPECT_EQ(centre.table().frame(), (CGRect {0, 0, 768, 400}));
+    EXPECT_EQ(centre.cell(50)->frame(), (CGRect {0, 4000, 768, 80}));
+    EXPECT_EQ(centre.cell(50)->img->frame().minX(), 718);
+}
+
+TEST(CentreLayoutTest, ColoursAreReadWhenAViewIsBuilt)
+{
+    const TestPlatform platform {MainLoop::Host};
+    struct Restored {
+        UIColor cell = CentralLayout::default_().backgroundCellColor;
+        UIColor bar = CentralLayout::default_().navColor;
+        UIColor link = CentralLayout::default_().openLinkButtonColor;
+        ~Restored()
+        {
+            CentralLayout::default_().backgroundCellColor = cell;
+            CentralLayout::default_().navColor = bar;
+            CentralLayout::default_().openLinkButtonColor = link;
+        }
+    } const restored;
+    Centre centre {{record("a")}};
+    centre.open();
+    EXPECT_EQ(centre.cell(0)->backgroundColor(), UIColor::whiteColor());
+    EXPECT_EQ(centre.list()->navigationController()->navigationBar().barTintColor(), UIColor::clearColor());
+
+    CentralLayout::default_().backgroundCellColor = UIColor::redColor();
+    CentralLayout::default_().navColor = UIColor::blueColor();
+    CentralLayout::default_().openLinkButtonColor = UIColor::redColor();
+    EXPECT_EQ(centre.cell(0)->backgroundColor(), UIColor::whiteColor()) << "what is built stays";
+    centre.select(0);
+    EXPECT_EQ(centre.detail()->scene->urlBtn->backgroundColor(), UIColor::redColor());
+    centre.host->dismiss(true);
+    centre.open();
+    EXPECT_EQ(centre.cell(0)->backgroundColor(), UIColor::redColor());
+    EXPECT_EQ(centre.list()->navigationController()->navigationBar().barTintColor(), UIColor::blueColor());
+}
+
+} // namespace
+} // namespace kova
