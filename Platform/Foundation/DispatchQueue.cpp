@@ -1,8 +1,10 @@
 #include "Platform/Foundation/DispatchQueue.h"
 
 #include "Platform/Foundation/Activity.h"
+#include "Platform/Foundation/DispatchClock.h"
 #include "Platform/Foundation/Print.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <list>
@@ -139,6 +141,7 @@ struct DispatchQueue::Deferral::Submission {
     // Under way from now on, although it cannot begin yet.
     Activity activity;
     Task task;
+    std::chrono::duration<double> delay {};
 };
 
 namespace {
@@ -158,16 +161,45 @@ DispatchQueue::Deferral::~Deferral()
     if (deferral != this)
         return;
     deferral = nullptr;
-    for (auto& submission : m_submissions)
-        submit(submission.state, std::move(submission.task));
+    for (auto& submission : m_submissions) {
+        if (submission.delay.count() > 0)
+            submitAfter(submission.state, submission.delay, std::move(submission.task));
+        else
+            submit(submission.state, std::move(submission.task));
+    }
 }
 
 void DispatchQueue::async(Task task)
 {
     if (deferral)
-        deferral->m_submissions.push_back({.state = m_state, .activity = Activity {}, .task = std::move(task)});
+        deferral->m_submissions.push_back(
+            {.state = m_state, .activity = Activity {}, .task = std::move(task), .delay = {}});
     else
         submit(m_state, std::move(task));
+}
+
+void DispatchQueue::asyncAfter(std::chrono::duration<double> delay, Task task)
+{
+    if (!(delay.count() > 0)) {
+        async(std::move(task));
+    } else if (deferral) {
+        deferral->m_submissions.push_back(
+            {.state = m_state, .activity = Activity {}, .task = std::move(task), .delay = delay});
+    } else {
+        submitAfter(m_state, delay, std::move(task));
+    }
+}
+
+void DispatchQueue::submitAfter(const std::shared_ptr<State>& state, std::chrono::duration<double> delay, Task task)
+{
+    constexpr std::chrono::duration<double> longest = std::chrono::years {10};
+    const auto clock = DispatchClock::shared();
+    // Under the lock, so that the clock gets nothing after it was emptied for good.
+    const std::lock_guard lock {Workers::instance().mutex};
+    if (Workers::instance().acceptsTasks) {
+        clock->wait(std::chrono::duration_cast<std::chrono::nanoseconds>(std::min(delay, longest)),
+            [state, task = std::move(task)]() mutable { submit(state, std::move(task)); });
+    }
 }
 
 void DispatchQueue::submit(const std::shared_ptr<State>& state, Task task)
@@ -268,6 +300,7 @@ void DispatchQueue::shutDownAll()
         for (auto& worker : workers.workers)
             worker.shutDown();
     }
+    DispatchClock::dropEverything();
     // Dropped tasks are destroyed here, with no lock held: what they own may call back.
     main().m_state->takeItems().clear();
     while (true) {

@@ -9,6 +9,7 @@
 
 #include "Platform/Foundation/ThreadHook.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <stop_token>
@@ -31,6 +32,10 @@ public:
 
     /// Submits a task and returns at once. After shutDownAll() the task is dropped unrun.
     void async(Task task);
+
+    /// Submits a task once the delay has passed on the process's DispatchClock. It may run later than that, never
+    /// earlier; a delay that is not positive is none. Within a Deferral the delay begins when that ends.
+    void asyncAfter(std::chrono::duration<double> delay, Task task);
 
     /// While one lives, what the thread that made it submits to any queue is kept back; it is submitted, in order, when
     /// the object goes. For a sequence whose parts must all stand before the first task it submits may run. Made and
@@ -73,6 +78,7 @@ public:
 private:
     struct State;
     static void submit(const std::shared_ptr<State>& state, Task task);
+    static void submitAfter(const std::shared_ptr<State>& state, std::chrono::duration<double> delay, Task task);
     explicit DispatchQueue(std::shared_ptr<State> state);
 
     std::shared_ptr<State> m_state;

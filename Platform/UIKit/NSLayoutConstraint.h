@@ -51,7 +51,12 @@ public:
     void setPriority(double priority) { m_priority = priority; }
 
 private:
+    friend class LayoutPass;
     friend class UIView;
+
+    static void activate(const std::shared_ptr<NSLayoutConstraint>& constraint);
+    void deactivate();
+    [[nodiscard]] UIView* commonView() const;
 
     WeakLink<UIView> m_firstItem;
     NSLayoutAttribute m_firstAttribute;
@@ -63,6 +68,7 @@ private:
     double m_priority = requiredPriority;
     /// The view that holds it while it is active.
     WeakLink<UIView> m_holder;
+    bool m_isTroubleSaid = false;
 };
 
 } // namespace kova

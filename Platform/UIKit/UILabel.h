@@ -29,6 +29,9 @@ public:
     [[nodiscard]] CGSize intrinsicContentSize() const override;
     [[nodiscard]] CGSize sizeThatFits(CGSize size) const override;
 
+protected:
+    [[nodiscard]] bool heightFollowsWidth() const override { return m_numberOfLines != 1; }
+
 private:
     std::optional<std::string> m_text;
     UIFont m_font {};

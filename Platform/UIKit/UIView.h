@@ -25,6 +25,7 @@ namespace kova {
 
 class NSLayoutConstraint;
 class UIWindow;
+class UIWindowObserver;
 enum class UIChange;
 
 enum class UIViewContentMode { scaleToFill = 0, scaleAspectFit = 1, scaleAspectFill = 2 };
@@ -131,13 +132,26 @@ protected:
     void invalidateIntrinsicContentSize();
     void setBoundsOrigin(CGPoint origin);
     template <typename T> bool assign(T& property, T value);
+    /// Whether the height that fits depends on the width: the text is broken into lines.
+    [[nodiscard]] virtual bool heightFollowsWidth() const { return false; }
+    [[nodiscard]] virtual UIWindow* asWindow() { return nullptr; }
 
 private:
     friend class CALayer;
     friend class LayoutPass;
+    friend class NSLayoutConstraint;
 
     void didChangeAppearance();
-    void place(const CGRect& frame);
+    void place(CGRect frame);
+    [[nodiscard]] UIWindowObserver* observer() const;
+    void detach();
+    /// The view whose solved set of constraints decides on this view's frame, or on those of its descendants: the
+    /// nearest one, from this one upwards, that keeps its frame.
+    [[nodiscard]] UIView* layoutRoot();
+    /// Has the constraints solved anew that place this view and those beneath it.
+    void setNeedsSolving();
+    /// Marks the way from the top to this view, so that layout finds it.
+    void markPending();
 
     std::vector<std::shared_ptr<UIView>> m_subviews;
     UIView* m_superview = nullptr;
@@ -150,9 +164,17 @@ private:
     UIViewContentMode m_contentMode = UIViewContentMode::scaleToFill;
     bool m_isHidden = false;
     bool m_keepsFrame = true;
+    /// layoutSubviews() is to run.
     bool m_needsLayout = true;
-    /// Something beneath needs layout.
+    /// In a view that keeps its frame: the constraints of those beneath are to be solved.
+    bool m_needsSolving = true;
+    /// This view or one beneath needs layout; then those above say so too.
     bool m_hasPendingLayout = true;
+    bool m_isAmbiguitySaid = false;
+    /// Where a running layout pass counts this view.
+    std::uint32_t m_layoutIndex = 0;
+    /// The active constraints that speak of this view, whoever holds them.
+    std::vector<NSLayoutConstraint*> m_mentions;
     std::optional<std::string> m_accessibilityLabel;
     std::optional<std::string> m_accessibilityValue;
 

@@ -28,6 +28,7 @@ public:
 protected:
     /// Every screen fills the window.
     void layoutSubviews() override;
+    [[nodiscard]] UIWindow* asWindow() override { return this; }
 
 private:
     std::shared_ptr<UIViewController> m_rootViewController;
