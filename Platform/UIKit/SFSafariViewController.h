@@ -7,19 +7,29 @@
 
 namespace kova {
 
+class UIButton;
+
 class SFSafariViewController : public UIViewController {
 public:
     explicit SFSafariViewController(URL url);
+    ~SFSafariViewController() override;
 
     /// What it shows. A drawing platform loads http and https only.
     [[nodiscard]] const URL& url() const { return m_url; }
+    /// The empty area below the bar, in which a drawing platform shows the page; null until the view is loaded.
+    [[nodiscard]] UIView* pageView() const;
+    /// Closes the screen; null until the view is loaded.
+    [[nodiscard]] UIButton* closeButton() const;
 
 protected:
     /// A bar with the address and the button that closes the screen, over the page.
     void loadView() override;
 
 private:
+    class ContentView;
+
     URL m_url;
+    std::shared_ptr<ContentView> m_contentView;
 };
 
 } // namespace kova

@@ -26,8 +26,11 @@ public:
 
     /// Key-value access; the one key is "view": the view that shows the item, null while no bar does.
     [[nodiscard]] std::shared_ptr<Linkable> value(std::string_view forKey) const;
-    /// For the bar.
-    void setView(std::shared_ptr<UIView> view) { m_view = std::move(view); }
+    /// For the bar: what shows the item from now on, null when nothing does any more.
+    void setView(std::shared_ptr<UIView> view);
+    /// For the bar: what showed the item last, null before the first time. It is shown again, with all that others put
+    /// on it.
+    [[nodiscard]] const std::shared_ptr<UIView>& lastView() const { return m_view; }
 
     /// The user presses the button.
     void sendAction();
@@ -43,6 +46,7 @@ private:
     WeakLink<Linkable> m_target;
     std::function<void()> m_action;
     std::shared_ptr<UIView> m_view;
+    bool m_isShown = false;
     std::map<const void*, std::shared_ptr<Linkable>> m_associatedObjects;
 };
 

@@ -29,11 +29,21 @@ public:
 
 protected:
     void loadView() override;
+    void prepareForAppearance() override;
     [[nodiscard]] UIViewController* childForAppearance() const override { return m_stack.back().get(); }
 
 private:
-    std::vector<std::shared_ptr<UIViewController>> m_stack;
+    using Screens = std::vector<std::shared_ptr<UIViewController>>;
+    class ContentView;
+
+    void pop(std::size_t remaining, bool animated);
+    void showTop();
+    void showTopAgain();
+    void layOut();
+
+    Screens m_stack;
     std::shared_ptr<UINavigationBar> m_navigationBar;
+    std::shared_ptr<ContentView> m_contentView;
 };
 
 } // namespace kova

@@ -8,7 +8,7 @@
 
 namespace kova {
 
-class UINavigationItem {
+class UINavigationItem : public Linkable {
 public:
     [[nodiscard]] const std::optional<std::string>& title() const { return m_title; }
     void setTitle(std::optional<std::string> title);

@@ -13,11 +13,16 @@
 #include "Platform/UIKit/UITableViewCell.h"
 #include "Platform/UIKit/UITableViewDataSource.h"
 #include "Platform/UIKit/UITableViewDelegate.h"
+#include "Platform/UIKit/UITableViewRowHeights.h"
 
 #include <concepts>
 #include <map>
 
 namespace kova {
+
+class UITableViewBatch;
+enum class UITableViewRowChange;
+struct UITableViewUpdate;
 
 enum class UITableViewStyle { plain = 0, grouped = 1 };
 enum class UITableViewRowAnimation { fade = 0, right = 1, left = 2, top = 3, bottom = 4, none = 5, automatic = 100 };
@@ -78,12 +83,49 @@ protected:
 private:
     using CellMaker = std::function<std::shared_ptr<UITableViewCell>(UITableViewCellStyle, std::string)>;
 
+    /// A row that has a cell.
+    struct VisibleRow {
+        std::shared_ptr<UITableViewCell> cell;
+        /// The row was reloaded: the cell stands until the new one has been made.
+        bool isStale = false;
+        /// When false, the row's height is to be asked again.
+        bool isMeasured = true;
+    };
+
+    void loadIfNeeded();
+    [[nodiscard]] std::int64_t askRowCount();
+    void change(UITableViewRowChange how, const std::vector<IndexPath>& rows, UITableViewRowAnimation animation);
+    void apply(const UITableViewUpdate& update, std::int64_t rowCount);
+    void forgetRows();
+    [[nodiscard]] bool exists(IndexPath row) const;
+
+    [[nodiscard]] bool placeRows();
+    [[nodiscard]] std::vector<std::int64_t> measureVisibleRows();
+    [[nodiscard]] double measure(std::int64_t row);
+    [[nodiscard]] bool makeCell(std::int64_t row);
+    void show(std::int64_t row, const std::shared_ptr<UITableViewCell>& cell);
+    [[nodiscard]] std::size_t levelOf(std::int64_t row) const;
+    void recycle(const std::shared_ptr<UITableViewCell>& cell);
+
     UITableViewStyle m_style;
     UITableViewCellSeparatorStyle m_separatorStyle = UITableViewCellSeparatorStyle::singleLine;
     WeakLink<UITableViewDataSource> m_dataSource;
     WeakLink<UITableViewDelegate> m_delegate;
     std::map<std::string, CellMaker> m_makers;
+    /// What has shown a row and waits for another, by identifier.
+    std::map<std::string, std::vector<std::shared_ptr<UITableViewCell>>> m_reusableCells;
+    std::map<std::int64_t, VisibleRow> m_visibleRows;
+    UITableViewRowHeights m_heights;
     std::int64_t m_rowCount = 0;
+    std::unique_ptr<UITableViewBatch> m_batch;
+    int m_batchDepth = 0;
+    bool m_needsRowCount = true;
+    bool m_needsUsualHeight = true;
+    /// The content may have become shorter than the offset allows.
+    bool m_clampsOffset = false;
+    bool m_isPlacingRows = false;
+    /// Counts what changes rows, so that a layout notices when the data source changes them under its hands.
+    std::uint64_t m_generation = 0;
 };
 
 } // namespace kova

@@ -63,13 +63,19 @@ public:
     [[nodiscard]] const std::shared_ptr<UIViewController>& presentedViewController() const { return m_presented; }
     /// Who presents this screen, or the stack it is in.
     [[nodiscard]] UIViewController* presentingViewController() const;
-    [[nodiscard]] bool isOnScreen() const { return m_isOnScreen; }
+    /// From before viewWillAppear() until before viewWillDisappear().
+    [[nodiscard]] bool isOnScreen() const
+    {
+        return m_appearance == Appearance::Appearing || m_appearance == Appearance::Shown;
+    }
 
-    /// Shows a screen over this one. When this screen is presenting already, that is said once and nothing happens. The
-    /// completion runs once the new screen has appeared.
+    /// Shows a screen over this one; what presents it is the outermost stack this screen is in. When that is presenting
+    /// already, that is said once and nothing happens. The completion runs once the new screen has appeared, before the
+    /// call returns. A presenter that no window shows keeps the screen for when one does.
     void present(
         std::shared_ptr<UIViewController> viewController, bool animated, std::function<void()> completion = {});
-    /// Closes what this screen presents; a screen that presents nothing is closed itself, with the stack it is in.
+    /// Closes what this screen, or a stack it is in, presents, and all that lies above. Where nothing is presented, the
+    /// screen is closed itself, with the stack it is in; one that nobody presents stays.
     void dismiss(bool animated, std::function<void()> completion = {});
 
 protected:
@@ -84,12 +90,26 @@ protected:
     /// The screen that appears and disappears with this one, null for none.
     [[nodiscard]] virtual UIViewController* childForAppearance() const { return nullptr; }
 
+    /// Gets ready what must be there before the screen appears: its view.
+    virtual void prepareForAppearance() { loadViewIfNeeded(); }
+
 private:
+    friend class ScreenTransition;
     friend class UINavigationController;
     friend class UIWindow;
 
+    enum class Appearance { Gone, Appearing, Shown, Leaving };
+
+    [[nodiscard]] UIViewController& outermost();
+    /// The window that shows the screen, or shows what is presented over it.
+    [[nodiscard]] UIWindow* showingWindow();
+    /// Whether it has a place in a stack, a window or above another screen.
+    [[nodiscard]] bool isPlaced() const;
+    void dismissPresented(bool animated);
     void beginAppearance(bool appears, bool animated);
     void endAppearance(bool appears, bool animated);
+    /// The handlers that run may have changed it, so it is asked each time.
+    [[nodiscard]] std::shared_ptr<UIViewController> sharedChild() const;
 
     std::shared_ptr<UIView> m_view;
     std::optional<std::string> m_title;
@@ -101,7 +121,9 @@ private:
     std::shared_ptr<UIViewController> m_presented;
     /// The window whose root this is.
     WeakLink<UIWindow> m_window;
-    bool m_isOnScreen = false;
+    Appearance m_appearance = Appearance::Gone;
+    bool m_isDismissing = false;
+    bool m_hasRefused = false;
 };
 
 } // namespace kova

@@ -31,6 +31,11 @@ protected:
     [[nodiscard]] UIWindow* asWindow() override { return this; }
 
 private:
+    friend class ScreenTransition;
+
+    /// Has these screens' views in the window, the first beneath, beneath whatever else there is.
+    void stack(const std::vector<std::shared_ptr<UIViewController>>& screens);
+
     std::shared_ptr<UIViewController> m_rootViewController;
     UIWindowObserver* m_observer = nullptr;
 };
