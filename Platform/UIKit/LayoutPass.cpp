@@ -31,8 +31,8 @@ void LayoutPass::runOnce(UIView& root)
             continue;
         }
         visit.isBeneathDone = true;
-        if (view.layoutRoot() == &view && std::exchange(view.m_needsSolving, false))
-            solve(view);
+        if (view.isLayoutRoot() && std::exchange(view.m_needsSolving, false))
+            m_set.solve(view);
         if (std::exchange(view.m_needsLayout, false))
             view.layoutSubviews();
         for (const auto& child : view.m_subviews) {
@@ -45,14 +45,8 @@ void LayoutPass::runOnce(UIView& root)
 // The mark goes only now, since what is asked for beneath a view that bears it goes no further up.
 void LayoutPass::settle(UIView& view)
 {
-    const bool isRoot = view.m_keepsFrame || !view.m_superview;
-    view.m_hasPendingLayout = view.m_needsLayout || (isRoot && view.m_needsSolving)
+    view.m_hasPendingLayout = view.m_needsLayout || (view.isLayoutRoot() && view.m_needsSolving)
         || std::ranges::any_of(view.m_subviews, [](const auto& child) { return child->m_hasPendingLayout; });
-}
-
-void LayoutPass::solve(UIView& root)
-{
-    static_cast<void>(root);
 }
 
 } // namespace kova

@@ -7,6 +7,7 @@
 
 #pragma once
 
+#include "Platform/UIKit/LayoutSet.h"
 #include "Platform/UIKit/UIView.h"
 
 #include <memory>
@@ -30,7 +31,8 @@ private:
 
     void runOnce(UIView& root);
     static void settle(UIView& view);
-    void solve(UIView& root);
+
+    LayoutSet m_set;
 };
 
 } // namespace kova

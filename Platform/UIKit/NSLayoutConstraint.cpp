@@ -23,7 +23,7 @@ NSLayoutConstraint::NSLayoutConstraint(UIView* item, NSLayoutAttribute attribute
 void NSLayoutConstraint::activate(const List& constraints)
 {
     for (const auto& constraint : constraints)
-        activate(constraint);
+        activateOne(constraint);
 }
 
 void NSLayoutConstraint::deactivate(const List& constraints)
@@ -42,7 +42,7 @@ UIView* NSLayoutConstraint::commonView() const
     return common;
 }
 
-void NSLayoutConstraint::activate(const std::shared_ptr<NSLayoutConstraint>& constraint)
+void NSLayoutConstraint::activateOne(const std::shared_ptr<NSLayoutConstraint>& constraint)
 {
     if (constraint->isActive())
         return;

@@ -51,10 +51,10 @@ public:
     void setPriority(double priority) { m_priority = priority; }
 
 private:
-    friend class LayoutPass;
+    friend class LayoutSet;
     friend class UIView;
 
-    static void activate(const std::shared_ptr<NSLayoutConstraint>& constraint);
+    static void activateOne(const std::shared_ptr<NSLayoutConstraint>& constraint);
     void deactivate();
     [[nodiscard]] UIView* commonView() const;
 

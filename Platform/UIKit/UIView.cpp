@@ -33,8 +33,10 @@ UIView::~UIView()
         constraint->deactivate();
     // A tree may be deeper than the stack, so what dies with this view is taken apart here, not view within view.
     auto orphans = std::exchange(m_subviews, {});
-    for (const auto& orphan : orphans)
+    for (const auto& orphan : orphans) {
         orphan->m_superview = nullptr;
+        orphan->setWindow(nullptr);
+    }
     while (!orphans.empty()) {
         const auto orphan = std::move(orphans.back());
         orphans.pop_back();
@@ -50,10 +52,21 @@ UIView::~UIView()
 
 UIWindow* UIView::window() const
 {
-    const UIView* top = this;
-    while (top->m_superview)
-        top = top->m_superview;
-    return const_cast<UIView*>(top)->asWindow();
+    auto* const itself = const_cast<UIView*>(this)->asWindow();
+    return itself ? itself : m_window;
+}
+
+void UIView::setWindow(UIWindow* window)
+{
+    std::vector<UIView*> ahead {this};
+    while (!ahead.empty()) {
+        auto& view = *ahead.back();
+        ahead.pop_back();
+        if (std::exchange(view.m_window, window) == window)
+            continue;
+        for (const auto& child : view.m_subviews)
+            ahead.push_back(child.get());
+    }
 }
 
 void UIView::addSubview(std::shared_ptr<UIView> view)
@@ -63,13 +76,15 @@ void UIView::addSubview(std::shared_ptr<UIView> view)
 
 void UIView::insertSubview(std::shared_ptr<UIView> view, std::size_t at)
 {
-    if (!view || isDescendant(view.get()))
+    // What has nothing beneath it has not this view beneath it.
+    if (!view || view.get() == this || (!view->m_subviews.empty() && isDescendant(view.get())))
         fatalError("a view can be put neither into itself nor beneath itself, and must not be null");
     if (view->m_superview == this)
         std::erase(m_subviews, view);
     else
         view->removeFromSuperview();
     view->m_superview = this;
+    view->setWindow(window());
     const auto before = static_cast<std::ptrdiff_t>(std::min(at, m_subviews.size()));
     m_subviews.insert(m_subviews.begin() + before, std::move(view));
     setNeedsLayout();
@@ -104,6 +119,7 @@ void UIView::detach()
     // The last reference may be the one in the list; it goes when nothing here is touched any more.
     const auto self = std::move(*found);
     siblings.erase(found);
+    setWindow(nullptr);
     setNeedsSolving();
 }
 
@@ -150,8 +166,9 @@ void UIView::place(CGRect frame)
     m_layer->m_frame = frame;
     if (isResized) {
         m_needsLayout = true;
-        m_needsSolving = true;
         markPending();
+        if (isLayoutRoot())
+            m_needsSolving = true;
     }
     didChange(UIChange::Geometry);
 }
@@ -189,7 +206,7 @@ void UIView::addConstraint(std::shared_ptr<NSLayoutConstraint> constraint)
 {
     if (const auto* const common = constraint->commonView(); !common || !common->isDescendant(this))
         fatalError("a view can hold only constraints between itself and views beneath it");
-    NSLayoutConstraint::activate(constraint);
+    NSLayoutConstraint::activateOne(constraint);
 }
 
 void UIView::addConstraints(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints)
@@ -219,14 +236,6 @@ void UIView::sizeToFit()
     setFrame({m_frame.origin, sizeThatFits({heightFollowsWidth() && width > 0 ? width : unlimited, unlimited})});
 }
 
-UIView* UIView::layoutRoot()
-{
-    auto* root = this;
-    while (!root->m_keepsFrame && root->m_superview)
-        root = root->m_superview;
-    return root;
-}
-
 void UIView::setNeedsLayout()
 {
     m_needsLayout = true;
@@ -236,9 +245,10 @@ void UIView::setNeedsLayout()
 
 void UIView::setNeedsSolving()
 {
-    auto* const root = layoutRoot();
-    root->m_needsSolving = true;
-    root->markPending();
+    auto* view = this;
+    while (!std::exchange(view->m_needsSolving, true) && !view->isLayoutRoot())
+        view = view->m_superview;
+    view->markPending();
 }
 
 void UIView::markPending()
@@ -253,7 +263,10 @@ void UIView::markPending()
 
 void UIView::layoutIfNeeded()
 {
-    if (auto* const root = layoutRoot(); root->m_hasPendingLayout)
+    auto* root = this;
+    while (!root->isLayoutRoot())
+        root = root->m_superview;
+    if (root->m_hasPendingLayout)
         LayoutPass {}.run(*root);
 }
 

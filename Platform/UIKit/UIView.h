@@ -139,22 +139,25 @@ protected:
 private:
     friend class CALayer;
     friend class LayoutPass;
+    friend class LayoutSet;
     friend class NSLayoutConstraint;
 
     void didChangeAppearance();
     void place(CGRect frame);
     [[nodiscard]] UIWindowObserver* observer() const;
+    void setWindow(UIWindow* window);
     void detach();
-    /// The view whose solved set of constraints decides on this view's frame, or on those of its descendants: the
-    /// nearest one, from this one upwards, that keeps its frame.
-    [[nodiscard]] UIView* layoutRoot();
-    /// Has the constraints solved anew that place this view and those beneath it.
+    /// Whether the frames of those beneath are solved for by themselves: this one's frame is not found by solving.
+    [[nodiscard]] bool isLayoutRoot() const { return m_keepsFrame || !m_superview; }
+    /// Has the set of constraints solved anew that this view is the root of, or lies in.
     void setNeedsSolving();
     /// Marks the way from the top to this view, so that layout finds it.
     void markPending();
 
     std::vector<std::shared_ptr<UIView>> m_subviews;
     UIView* m_superview = nullptr;
+    /// The window that this view lies in; a window does not lie in itself.
+    UIWindow* m_window = nullptr;
     std::vector<std::shared_ptr<NSLayoutConstraint>> m_constraints;
     std::shared_ptr<CALayer> m_layer = makeLayer();
     std::int64_t m_tag = 0;
@@ -166,7 +169,8 @@ private:
     bool m_keepsFrame = true;
     /// layoutSubviews() is to run.
     bool m_needsLayout = true;
-    /// In a view that keeps its frame: the constraints of those beneath are to be solved.
+    /// In the root of a set of constraints: the set is to be solved. In a view within the set: those above, up to the
+    /// root, say so already.
     bool m_needsSolving = true;
     /// This view or one beneath needs layout; then those above say so too.
     bool m_hasPendingLayout = true;

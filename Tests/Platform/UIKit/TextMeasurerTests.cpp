@@ -1,0 +1,85 @@
+#include "Platform/UIKit/TextMeasurer.h"
+#include "Platform/UIKit/UILabel.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+namespace kova {
+namespace {
+
+constexpr auto unlimited = std::numeric_limits<double>::infinity();
+
+// In a font in which a code point is 6 wide and a line 12 high; the sizes expected are in code points and lines.
+TEST(TextMeasurer, FixedPitch)
+{
+    struct Case {
+        std::string text;
+        double width;
+        int numberOfLines;
+        int columns;
+        int lines;
+    };
+    const Case cases[] = {
+        {"", unlimited, 0, 0, 0},
+        {"olá", unlimited, 1, 3, 1},
+        {"🎉é", unlimited, 0, 2, 1},
+        {"ab cd", unlimited, 0, 5, 1},
+        {"ab cd", 24, 1, 4, 1},
+        {"ab cd", 24, 0, 2, 2},
+        {"ab cd", 30, 0, 5, 1},
+        {"ab cd ef", 24, 2, 4, 2},
+        {"ab  cd", 24, 0, 2, 2},
+        {"abcdefgh", 18, 0, 3, 3},
+        {"a bcdefgh", 18, 0, 3, 4},
+        {"a\nbcd", unlimited, 0, 3, 2},
+        {"a\nbcd", unlimited, 1, 1, 1},
+        {"a\n\nb", unlimited, 0, 1, 3},
+        {"   ", unlimited, 0, 0, 1},
+        {"abc", 0, 0, 0, 3},
+        {"abc", -unlimited, 0, 0, 3},
+        {"ab cd ef", 12, 3, 2, 3},
+    };
+    for (const auto& [text, width, numberOfLines, columns, lines] : cases) {
+        const auto size = TextMeasurer::shared()->size(text, UIFont::systemFont(10), width, numberOfLines);
+        EXPECT_NEAR(size.width, columns * 6, 1e-9) << '"' << text << "\" within " << width;
+        EXPECT_NEAR(size.height, lines * 12, 1e-9) << '"' << text << "\" within " << width;
+    }
+}
+
+TEST(TextMeasurer, ADrawingPlatformPutsItsOwnIn)
+{
+    struct Square : TextMeasurer {
+        [[nodiscard]] CGSize size(std::string_view, const UIFont& font, double, int) const override
+        {
+            return {.width = font.pointSize, .height = font.pointSize};
+        }
+    };
+    const auto before = TextMeasurer::setShared(std::make_shared<Square>());
+    UILabel label;
+    label.setText("any text");
+    label.sizeToFit();
+    EXPECT_EQ(label.frame(), CGRect(0, 0, 17, 17));
+    TextMeasurer::setShared(nullptr);
+    label.sizeToFit();
+    EXPECT_EQ(label.frame().size.width, 8 * 17 * 0.6);
+    TextMeasurer::setShared(before);
+}
+
+// A label is made as wide as its one line whatever it was before; several lines keep the width they have.
+TEST(TextMeasurer, LabelSizedToItsText)
+{
+    UILabel label {{3, 4, 10, 10}};
+    label.setFont(UIFont::systemFont(10));
+    label.setText("one two");
+    label.sizeToFit();
+    EXPECT_EQ(label.frame(), CGRect(3, 4, 42, 12));
+    label.setNumberOfLines(0);
+    label.setFrame({0, 0, 20, 0});
+    label.sizeToFit();
+    EXPECT_EQ(label.frame(), CGRect(0, 0, 18, 24));
+}
+
+} // namespace
+} // namespace kova
