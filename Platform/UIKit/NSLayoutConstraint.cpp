@@ -4,6 +4,7 @@
 #include "Platform/UIKit/UIView.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace kova {
@@ -66,14 +67,20 @@ void NSLayoutConstraint::deactivate()
     auto* const holder = m_holder.get();
     if (!holder)
         return;
-    const auto found = std::ranges::find_if(
-        holder->m_constraints, [this](const auto& constraint) { return constraint.get() == this; });
+    // Searched from the end: views come down in the opposite order of their building.
+    auto& held = holder->m_constraints;
+    const auto found = std::ranges::find(held.rbegin(), held.rend(), this, &std::shared_ptr<NSLayoutConstraint>::get);
     const auto self = std::move(*found);
-    holder->m_constraints.erase(found);
+    held.erase(std::prev(found.base()));
     m_holder = nullptr;
     for (auto* const item : {firstItem(), secondItem()}) {
-        if (item && std::erase(item->m_mentions, this) > 0)
+        if (!item)
+            continue;
+        auto& mentions = item->m_mentions;
+        if (const auto own = std::ranges::find(mentions.rbegin(), mentions.rend(), this); own != mentions.rend()) {
+            mentions.erase(std::prev(own.base()));
             item->setNeedsSolving();
+        }
     }
 }
 

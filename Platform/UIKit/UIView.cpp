@@ -29,8 +29,8 @@ UIView::UIView(const CGRect& frame)
 UIView::~UIView()
 {
     m_layer->m_view = nullptr;
-    for (auto constraints = m_constraints; const auto& constraint : constraints)
-        constraint->deactivate();
+    while (!m_constraints.empty())
+        m_constraints.back()->deactivate();
     // A tree may be deeper than the stack, so what dies with this view is taken apart here, not view within view.
     auto orphans = std::exchange(m_subviews, {});
     for (const auto& orphan : orphans) {
