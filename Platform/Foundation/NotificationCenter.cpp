@@ -26,7 +26,10 @@ void NotificationCenter::addObserver(
 {
     auto registration
         = std::make_shared<Registration>(std::move(handler), std::move(name), object, observer.get(), observer);
+    // Where observers come and go and nobody posts, the list must not grow for ever.
+    Registrations gone;
     const std::lock_guard lock {m_mutex};
+    gone = takeOrphans();
     m_registrations.push_back(std::move(registration));
 }
 
@@ -57,16 +60,11 @@ void NotificationCenter::removeObserver(
 
 void NotificationCenter::post(const Notification& notification)
 {
-    std::vector<std::shared_ptr<Registration>> matching;
-    std::vector<std::shared_ptr<Registration>> gone;
+    Registrations matching;
+    Registrations gone;
     {
         const std::lock_guard lock {m_mutex};
-        std::erase_if(m_registrations, [&](const auto& registration) {
-            if (!registration->observer || !registration->owner.expired())
-                return false;
-            gone.push_back(registration);
-            return true;
-        });
+        gone = takeOrphans();
         for (const auto& registration : m_registrations) {
             if ((!registration->name || registration->name == notification.name)
                 && (!registration->object || registration->object == notification.object))
@@ -78,6 +76,19 @@ void NotificationCenter::post(const Notification& notification)
         if (!registration->isRemoved && (owner || !registration->observer))
             registration->handler(notification);
     }
+}
+
+/// Removes the registrations whose owners have gone. The lock is held; they are to be destroyed without it.
+NotificationCenter::Registrations NotificationCenter::takeOrphans()
+{
+    Registrations gone;
+    std::erase_if(m_registrations, [&](const auto& registration) {
+        if (!registration->observer || !registration->owner.expired())
+            return false;
+        gone.push_back(registration);
+        return true;
+    });
+    return gone;
 }
 
 void NotificationCenter::removeAllObservers()

@@ -52,8 +52,12 @@ public:
 private:
     struct Registration;
 
+    using Registrations = std::vector<std::shared_ptr<Registration>>;
+
+    [[nodiscard]] Registrations takeOrphans();
+
     std::mutex m_mutex;
-    std::vector<std::shared_ptr<Registration>> m_registrations;
+    Registrations m_registrations;
 };
 
 } // namespace kova

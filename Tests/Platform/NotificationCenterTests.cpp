@@ -61,6 +61,17 @@ TEST_F(NotificationCenterTest, ForgetsObserversThatAreGoneOrRemoved)
     EXPECT_EQ(heard.size(), 2U);
 }
 
+TEST_F(NotificationCenterTest, LetsGoOfWhatAnObserverThatIsGoneLeftBehind)
+{
+    auto observer = std::make_shared<int>();
+    const auto captured = std::make_shared<int>();
+    center.addObserver(observer, [captured](const Notification&) { }, "a");
+    observer.reset();
+    EXPECT_EQ(captured.use_count(), 2);
+    center.addObserver(captured, hears("other"), "b");
+    EXPECT_EQ(captured.use_count(), 1) << "a registration has the handlers of dead observers destroyed, as a post has";
+}
+
 TEST_F(NotificationCenterTest, ObserversMayChangeRegistrationsWhileTheyRun)
 {
     const auto first = std::make_shared<int>();
