@@ -34,11 +34,11 @@ UIViewController* ScreenTransition::innermost(UIViewController* screen)
     return screen;
 }
 
-void ScreenTransition::announce(UITransition::Kind kind, UIViewController* from, UIViewController* to)
+void ScreenTransition::announce(UITransition::Kind kind, UIViewController* from, UIViewController& to)
 {
     m_kind = kind;
-    m_from = from->weak_from_this().lock();
-    m_to = to->weak_from_this().lock();
+    m_from = from->shared_from_this();
+    m_to = to.shared_from_this();
 }
 
 void ScreenTransition::run(const Screens& leaving, const Screens& entering, const std::function<void()>& change)
@@ -50,8 +50,10 @@ void ScreenTransition::run(const Screens& leaving, const Screens& entering, cons
     change();
     if (auto* window = m_window.get()) {
         window->layoutIfNeeded();
-        if (m_kind && m_from && m_to && window->observer())
-            window->observer()->didMove({.kind = *m_kind, .from = *m_from, .to = *m_to, .animated = m_animated});
+        auto* to = innermost(m_to.get());
+        // A handler may have gone on to somewhere else.
+        if (m_kind && to->isOnScreen() && window->observer())
+            window->observer()->didMove({.kind = *m_kind, .from = *m_from, .to = *to, .animated = m_animated});
     }
     end(leaving, false);
     end(entering, true);
@@ -85,7 +87,8 @@ void ScreenTransition::begin(const Screens& screens, bool appear)
     for (const auto& screen : screens) {
         // A handler of another screen may have sent this one away again.
         const auto* parent = screen->parent();
-        const bool isWanted = parent ? parent->childForAppearance() == screen.get() : screen->isPlaced();
+        const bool isWanted
+            = parent ? parent->isOnScreen() && parent->childForAppearance() == screen.get() : screen->isPlaced();
         if (!appear || isWanted)
             screen->beginAppearance(appear, m_animated);
     }

@@ -29,8 +29,9 @@ public:
     /// A change of what is seen in a window.
     ScreenTransition(UIWindow* window, bool animated);
 
-    /// For the window's observer, which is told nothing without it.
-    void announce(UITransition::Kind kind, UIViewController* from, UIViewController* to);
+    /// For the window's observer, which is told nothing without it: the screen that was seen before, and the one in
+    /// which the next is seen.
+    void announce(UITransition::Kind kind, UIViewController* from, UIViewController& to);
     void run(const Screens& leaving, const Screens& entering, const std::function<void()>& change);
     /// Between what a window shows and what it is to show.
     void runInWindow(const Screens& before, const Screens& after, const std::function<void()>& change);

@@ -80,8 +80,7 @@ void UINavigationController::pushViewController(std::shared_ptr<UIViewController
     if (!isOnScreen())
         return showTopAgain();
     ScreenTransition transition {showingWindow(), animated};
-    transition.announce(
-        UITransition::Kind::Push, ScreenTransition::innermost(before.get()), ScreenTransition::innermost(this));
+    transition.announce(UITransition::Kind::Push, ScreenTransition::innermost(before.get()), *this);
     transition.run({before}, {viewController}, [this] { showTopAgain(); });
 }
 
@@ -112,8 +111,7 @@ void UINavigationController::pop(std::size_t remaining, bool animated)
     if (!isOnScreen())
         return change();
     ScreenTransition transition {showingWindow(), animated};
-    transition.announce(
-        UITransition::Kind::Pop, ScreenTransition::innermost(removed.back().get()), ScreenTransition::innermost(this));
+    transition.announce(UITransition::Kind::Pop, ScreenTransition::innermost(removed.back().get()), *this);
     transition.run({removed.back()}, {m_stack.back()}, change);
 }
 

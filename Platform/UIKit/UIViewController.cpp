@@ -124,8 +124,7 @@ void UIViewController::present(
     presenter.m_presented = viewController;
     if (window) {
         ScreenTransition transition {window, animated};
-        transition.announce(UITransition::Kind::Present, ScreenTransition::innermost(&presenter),
-            ScreenTransition::innermost(viewController.get()));
+        transition.announce(UITransition::Kind::Present, ScreenTransition::innermost(&presenter), *viewController);
         transition.runInWindow(before, ScreenTransition::shown(*window), [] { });
     }
     if (completion)
@@ -166,7 +165,7 @@ void UIViewController::dismissPresented(bool animated)
         return unlink();
     m_isDismissing = true;
     ScreenTransition transition {window, animated};
-    transition.announce(UITransition::Kind::Dismiss, window->topViewController(), ScreenTransition::innermost(this));
+    transition.announce(UITransition::Kind::Dismiss, window->topViewController(), *this);
     transition.runInWindow(ScreenTransition::shown(*window), ScreenTransition::shown(*window, this), [&] {
         unlink();
         m_isDismissing = false;
