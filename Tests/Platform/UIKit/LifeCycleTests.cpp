@@ -1,0 +1,357 @@
+#include "Platform/UIKit/SFSafariViewController.h"
+#include "Platform/UIKit/UIAlertController.h"
+#include "Tests/Platform/UIKit/LoggedScreen.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace kova::tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+
+using Style = UIModalPresentationStyle;
+
+struct LifeCycleTest : testing::Test {
+    LifeLog log;
+    MoveLog moves {log};
+    std::shared_ptr<LoggedScreen> host = screen("host");
+    std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>(CGRect {0, 0, 390, 844});
+
+    LifeCycleTest()
+    {
+        window->setObserver(&moves);
+        window->setRootViewController(host);
+        log.lines.clear();
+    }
+    ~LifeCycleTest() override { window->setObserver(nullptr); }
+
+    std::shared_ptr<LoggedScreen> screen(const std::string& name, Style style = Style::automatic)
+    {
+        auto made = std::make_shared<LoggedScreen>(log, name);
+        made->setModalPresentationStyle(style);
+        return made;
+    }
+    std::shared_ptr<LoggedStack> stack(const std::string& name, std::shared_ptr<UIViewController> root)
+    {
+        return std::make_shared<LoggedStack>(log, name, std::move(root));
+    }
+    /// A stack "nav" over the host, with these screens; the log is empty afterwards.
+    std::shared_ptr<LoggedStack> presentStack(const std::vector<std::string>& names)
+    {
+        auto nav = stack("nav", screen(names.front()));
+        host->present(nav, false);
+        for (std::size_t index = 1; index < names.size(); ++index)
+            nav->pushViewController(screen(names[index]), false);
+        log.lines.clear();
+        return nav;
+    }
+    std::vector<UIView*> windowViews() const
+    {
+        std::vector<UIView*> views;
+        for (const auto& view : window->subviews())
+            views.push_back(view.get());
+        return views;
+    }
+};
+
+TEST_F(LifeCycleTest, AScreenIsLoadedOnceAndOnFirstNeed)
+{
+    const auto made = screen("a");
+    EXPECT_FALSE(made->isViewLoaded());
+    const auto nav = stack("nav", made);
+    EXPECT_THAT(log.take(), IsEmpty()) << "a stack does not load its root";
+    host->present(nav, true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("nav loadView", "nav didLoad", "a loadView", "a didLoad", "nav willAppear", "a willAppear",
+            "Present host > a", "nav didAppear", "a didAppear"));
+    host->dismiss(true);
+    log.lines.clear();
+    host->present(nav, true);
+    EXPECT_THAT(
+        log.take(), ElementsAre("nav willAppear", "a willAppear", "Present host > a", "nav didAppear", "a didAppear"));
+}
+
+struct PresentCase {
+    const char* name;
+    Style style;
+    bool coversPresenter;
+};
+
+class PresentTest : public LifeCycleTest, public testing::WithParamInterface<PresentCase> { };
+
+TEST_P(PresentTest, TheOneBeneathLeavesOnlyWhenItIsCovered)
+{
+    const bool covers = GetParam().coversPresenter;
+    const auto over = screen("over", GetParam().style);
+    over->loadViewIfNeeded();
+    log.lines.clear();
+    std::vector<std::string> expected;
+    const auto expect
+        = [&](const std::vector<std::string>& lines) { expected.insert(expected.end(), lines.begin(), lines.end()); };
+
+    host->present(over, true, [this] { log.write("completion"); });
+    expect(covers ? std::vector<std::string> {"host willDisappear"} : std::vector<std::string> {});
+    expect({"over willAppear", "Present host > over"});
+    expect(covers ? std::vector<std::string> {"host didDisappear"} : std::vector<std::string> {});
+    expect({"over didAppear", "completion"});
+    EXPECT_THAT(log.take(), ElementsAreArray(expected));
+    EXPECT_EQ(over->presentingViewController(), host.get());
+    EXPECT_EQ(host->isOnScreen(), !covers);
+    EXPECT_EQ(window->topViewController(), over.get());
+    EXPECT_THAT(windowViews(),
+        covers ? std::vector {over->view().get()} : std::vector({host->view().get(), over->view().get()}));
+
+    expected.clear();
+    over->dismiss(true, [this] { log.write("completion"); });
+    expect({"over willDisappear"});
+    expect(covers ? std::vector<std::string> {"host willAppear"} : std::vector<std::string> {});
+    expect({"Dismiss over > host", "over didDisappear"});
+    expect(covers ? std::vector<std::string> {"host didAppear"} : std::vector<std::string> {});
+    expect({"completion"});
+    EXPECT_THAT(log.take(), ElementsAreArray(expected));
+    EXPECT_EQ(over->presentingViewController(), nullptr);
+    EXPECT_EQ(host->presentedViewController(), nullptr);
+    EXPECT_THAT(windowViews(), ElementsAre(host->view().get()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Styles, PresentTest,
+    testing::Values(PresentCase {"Automatic", Style::automatic, false},
+        PresentCase {"PageSheet", Style::pageSheet, false}, PresentCase {"FullScreen", Style::fullScreen, true},
+        PresentCase {"OverFullScreen", Style::overFullScreen, false},
+        PresentCase {"OverCurrentContext", Style::overCurrentContext, false}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(LifeCycleTest, AFullScreenCoversAllThatWasSeen)
+{
+    const auto sheet = screen("sheet");
+    host->present(sheet, false);
+    sheet->present(screen("full", Style::fullScreen), false);
+    log.lines.clear();
+    window->topViewController()->present(screen("over", Style::overCurrentContext), false);
+    EXPECT_THAT(log.take(),
+        ElementsAre("over loadView", "over didLoad", "over willAppear", "Present full > over", "over didAppear"));
+    sheet->dismiss(true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("over willDisappear", "full willDisappear", "sheet willAppear", "host willAppear",
+            "Dismiss over > sheet", "over didDisappear", "full didDisappear", "sheet didAppear", "host didAppear",
+            "full gone", "over gone"));
+    EXPECT_THAT(windowViews(), ElementsAre(host->view().get(), sheet->view().get()));
+}
+
+TEST_F(LifeCycleTest, PushAndPopExchangeTheTopmost)
+{
+    const auto nav = presentStack({"list"});
+    nav->pushViewController(screen("detail"), true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("detail loadView", "detail didLoad", "list willDisappear", "detail willAppear",
+            "Push list > detail", "list didDisappear", "detail didAppear"));
+    nav->pushViewController(screen("more"), true);
+    log.lines.clear();
+    nav->popViewController(true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("more willDisappear", "detail willAppear", "Pop more > detail", "more didDisappear",
+            "detail didAppear", "more gone"));
+    nav->popViewController(true);
+    log.lines.clear();
+    nav->popViewController(true);
+    nav->popToRootViewController(true);
+    EXPECT_THAT(log.take(), IsEmpty()) << "at the root nothing is left to pop";
+}
+
+TEST_F(LifeCycleTest, PopToRootReleasesAllAbove)
+{
+    const auto nav = presentStack({"list", "detail", "more", "most"});
+    nav->popToRootViewController(true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("most willDisappear", "list willAppear", "Pop most > list", "most didDisappear", "list didAppear",
+            "detail gone", "more gone", "most gone"));
+    EXPECT_EQ(nav->viewControllers().size(), 1U);
+}
+
+TEST_F(LifeCycleTest, AStackThatIsNotSeenChangesSilently)
+{
+    const auto nav = stack("nav", screen("list"));
+    nav->pushViewController(screen("detail"), true);
+    EXPECT_THAT(log.take(), IsEmpty());
+    nav->popViewController(true);
+    EXPECT_THAT(log.take(), ElementsAre("detail gone"));
+    nav->pushViewController(screen("other"), true);
+    host->present(nav, true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("nav loadView", "nav didLoad", "other loadView", "other didLoad", "nav willAppear",
+            "other willAppear", "Present host > other", "nav didAppear", "other didAppear"));
+}
+
+TEST_F(LifeCycleTest, AScreenInAStackPresentsFromTheStack)
+{
+    const auto nav = presentStack({"list", "detail"});
+    auto& detail = nav->topViewController();
+    const auto browser = screen("browser", Style::overCurrentContext);
+    detail.present(browser, true);
+    EXPECT_EQ(browser->presentingViewController(), nav.get());
+    EXPECT_EQ(window->topViewController(), browser.get());
+    EXPECT_TRUE(detail.isOnScreen());
+    log.lines.clear();
+    detail.dismiss(true);
+    EXPECT_THAT(log.take(), ElementsAre("browser willDisappear", "Dismiss browser > detail", "browser didDisappear"))
+        << "the first dismissal closes what the stack presents";
+    detail.dismiss(true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("nav willDisappear", "detail willDisappear", "Dismiss detail > host", "nav didDisappear",
+            "detail didDisappear"))
+        << "the second closes the stack";
+    EXPECT_EQ(host->presentedViewController(), nullptr);
+}
+
+TEST_F(LifeCycleTest, ADismissalClosesAllThatLiesAbove)
+{
+    std::vector<std::weak_ptr<UIViewController>> above;
+    UIViewController* presenter = host.get();
+    for (const auto* name : {"a", "b", "c"}) {
+        const auto next = screen(name);
+        above.push_back(next);
+        presenter->present(next, false);
+        presenter = next.get();
+    }
+    log.lines.clear();
+    host->dismiss(true);
+    EXPECT_THAT(log.take(),
+        ElementsAre("c willDisappear", "b willDisappear", "a willDisappear", "Dismiss c > host", "c didDisappear",
+            "b didDisappear", "a didDisappear", "a gone", "b gone", "c gone"));
+    for (const auto& screen : above)
+        EXPECT_TRUE(screen.expired());
+    host->dismiss(true, [] { ADD_FAILURE() << "nothing was closed"; });
+    EXPECT_THAT(log.take(), IsEmpty());
+}
+
+TEST_F(LifeCycleTest, WhatIsClosedGoesAway)
+{
+    std::weak_ptr<UINavigationController> nav = presentStack({"list", "detail"});
+    const std::weak_ptr<UIView> view = nav.lock()->view();
+    const std::weak_ptr<UIView> detailView = nav.lock()->topViewController().view();
+    window->layoutIfNeeded();
+    nav.lock()->topViewController().dismiss(true);
+    EXPECT_TRUE(nav.expired());
+    EXPECT_TRUE(view.expired());
+    EXPECT_TRUE(detailView.expired());
+    log.lines.clear();
+
+    presentStack({"list", "detail"});
+    log.lines.clear();
+    window->setRootViewController(nullptr);
+    EXPECT_THAT(log.take(),
+        ElementsAre("nav willDisappear", "detail willDisappear", "Dismiss detail > host", "nav didDisappear",
+            "detail didDisappear", "nav gone", "list gone", "detail gone", "host willDisappear", "host didDisappear"));
+    EXPECT_THAT(windowViews(), IsEmpty());
+}
+
+TEST_F(LifeCycleTest, AWindowThatGoesTakesItsScreensOff)
+{
+    presentStack({"list"});
+    log.lines.clear();
+    window->setObserver(nullptr);
+    window.reset();
+    EXPECT_THAT(log.take(),
+        ElementsAre("nav willDisappear", "list willDisappear", "nav didDisappear", "list didDisappear", "nav gone",
+            "list gone", "host willDisappear", "host didDisappear"));
+    window = std::make_shared<UIWindow>(CGRect {});
+}
+
+TEST_F(LifeCycleTest, APresenterWithoutAWindowKeepsTheScreenForLater)
+{
+    const auto other = screen("other");
+    other->present(screen("over"), true);
+    EXPECT_THAT(log.take(), IsEmpty());
+    ASSERT_NE(other->presentedViewController(), nullptr);
+    window->setRootViewController(other);
+    EXPECT_THAT(log.take(),
+        ElementsAre("over loadView", "over didLoad", "other loadView", "other didLoad", "host willDisappear",
+            "over willAppear", "other willAppear", "host didDisappear", "over didAppear", "other didAppear"));
+}
+
+TEST_F(LifeCycleTest, PresentingTwiceIsRefusedAndSaidOnce)
+{
+    const auto first = screen("first");
+    host->present(first, true);
+    log.lines.clear();
+    testing::internal::CaptureStderr();
+    host->present(screen("second"), true, [] { ADD_FAILURE() << "nothing was presented"; });
+    host->present(first, true);
+    EXPECT_THAT(log.take(), ElementsAre("second gone"));
+    EXPECT_EQ(std::ranges::count(testing::internal::GetCapturedStderr(), '\n'), 1);
+    EXPECT_EQ(host->presentedViewController(), first);
+}
+
+TEST_F(LifeCycleTest, AnAlertIsAnsweredOnce)
+{
+    const auto nav = presentStack({"list", "detail"});
+    auto alert = std::make_shared<UIAlertController>("Aviso", "Apagar?", UIAlertControllerStyle::alert);
+    alert->addAction({.title = "Apagar", .handler = [&] {
+                          log.write("deleted");
+                          nav->popToRootViewController(true);
+                      }});
+    alert->addAction({.title = "Cancelar", .style = UIAlertActionStyle::cancel});
+    nav->topViewController().present(alert, true);
+    EXPECT_THAT(log.take(), ElementsAre("Present detail > Aviso"));
+    alert->userChooses(7);
+    EXPECT_NE(alert->presentingViewController(), nullptr);
+    alert->userChooses(0);
+    EXPECT_THAT(log.take(),
+        ElementsAre("Dismiss Aviso > detail", "deleted", "detail willDisappear", "list willAppear", "Pop detail > list",
+            "detail didDisappear", "list didAppear", "detail gone"));
+    alert->userChooses(0);
+    EXPECT_THAT(log.take(), IsEmpty()) << "a second press on a closing alert does nothing";
+    nav->topViewController().present(alert, true);
+    alert->userChooses(1);
+    EXPECT_THAT(log.take(), ElementsAre("Present list > Aviso", "Dismiss Aviso > list"));
+    const std::weak_ptr<UIAlertController> released = std::exchange(alert, nullptr);
+    EXPECT_TRUE(released.expired());
+}
+
+struct ReentryCase {
+    const char* name;
+    /// The line after which the handler runs.
+    const char* line;
+    void (*handle)(LifeCycleTest& test, UINavigationController& nav);
+    std::vector<std::string> expected;
+};
+
+class ReentryTest : public LifeCycleTest, public testing::WithParamInterface<ReentryCase> { };
+
+TEST_P(ReentryTest, CallsStillComeInPairs)
+{
+    const auto nav = presentStack({"list", "detail"});
+    log.handlers[GetParam().line] = [&] { GetParam().handle(*this, *nav); };
+    nav->popViewController(true);
+    EXPECT_THAT(log.take(), ElementsAreArray(GetParam().expected));
+    window->layoutIfNeeded();
+}
+
+INSTANTIATE_TEST_SUITE_P(Handlers, ReentryTest,
+    testing::Values(ReentryCase {"PopsAgain", "detail willDisappear",
+                        [](LifeCycleTest&, UINavigationController& nav) { nav.popViewController(true); },
+                        {"detail willDisappear", "list willAppear", "Pop detail > list", "detail didDisappear",
+                            "list didAppear", "detail gone"}},
+        ReentryCase {"PushesFromWillAppear", "list willAppear",
+            [](LifeCycleTest& test, UINavigationController& nav) {
+                nav.pushViewController(test.screen("other"), true);
+            },
+            {"detail willDisappear", "list willAppear", "other loadView", "other didLoad", "list willDisappear",
+                "other willAppear", "Push list > other", "list didDisappear", "other didAppear", "Pop detail > other",
+                "detail didDisappear", "detail gone"}},
+        ReentryCase {"ClosesTheStackFromDidAppear", "list didAppear",
+            [](LifeCycleTest&, UINavigationController& nav) { nav.dismiss(true); },
+            {"detail willDisappear", "list willAppear", "Pop detail > list", "detail didDisappear", "list didAppear",
+                "nav willDisappear", "list willDisappear", "Dismiss list > host", "nav didDisappear",
+                "list didDisappear", "detail gone"}},
+        ReentryCase {"ClosesTheStackFromWillDisappear", "detail willDisappear",
+            [](LifeCycleTest&, UINavigationController& nav) { nav.dismiss(true); },
+            {"detail willDisappear", "nav willDisappear", "Dismiss list > host", "nav didDisappear",
+                "detail didDisappear", "detail gone"}}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+} // namespace
+} // namespace kova::tests
