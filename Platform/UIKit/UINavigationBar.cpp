@@ -138,9 +138,9 @@ void UINavigationBar::put(Side& side, std::shared_ptr<UIView> view)
 
 void UINavigationBar::clear(Side& side)
 {
-    // Another bar may show the item by now.
+    // Another bar may show the item by now. In a bar that goes, the views may have been taken apart already.
     const auto item = std::exchange(side.item, nullptr);
-    if (item && side.view->superview() == this)
+    if (item && (!side.view->superview() || side.view->superview() == this))
         item->setView(nullptr);
     put(side, nullptr);
 }

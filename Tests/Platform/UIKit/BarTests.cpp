@@ -1,0 +1,313 @@
+#include "Platform/UIKit/SFSafariViewController.h"
+#include "Platform/UIKit/UIAlertController.h"
+#include "Platform/UIKit/UIButton.h"
+#include "Platform/UIKit/UINavigationController.h"
+#include "Platform/UIKit/UITableView.h"
+#include "Platform/UIKit/UIWindow.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace kova::tests {
+namespace {
+
+using testing::ElementsAre;
+
+/// In the fixed pitch of the model: a code point of the bar's 17 points is this wide.
+constexpr double pitch = 17 * 0.6;
+
+struct BarTest : testing::Test {
+    std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>(CGRect {0, 0, 320, 640});
+    std::shared_ptr<UIViewController> root = std::make_shared<UIViewController>();
+    std::shared_ptr<UINavigationController> stack = std::make_shared<UINavigationController>(root);
+    UINavigationBar& bar = stack->navigationBar();
+
+    void show(double width = 320)
+    {
+        window->setFrame({0, 0, width, 640});
+        window->setRootViewController(stack);
+        window->layoutIfNeeded();
+    }
+    static std::shared_ptr<UIBarButtonItem> item(const std::string& title, std::function<void()> action = [] { })
+    {
+        static UIView target;
+        return std::make_shared<UIBarButtonItem>(title, &target, std::move(action));
+    }
+    static void press(UIView* button)
+    {
+        ASSERT_NE(dynamic_cast<UIButton*>(button), nullptr);
+        dynamic_cast<UIButton*>(button)->sendActions(UIControlEvents::touchUpInside);
+    }
+    static std::string titleOf(UIView* button)
+    {
+        return button ? dynamic_cast<UIButton&>(*button).title().value_or("") : "none";
+    }
+    CGRect titleFrame() const { return bar.subviews().front()->frame(); }
+};
+
+struct TitleCase {
+    const char* name;
+    const char* title;
+    const char* left;
+    const char* right;
+    double width;
+    double x;
+    double titleWidth;
+};
+
+class BarTitleTest : public BarTest, public testing::WithParamInterface<TitleCase> { };
+
+TEST_P(BarTitleTest, StandsInTheMiddleOfWhatTheButtonsLeave)
+{
+    const auto& row = GetParam();
+    root->setTitle(row.title);
+    if (row.left)
+        root->navigationItem().setLeftBarButtonItem(item(row.left));
+    if (row.right)
+        root->navigationItem().setRightBarButtonItem(item(row.right));
+    show(row.width);
+    EXPECT_EQ(bar.frame(), CGRect(0, 0, row.width, 44));
+    EXPECT_EQ(bar.shownTitle(), row.title);
+    EXPECT_NEAR(titleFrame().origin.x, row.x, 1e-9);
+    EXPECT_NEAR(titleFrame().size.width, row.titleWidth, 1e-9);
+    EXPECT_NEAR(titleFrame().origin.y + titleFrame().size.height / 2, 22, 1e-9);
+}
+
+INSTANTIATE_TEST_SUITE_P(Titles, BarTitleTest,
+    testing::Values(TitleCase {"Alone", "Title", nullptr, nullptr, 320, 160 - 2.5 * pitch, 5 * pitch},
+        TitleCase {"BetweenButtons", "Title", "OK", "Close", 320, 160 - 2.5 * pitch, 5 * pitch},
+        TitleCase {
+            "PushedAside", "0123456789012345", nullptr, "Apagar", 320, 312 - (6 * pitch + 16) - 16 * pitch, 16 * pitch},
+        TitleCase {"Cut", "01234567890123456789012345678901234567890", "OK", "OK", 320, 52, 320 - 2 * 52},
+        TitleCase {"NoRoomAtAll", "Title", "OK", "OK", 60, 52, 0}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(BarTest, ShowsTheItemOfTheTopmostScreen)
+{
+    int presses = 0;
+    const auto done = std::make_shared<UIBarButtonItem>(UIBarButtonSystemItem::done, root.get(), [&] { ++presses; });
+    root->navigationItem().setLeftBarButtonItem(done);
+    EXPECT_EQ(done->value("view"), nullptr) << "no bar shows it yet";
+    show();
+    const auto view = done->value("view");
+    EXPECT_EQ(view.get(), bar.leftView());
+    EXPECT_EQ(done->value("title"), nullptr);
+    EXPECT_EQ(titleOf(bar.leftView()), "OK");
+    EXPECT_EQ(bar.leftView()->frame(), CGRect(0, 0, 44, 44));
+    press(bar.leftView());
+    EXPECT_EQ(presses, 1);
+
+    auto detail = std::make_shared<UIViewController>();
+    const auto trash = std::make_shared<UIBarButtonItem>(UIBarButtonSystemItem::trash, detail.get(), [] { });
+    detail->navigationItem().setRightBarButtonItem(trash);
+    stack->pushViewController(detail, true);
+    window->layoutIfNeeded();
+    EXPECT_EQ(done->value("view"), nullptr);
+    EXPECT_EQ(titleOf(bar.leftView()), "Voltar");
+    EXPECT_EQ(titleOf(bar.rightView()), "Apagar");
+    EXPECT_EQ(bar.rightView()->frame().maxX(), 320);
+    EXPECT_EQ(bar.rightView()->frame().size.width, 6 * pitch + 16);
+    detail->setTitle("Later");
+    detail->navigationItem().setLeftBarButtonItem(item("Own"));
+    EXPECT_EQ(bar.shownTitle(), "Later") << "changes of the item on show are followed";
+    EXPECT_EQ(titleOf(bar.leftView()), "Own");
+    detail->navigationItem().setLeftBarButtonItem(nullptr);
+    detail.reset();
+
+    press(bar.leftView());
+    EXPECT_EQ(stack->viewControllers().size(), 1U);
+    EXPECT_EQ(trash->value("view"), nullptr);
+    EXPECT_EQ(done->value("view"), view) << "with what others have put on it";
+    EXPECT_EQ(bar.rightView(), nullptr);
+    bar.setTintColor(UIColor::redColor());
+    EXPECT_EQ(dynamic_cast<UIButton&>(*bar.leftView()).titleColor(), UIColor::redColor());
+
+    stack = nullptr;
+    window->setRootViewController(nullptr);
+    EXPECT_EQ(done->value("view"), nullptr) << "the bar has gone";
+    root->navigationItem().setTitle("nobody listens");
+}
+
+TEST_F(BarTest, AButtonMayCloseTheStackItIsIn)
+{
+    struct Closing : UIViewController {
+        std::string touchedAfterwards;
+        void close()
+        {
+            dismiss(true);
+            touchedAfterwards = "a text that is too long to be stored within the object itself";
+        }
+    };
+    window->setRootViewController(root = std::make_shared<UIViewController>());
+    auto closing = std::make_shared<Closing>();
+    closing->navigationItem().setLeftBarButtonItem(std::make_shared<UIBarButtonItem>(
+        UIBarButtonSystemItem::done, closing.get(), [screen = closing.get()] { screen->close(); }));
+    stack = std::make_shared<UINavigationController>(closing);
+    const std::weak_ptr<Closing> released = std::exchange(closing, nullptr);
+    root->present(stack, true);
+    auto* const button = stack->navigationBar().leftView();
+    stack.reset();
+    press(button);
+    EXPECT_TRUE(released.expired());
+}
+
+struct EdgeCase {
+    const char* name;
+    /// Makes the screen's view, with the scroll view in question.
+    std::shared_ptr<UIView> (*make)(const std::shared_ptr<UIScrollView>& scrollView);
+    UIRectEdge edges;
+    CGRect frame;
+    double inset;
+};
+
+class EdgeTest : public BarTest, public testing::WithParamInterface<EdgeCase> { };
+
+std::shared_ptr<UIView> asItself(const std::shared_ptr<UIScrollView>& scrollView)
+{
+    return scrollView;
+}
+
+/// Lies in a view, `gap` points below its top.
+template <int gap> std::shared_ptr<UIView> within(const std::shared_ptr<UIScrollView>& scrollView)
+{
+    struct Around : UIView {
+        void layoutSubviews() override
+        {
+            subviews().front()->setFrame({0, gap, bounds().size.width, bounds().size.height - gap});
+        }
+    };
+    auto view = std::make_shared<Around>();
+    view->addSubview(scrollView);
+    return view;
+}
+
+std::shared_ptr<UIView> amongOthers(const std::shared_ptr<UIScrollView>& scrollView)
+{
+    auto view = within<0>(scrollView);
+    view->addSubview(std::make_shared<UIView>());
+    return view;
+}
+
+TEST_P(EdgeTest, TheTopmostLiesBeneathTheBarOrBelowIt)
+{
+    const auto scrollView = std::make_shared<UIScrollView>();
+    root->setView(GetParam().make(scrollView));
+    root->setEdgesForExtendedLayout(GetParam().edges);
+    show();
+    EXPECT_EQ(root->view()->frame(), GetParam().frame);
+    EXPECT_EQ(scrollView->adjustedContentInset().top, GetParam().inset);
+    EXPECT_EQ(scrollView->contentOffset().y, -GetParam().inset);
+    window->setFrame({0, 0, 640, 320});
+    window->layoutIfNeeded();
+    EXPECT_EQ(root->view()->frame().size.width, 640);
+    EXPECT_EQ(root->view()->frame().maxY(), 320);
+    EXPECT_EQ(scrollView->adjustedContentInset().top, GetParam().inset);
+    EXPECT_EQ(scrollView->clampedOffset({.x = 0, .y = -1000}).y, -GetParam().inset);
+}
+
+INSTANTIATE_TEST_SUITE_P(Edges, EdgeTest,
+    testing::Values(EdgeCase {"ScrollView", asItself, UIRectEdge::all, {0, 0, 320, 640}, 44},
+        EdgeCase {"FillsTheView", within<0>, UIRectEdge::all, {0, 0, 320, 640}, 44},
+        EdgeCase {"LiesLower", within<100>, UIRectEdge::all, {0, 0, 320, 640}, 0},
+        EdgeCase {"AmongOthers", amongOthers, UIRectEdge::all, {0, 0, 320, 640}, 0},
+        EdgeCase {"BelowTheBar", within<0>, UIRectEdge::none, {0, 44, 320, 596}, 0}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(BarTest, ATableBeneathTheBarAsksOnlyForWhatIsSeen)
+{
+    struct Source : Linkable, UITableViewDataSource {
+        int cellsAsked = 0;
+        std::int64_t numberOfRowsInSection(UITableView&, std::int64_t) override { return 100; }
+        std::shared_ptr<UITableViewCell> cellForRowAt(UITableView&, IndexPath) override
+        {
+            ++cellsAsked;
+            return std::make_shared<UITableViewCell>(UITableViewCellStyle::default_, std::nullopt);
+        }
+    };
+    Source source;
+    const auto table = std::make_shared<UITableView>(CGRect {}, UITableViewStyle::plain);
+    table->setDataSource(&source);
+    root->setView(within<0>(table));
+    show();
+    // Rows of 44 points from 44 on, down to 640.
+    EXPECT_EQ(source.cellsAsked, 14);
+    EXPECT_EQ(table->convert(table->rectForRow({.row = 0}), nullptr).origin.y, 44);
+}
+
+struct AlertCase {
+    const char* name;
+    std::vector<std::string> actions;
+    double height;
+    std::vector<CGRect> buttons;
+};
+
+class AlertTest : public BarTest, public testing::WithParamInterface<AlertCase> { };
+
+// The title is one line of 20.4 points, the message two of 15.6, with 4 between them and 16 around.
+constexpr double textHeight = 16 + 20.4 + 4 + 31.2 + 16;
+
+TEST_P(AlertTest, StacksMoreThanTwoButtons)
+{
+    const auto alert = std::make_shared<UIAlertController>(
+        "Aviso", "Deseja apagar esta notificação agora?", UIAlertControllerStyle::alert);
+    std::string chosen;
+    for (const auto& title : GetParam().actions)
+        alert->addAction({.title = title, .handler = [&chosen, title] { chosen = title; }});
+    show();
+    root->present(alert, true);
+    const auto& box = *alert->boxView();
+    EXPECT_EQ(alert->view()->frame(), CGRect(0, 0, 320, 640));
+    EXPECT_EQ(alert->view()->backgroundColor(), UIColor::withWhite(0, 0.4));
+    EXPECT_EQ(box.layer().cornerRadius(), 14);
+    EXPECT_EQ(box.frame().origin.x, 25);
+    EXPECT_EQ(box.frame().size.width, 270);
+    EXPECT_NEAR(box.frame().size.height, GetParam().height, 1e-9);
+    EXPECT_NEAR(box.frame().origin.y, (640 - GetParam().height) / 2, 1e-9);
+    std::vector<UIButton*> buttons;
+    for (const auto& view : box.subviews()) {
+        if (auto* button = dynamic_cast<UIButton*>(view.get()))
+            buttons.push_back(button);
+    }
+    ASSERT_EQ(buttons.size(), GetParam().buttons.size());
+    for (std::size_t index = 0; index < buttons.size(); ++index) {
+        const auto& expected = GetParam().buttons[index];
+        EXPECT_EQ(buttons[index]->frame().origin.x, expected.origin.x);
+        EXPECT_NEAR(buttons[index]->frame().origin.y, textHeight + expected.origin.y, 1e-9);
+        EXPECT_EQ(buttons[index]->frame().size, expected.size);
+    }
+    if (buttons.empty())
+        return;
+    press(buttons.back());
+    EXPECT_EQ(chosen, GetParam().actions.back());
+    EXPECT_EQ(window->topViewController(), root.get());
+}
+
+INSTANTIATE_TEST_SUITE_P(Boxes, AlertTest,
+    testing::Values(AlertCase {"None", {}, textHeight, {}},
+        AlertCase {"One", {"a"}, textHeight + 44, {{0, 0, 270, 44}}},
+        AlertCase {"Two", {"a", "b"}, textHeight + 44, {{0, 0, 135, 44}, {135, 0, 135, 44}}},
+        AlertCase {"Three", {"a", "b", "c"}, textHeight + 132, {{0, 0, 270, 44}, {0, 44, 270, 44}, {0, 88, 270, 44}}}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(BarTest, TheBrowserShowsItsAddressAndIsClosedByItsButton)
+{
+    show();
+    auto browser = std::make_shared<SFSafariViewController>(*URL::create("https://example.com/a"));
+    browser->setModalPresentationStyle(UIModalPresentationStyle::overCurrentContext);
+    root->present(browser, true);
+    EXPECT_EQ(browser->pageView()->frame(), CGRect(0, 44, 320, 596));
+    auto& bottom = *browser->view()->subviews().back();
+    const auto isAddress = [](const std::shared_ptr<UIView>& view) {
+        const auto* label = dynamic_cast<UILabel*>(view.get());
+        return label && label->text() == "https://example.com/a";
+    };
+    EXPECT_EQ(bottom.frame(), CGRect(0, 0, 320, 44));
+    EXPECT_TRUE(std::ranges::any_of(bottom.subviews(), isAddress));
+    auto* const close = browser->closeButton();
+    const std::weak_ptr<SFSafariViewController> released = std::exchange(browser, nullptr);
+    press(close);
+    EXPECT_TRUE(released.expired());
+}
+
+} // namespace
+} // namespace kova::tests
