@@ -8,12 +8,12 @@ namespace kova {
 
 namespace {
 
-[[noreturn]] void fail(int code, sqlite3* database)
+SQLiteFailure failure(int code, sqlite3* database)
 {
     std::string message = database ? sqlite3_errmsg(database) : sqlite3_errstr(code);
     if (const int systemError = database ? sqlite3_system_errno(database) : 0)
         message += " (" + std::generic_category().message(systemError) + ")";
-    throw SQLiteFailure {code & 0xFF, message};
+    return {code & 0xFF, message};
 }
 
 } // namespace
@@ -47,13 +47,13 @@ SQLiteStatement::SQLiteStatement(sqlite3& database, std::string_view sql)
         &database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &statement, nullptr);
     m_statement.reset(statement);
     if (code != SQLITE_OK)
-        fail(code, &database);
+        throw failure(code, &database);
 }
 
 void SQLiteStatement::check(int code) const
 {
     if (code != SQLITE_OK)
-        fail(code, sqlite3_db_handle(m_statement.get()));
+        throw failure(code, sqlite3_db_handle(m_statement.get()));
 }
 
 bool SQLiteStatement::step()
@@ -62,10 +62,9 @@ bool SQLiteStatement::step()
     if (code == SQLITE_ROW)
         return true;
     if (code != SQLITE_DONE) {
-        auto* database = sqlite3_db_handle(m_statement.get());
-        const SQLiteFailure failure {code & 0xFF, sqlite3_errmsg(database)};
+        const auto why = failure(code, sqlite3_db_handle(m_statement.get()));
         reset();
-        throw failure;
+        throw why;
     }
     reset();
     return false;
@@ -122,7 +121,7 @@ SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::chrono::m
     const int code = sqlite3_open_v2(file.empty() ? ":memory:" : file.c_str(), &database, flags, nullptr);
     m_database.reset(database);
     if (code != SQLITE_OK)
-        fail(code, database);
+        throw failure(code, database);
     sqlite3_busy_timeout(database, static_cast<int>(busyTimeout.count()));
 }
 
@@ -130,7 +129,14 @@ void SQLiteDatabase::execute(const char* sql)
 {
     const int code = sqlite3_exec(m_database.get(), sql, nullptr, nullptr, nullptr);
     if (code != SQLITE_OK)
-        fail(code, m_database.get());
+        throw failure(code, m_database.get());
+}
+
+void SQLiteDatabase::runKept(std::optional<SQLiteStatement>& statement, std::string_view sql)
+{
+    if (!statement)
+        statement = prepare(sql);
+    statement->run();
 }
 
 void SQLiteDatabase::rollBack() noexcept
@@ -166,8 +172,10 @@ void SQLiteDatabase::checkpoint()
 SQLiteTransaction::SQLiteTransaction(SQLiteDatabase& database, Kind kind)
     : m_database(&database)
 {
-    // A write transaction takes its lock now, where waiting for another process is possible.
-    database.execute(kind == Kind::Write ? "BEGIN IMMEDIATE" : "BEGIN");
+    if (kind == Kind::Write)
+        database.beginWriting();
+    else
+        database.beginReading();
 }
 
 SQLiteTransaction::~SQLiteTransaction()
@@ -178,7 +186,7 @@ SQLiteTransaction::~SQLiteTransaction()
 
 void SQLiteTransaction::commit()
 {
-    m_database->execute("COMMIT");
+    m_database->commit();
     m_database = nullptr;
 }
 

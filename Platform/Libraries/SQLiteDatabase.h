@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -81,8 +82,14 @@ public:
     SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
 
     void execute(const char* sql);
+
+    /// Begins a transaction; one for writing takes its lock now, where waiting for another process is possible.
+    void beginReading() { runKept(m_beginReading, "BEGIN"); }
+    void beginWriting() { runKept(m_beginWriting, "BEGIN IMMEDIATE"); }
+    void commit() { runKept(m_commit, "COMMIT"); }
     /// Ends the transaction that is open, if SQLite has not rolled it back by itself.
     void rollBack() noexcept;
+
     [[nodiscard]] SQLiteStatement prepare(std::string_view sql);
 
     /// Whether the file can only be read.
@@ -101,7 +108,13 @@ private:
         void operator()(sqlite3* database) const;
     };
 
+    /// Preparing such a statement costs as much as running it, so each is kept.
+    void runKept(std::optional<SQLiteStatement>& statement, std::string_view sql);
+
     std::unique_ptr<sqlite3, Closer> m_database;
+    std::optional<SQLiteStatement> m_beginReading;
+    std::optional<SQLiteStatement> m_beginWriting;
+    std::optional<SQLiteStatement> m_commit;
 };
 
 /// A transaction: rolled back on destruction unless it was committed.

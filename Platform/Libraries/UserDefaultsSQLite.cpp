@@ -202,8 +202,9 @@ void UserDefaultsSQLite::setObject(std::string_view key, std::optional<Value> va
     });
     if (!isWritten || m_isInMemory)
         return;
-    m_needsCheckpoint = true;
-    m_written.notify_all();
+    // Waking the thread costs as much as the write, so only the first of a burst does it.
+    if (!std::exchange(m_needsCheckpoint, true))
+        m_written.notify_all();
     if (!m_checkpointer.joinable())
         m_checkpointer = std::jthread {[this](const std::stop_token& stop) { checkpointInBackground(stop); }};
 }
