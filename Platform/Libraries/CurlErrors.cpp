@@ -30,7 +30,9 @@ URLError urlError(const CurlFailure& failure)
         return URLError::cannotFindHost;
     case CURLE_COULDNT_CONNECT:
     case CURLE_INTERFACE_FAILED:
-        return URLError::cannotConnectToHost;
+        // Once the request has gone out, it was a second connection that was refused, by the guard against sending
+        // twice.
+        return failure.wasSent ? URLError::networkConnectionLost : URLError::cannotConnectToHost;
     case CURLE_OPERATION_TIMEDOUT:
         return URLError::timedOut;
     case CURLE_TOO_MANY_REDIRECTS:
@@ -55,8 +57,7 @@ URLError urlError(const CurlFailure& failure)
     case CURLE_HTTP2:
     case CURLE_HTTP2_STREAM:
     case CURLE_UNRECOVERABLE_POLL:
-    // The two guards against sending twice.
-    case CURLE_SEND_FAIL_REWIND:
+    // The guards against sending twice.
     case CURLE_ABORTED_BY_CALLBACK:
         return URLError::networkConnectionLost;
     case CURLE_SSL_CONNECT_ERROR:

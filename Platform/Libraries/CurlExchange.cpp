@@ -5,7 +5,6 @@
 #include <curl/curl.h>
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <tuple>
 #include <utility>
@@ -111,7 +110,13 @@ void CurlExchange::setCallbacks()
         +[](char* bytes, std::size_t size, std::size_t count, void* self) noexcept -> std::size_t {
             return static_cast<CurlExchange*>(self)->receiveBody({bytes, size * count}) ? size * count : 0;
         });
-    // curl would silently send a request again when a reused connection is lost before the reply.
+    // curl would silently send a request again when a reused connection is lost before the reply. So once a request has
+    // gone out no connection is made for it, and none that is there already is used.
+    curl_easy_setopt(handle, CURLOPT_SOCKOPTDATA, this);
+    curl_easy_setopt(
+        handle, CURLOPT_SOCKOPTFUNCTION, +[](void* self, curl_socket_t, curlsocktype) noexcept {
+            return static_cast<CurlExchange*>(self)->wasSent() ? CURL_SOCKOPT_ERROR : CURL_SOCKOPT_OK;
+        });
     curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
     curl_easy_setopt(
         handle, CURLOPT_PREREQFUNCTION, +[](void* self, char*, char*, int, int) noexcept {
@@ -128,14 +133,8 @@ void CurlExchange::setMethodAndBody()
     if (announcesBody) {
         curl_easy_setopt(handle, CURLOPT_POST, 1L);
         curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bodySize));
-        curl_easy_setopt(handle, CURLOPT_READDATA, this);
-        curl_easy_setopt(
-            handle, CURLOPT_READFUNCTION, +[](char* buffer, std::size_t size, std::size_t count, void* self) noexcept {
-                return static_cast<CurlExchange*>(self)->sendBody(buffer, size * count);
-            });
-        // A second guard against sending twice: what cannot be rewound cannot be repeated.
-        curl_easy_setopt(
-            handle, CURLOPT_SEEKFUNCTION, +[](void*, curl_off_t, int) noexcept -> int { return CURL_SEEKFUNC_FAIL; });
+        // Borrowed, not copied; head and body leave in one system call, which a callback would not let them.
+        curl_easy_setopt(handle, CURLOPT_POSTFIELDS, m_request->httpBody ? m_request->httpBody->text().data() : "");
         if (method != "POST")
             curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method.c_str());
     } else if (method == "HEAD") {
@@ -182,18 +181,14 @@ void CurlExchange::addHeaderLine(const std::string& line)
     m_headerLines.reset(lines);
 }
 
-bool CurlExchange::mayBeSent()
+bool CurlExchange::wasSent() const
 {
-    return ++m_requestsSent <= redirects() + 1;
+    return m_requestsSent > redirects();
 }
 
-std::size_t CurlExchange::sendBody(char* buffer, std::size_t capacity)
+bool CurlExchange::mayBeSent()
 {
-    const auto rest = m_request->httpBody ? m_request->httpBody->text().substr(m_bytesSent) : std::string_view {};
-    const auto count = std::min(rest.size(), capacity);
-    std::memcpy(buffer, rest.data(), count);
-    m_bytesSent += count;
-    return count;
+    return !wasSent() && ++m_requestsSent > 0;
 }
 
 bool CurlExchange::receiveHeaderLine(std::string_view line)
@@ -235,7 +230,8 @@ bool CurlExchange::receiveHeaderLine(std::string_view line)
 bool CurlExchange::endsWithHead()
 {
     // curl takes HEAD with a body for a method that it does not know, and would wait for the body of the reply.
-    m_isComplete = m_bytesSent != 0 && m_request->httpMethod == "HEAD" && statusCode() >= 200;
+    m_isComplete = m_request->httpBody && !m_request->httpBody->empty() && m_request->httpMethod == "HEAD"
+        && statusCode() >= 200;
     return m_isComplete;
 }
 
@@ -274,7 +270,7 @@ CurlExchange::Outcome CurlExchange::outcome(int code)
     curl_easy_getinfo(m_handle.get(), CURLINFO_OS_ERRNO, &systemError);
     return std::unexpected {urlError({
         .code = code,
-        .wasSent = m_requestsSent > redirects(),
+        .wasSent = wasSent(),
         .isInHead = m_requestsSent != 0 && (m_inHead || m_headerBytes == 0),
         .isSecure = scheme && std::string_view {scheme} == "HTTPS",
         .systemError = systemError,
@@ -303,7 +299,6 @@ void CurlExchange::reset()
     curl_easy_reset(m_handle.get());
     m_headerLines.reset();
     m_request = nullptr;
-    m_bytesSent = 0;
     m_requestsSent = 0;
     m_fields.clear();
     m_body = {};

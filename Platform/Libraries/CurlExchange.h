@@ -56,8 +56,9 @@ private:
     [[nodiscard]] bool receiveHeaderLine(std::string_view line);
     [[nodiscard]] bool receiveBody(std::string_view bytes);
     [[nodiscard]] bool endsWithHead();
+    /// Whether curl has begun to send the request, or the one that a redirect has led to.
+    [[nodiscard]] bool wasSent() const;
     [[nodiscard]] bool mayBeSent();
-    [[nodiscard]] std::size_t sendBody(char* buffer, std::size_t capacity);
     [[nodiscard]] Outcome reply();
     [[nodiscard]] long redirects() const;
     [[nodiscard]] long statusCode() const;
@@ -66,7 +67,6 @@ private:
     std::unique_ptr<curl_slist, FreeList> m_headerLines;
     const URLRequest* m_request = nullptr;
 
-    std::size_t m_bytesSent = 0;
     /// How often curl was about to send, redirects included.
     long m_requestsSent = 0;
 

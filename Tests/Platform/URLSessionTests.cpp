@@ -263,6 +263,7 @@ TEST_F(URLSessionTest, SendsNothingTwiceWhenAReusedConnectionIsLost)
             const auto requests = fresh.requests();
             ASSERT_EQ(requests.size(), 2U) << method;
             EXPECT_EQ(requests[1].connection, 0) << "the connection was not reused, so this shows nothing";
+            EXPECT_EQ(fresh.connections(), 1) << "nor is a new connection made for it";
             EXPECT_EQ(fetch(session, makeRequest(fresh.url("/third"))).summary(), "200 ") << "a new one is made";
         }
     }
