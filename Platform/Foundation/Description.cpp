@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Unicode.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -43,17 +44,34 @@ void appendEscape(std::string& escaped, char32_t codePoint)
 
 enum class Quotes { Keep, Escape };
 
+// How many leading bytes stand for themselves, whatever the quotes: most of any text.
+std::size_t plainPrefix(std::string_view text)
+{
+    const auto isPlain = [](char byte) { return byte >= ' ' && byte <= '~' && byte != '"' && byte != '\\'; };
+    return static_cast<std::size_t>(std::ranges::find_if_not(text, isPlain) - text.begin());
+}
+
 void appendEscaped(std::string& escaped, std::string_view text, Quotes quotes)
 {
-    while (!text.empty()) {
+    while (true) {
+        const auto plain = plainPrefix(text);
+        escaped += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty())
+            return;
+        if (text[0] == '"' || text[0] == '\\') {
+            if (quotes == Quotes::Escape)
+                escaped += '\\';
+            escaped += text[0];
+            text.remove_prefix(1);
+            continue;
+        }
         const auto decoded = decodeCodePoint(text);
         if (!decoded.valid) {
             appendUTF8(escaped, U'\uFFFD');
         } else if (breaksLine(decoded.value)) {
             appendEscape(escaped, decoded.value);
         } else {
-            if (quotes == Quotes::Escape && (decoded.value == '"' || decoded.value == '\\'))
-                escaped += '\\';
             escaped += text.substr(0, decoded.length);
         }
         text.remove_prefix(decoded.length);
