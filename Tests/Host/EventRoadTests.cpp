@@ -74,27 +74,38 @@ TEST(EventHostTest, ADayOnlineAndOffline)
     EXPECT_EQ(result.count("EVENT STORAGE: removed event from buffer"), 3U);
 }
 
+// One buffer that grows to ten thousand events over many lives of the host, each but the last ended at a random moment.
 TEST(EventHostTest, AnEventWhoseSaveReturnedSurvivesAKill)
 {
-    std::string script = start;
-    for (int number = 1; number <= 2'000; ++number)
-        script += event(std::to_string(number));
+    constexpr std::size_t all = 10'000;
+    const HostFolder folder;
     std::mt19937 random {std::random_device {}()};
-    for (int kill = 0; kill < 10; ++kill) {
-        HostFolder folder;
+    std::size_t kept = 0;
+    std::vector<std::size_t> kills;
+    while (kept < all) {
+        std::string script = start;
+        for (auto number = kept + 1; number <= all; ++number)
+            script += event(std::to_string(number));
         const auto host = folder.start(script);
-        const auto seen = 1 + random() % 1'000;
-        for (unsigned line = 0; line < seen; ++line)
-            ASSERT_TRUE(host->waitForOutputLine("Event Save: "));
+        const auto seen = 1 + random() % 2'000;
+        for (unsigned line = 0; line < seen && host->waitForOutputLine("Event Save: "); ++line) { }
         host->signal(SIGKILL);
-        const auto saved = folder.finish(*host).answers.size();
+        const auto killed = folder.finish(*host);
+        const auto answered = kept + killed.answers.size();
+
         const auto after = folder.run(buffer);
         ASSERT_EQ(after.end, success) << after.errors;
-        const auto kept = bufferedKeywords(after.answers.back());
-        ASSERT_GE(kept.size(), saved);
-        for (std::size_t index = 0; index < kept.size(); ++index)
-            ASSERT_EQ(kept[index], std::to_string(index + 1));
+        const auto texts = bufferedKeywords(after.answers.back());
+        for (std::size_t index = 0; index < texts.size(); ++index)
+            ASSERT_EQ(texts[index], std::to_string(index + 1)) << "after a kill with " << answered << " answered";
+        ASSERT_GE(texts.size(), answered);
+        ASSERT_LE(texts.size(), answered + 1) << "at most one save was under way";
+        if (killed.end == ProcessEnd {.signal = SIGKILL})
+            kills.push_back(texts.size());
+        kept = texts.size();
     }
+    EXPECT_GE(kills.size(), 3U) << testing::PrintToString(kills);
+    RecordProperty("kills", testing::PrintToString(kills));
 }
 
 TEST(EventHostTest, SavingBeforeTheStartStopsTheProcess)

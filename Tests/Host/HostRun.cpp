@@ -28,7 +28,7 @@ std::size_t HostResult::count(std::string_view line) const
     return static_cast<std::size_t>(std::ranges::count(log, line));
 }
 
-std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& script)
+std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& script) const
 {
     Process::Options options {.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host"};
     options.arguments = {"--network", network, "--data", path() / "data", "--bundle", bundle, "--answers",
@@ -53,7 +53,7 @@ HostResult HostFolder::finish(Process& host) const
     return result;
 }
 
-HostResult HostFolder::run(const std::string& script)
+HostResult HostFolder::run(const std::string& script) const
 {
     const auto host = start(script);
     return finish(*host);

@@ -40,8 +40,8 @@ public:
     std::string network = "simulated";
 
     /// Starts the host over a script file with these lines; without lines it reads its standard input.
-    [[nodiscard]] std::unique_ptr<Process> start(const std::optional<std::string>& script = {});
-    [[nodiscard]] HostResult run(const std::string& script);
+    [[nodiscard]] std::unique_ptr<Process> start(const std::optional<std::string>& script = {}) const;
+    [[nodiscard]] HostResult run(const std::string& script) const;
     /// Waits for a host and gathers what it left.
     [[nodiscard]] HostResult finish(Process& host) const;
 
