@@ -1,0 +1,119 @@
+// The real network as a whole host sees it: links and routes come and go in a namespace of the test's own, and the host
+// says each change once, answers with it, and releases what waited.
+
+#include "Tests/Host/HostRun.h"
+#include "Tests/Support/Collector.h"
+#include "Tests/Support/NetworkNamespace.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace kova::tests {
+namespace {
+
+using testing::ElementsAreArray;
+
+// A kova-host whose script is written while it runs.
+class FollowingHost {
+public:
+    explicit FollowingHost(const HostFolder& folder)
+        : m_process(folder.start())
+    {
+    }
+
+    void doLine(const std::string& line) { EXPECT_TRUE(m_process->writeInput(line)); }
+
+    /// Lets everything end that the last change has begun, asks for the status, and waits until the answer is written,
+    /// which the log line of the next command shows.
+    void askForStatus()
+    {
+        doLine(settle + "{\"do\":\"status\"}\n");
+        doLine(R"({"do":"open","payload":{"custom":{"i":"asked"},"aps":{"alert":"x"}}})"
+               "\n");
+        EXPECT_TRUE(waitFor("NOTIFICATIONS : Notification Result: "));
+    }
+
+    std::optional<std::string> waitFor(std::string_view beginning) { return m_process->waitForOutputLine(beginning); }
+
+    Process& end()
+    {
+        m_process->closeInput();
+        return *m_process;
+    }
+
+private:
+    std::unique_ptr<Process> m_process;
+};
+
+std::vector<std::string> trackerLines(const HostResult& result)
+{
+    std::vector<std::string> lines;
+    for (const auto& line : result.log) {
+        if (line.starts_with("NETWORK : "))
+            lines.push_back(line.substr(std::string_view {"NETWORK : "}.size()));
+    }
+    return lines;
+}
+
+TEST(NetworkHostTest, FollowsLinksAndRoutesAndSaysEachChangeOnce)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    const NetworkNamespace network;
+    const auto modem = network.makeRawIPLink("wwan0");
+    const Collector collector;
+    HostFolder folder;
+    folder.services = "http://127.0.0.1:" + std::to_string(collector.port());
+    folder.network = "real";
+    FollowingHost host {folder};
+    host.doLine(start);
+    host.askForStatus();
+
+    struct Step {
+        const char* description;
+        const char* commands;
+        std::string status;
+        bool savesAnEvent = false;
+    };
+    std::vector<Step> steps {
+        {"link up", "link set peer0 up\nlink set eth0 up\nroute add default via 10.9.0.2\n", "wifi"},
+        {"default route gone", "route del default\n", "unreachable", true},
+        {"default route back", "route add default via 10.9.0.2\n", "wifi"},
+        {"link down, which takes the route along", "link set eth0 down\n", "unreachable"},
+        {"link up again", "link set eth0 up\nroute add default via 10.9.0.2\n", "wifi"},
+    };
+    if (modem)
+        steps.push_back({"another link in its place, of a modem",
+            "link set wwan0 up\nroute replace default dev wwan0\nlink set eth0 down\n", "wwan"});
+    std::vector<Value> answers {Value::Dictionary {{"status", "unreachable"}}};
+    // The first state is none that differs from what a monitor begins with, so nothing is said of it.
+    std::vector<std::string> lines;
+    for (const auto& step : steps) {
+        SCOPED_TRACE(step.description);
+        network.runBatch(step.commands);
+        ASSERT_EQ(host.waitFor("NETWORK : Status: "), "NETWORK : Status: " + step.status);
+        host.askForStatus();
+        answers.emplace_back(Value::Dictionary {{"status", step.status}});
+        for (const auto* line : {"Checking status", "Updating network status", "Reachability Summary"})
+            lines.emplace_back(line);
+        lines.push_back("Status: " + step.status);
+        if (step.savesAnEvent) {
+            host.doLine(R"({"do":"event","kind":"SearchEvent","type":"search","text":"waited"})"
+                        "\n");
+            answers.emplace_back(Value::Dictionary {{"saved", true}});
+        }
+    }
+    const auto result = folder.finish(host.end());
+    EXPECT_EQ(result.end, success) << result.errors;
+    EXPECT_THAT(result.answers, ElementsAreArray(answers));
+    EXPECT_THAT(trackerLines(result), ElementsAreArray(lines));
+    // The event that was saved without a network went out with the next one.
+    const auto requests = collector.requests();
+    ASSERT_EQ(requests.size(), 1U);
+    EXPECT_NE(requests[0].body.find("waited"), std::string::npos) << requests[0].body;
+    if (!modem)
+        GTEST_SKIP() << "all but the cellular link was shown: a tun device cannot be made here";
+}
+
+} // namespace
+} // namespace kova::tests
