@@ -58,15 +58,29 @@ void CurlExchange::FreeList::operator()(curl_slist* list) const
     curl_slist_free_all(list);
 }
 
-CurlExchange::CurlExchange()
+CurlExchange::CurlExchange(const std::string& additionalCertificates)
     : m_handle(curl_easy_init())
 {
     if (!m_handle)
         throw std::bad_alloc {};
+    auto* const handle = m_handle.get();
+    curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
+    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(handle, CURLOPT_MAXREDIRS, mostRedirects);
+    curl_easy_setopt(handle, CURLOPT_PROXY, "");
+    curl_easy_setopt(handle, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
+    curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, oldestIdleConnection);
+    if (!additionalCertificates.empty())
+        curl_easy_setopt(handle, CURLOPT_CAINFO, additionalCertificates.c_str());
+    setCallbacks();
 }
 
-std::expected<void, URLError> CurlExchange::prepare(const URLRequest& request,
-    std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates, void* owner)
+std::expected<void, URLError> CurlExchange::prepare(
+    const URLRequest& request, std::chrono::steady_clock::time_point deadline, void* owner)
 {
     m_request = &request;
     if (!isToken(request.httpMethod) || !setHeaderFields())
@@ -75,22 +89,10 @@ std::expected<void, URLError> CurlExchange::prepare(const URLRequest& request,
     auto* const handle = m_handle.get();
     curl_easy_setopt(handle, CURLOPT_PRIVATE, owner);
     curl_easy_setopt(handle, CURLOPT_URL, request.url.absoluteString().c_str());
-    curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
-    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(handle, CURLOPT_PROXY, "");
-    curl_easy_setopt(handle, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
-    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
-    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
-    curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, oldestIdleConnection);
     curl_easy_setopt(handle, CURLOPT_HTTPHEADER, m_headerLines.get());
-    if (!additionalCertificates.empty())
-        curl_easy_setopt(handle, CURLOPT_CAINFO, additionalCertificates.c_str());
     // The loop watches the deadline; curl needs it only to share the time out among the addresses of a host.
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(left.count(), 1)));
-    setCallbacks();
     setMethodAndBody();
     return {};
 }
@@ -128,23 +130,19 @@ void CurlExchange::setMethodAndBody()
 {
     auto* const handle = m_handle.get();
     const auto& method = m_request->httpMethod;
-    const auto bodySize = m_request->httpBody ? m_request->httpBody->size() : 0;
-    const bool announcesBody = bodySize != 0 || method == "POST" || method == "PUT" || method == "PATCH";
-    if (announcesBody) {
-        curl_easy_setopt(handle, CURLOPT_POST, 1L);
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bodySize));
-        // Borrowed, not copied; head and body leave in one system call, which a callback would not let them.
-        curl_easy_setopt(handle, CURLOPT_POSTFIELDS, m_request->httpBody ? m_request->httpBody->text().data() : "");
-        if (method != "POST")
-            curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method.c_str());
-    } else if (method == "HEAD") {
+    const auto body = m_request->httpBody ? m_request->httpBody->text() : std::string_view {};
+    const bool announcesBody = !body.empty() || method == "POST" || method == "PUT" || method == "PATCH";
+    // The handle remembers its last request, so each of these is said whatever it is. Setting a body makes a POST of
+    // it, and either method undoes a HEAD.
+    curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+    // Borrowed, not copied; head and body leave in one system call, which a callback would not let them.
+    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
+    curl_easy_setopt(handle, announcesBody ? CURLOPT_POST : CURLOPT_HTTPGET, 1L);
+    if (!announcesBody && method == "HEAD")
         curl_easy_setopt(handle, CURLOPT_NOBODY, 1L);
-    } else if (method == "GET") {
-        curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-        curl_easy_setopt(handle, CURLOPT_MAXREDIRS, mostRedirects);
-    } else {
-        curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, method.c_str());
-    }
+    const bool isCurlsOwn = method == (announcesBody ? "POST" : "GET") || (!announcesBody && method == "HEAD");
+    curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, isCurlsOwn ? nullptr : method.c_str());
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, !announcesBody && method == "GET" ? 1L : 0L);
 }
 
 bool CurlExchange::setHeaderFields()
@@ -296,7 +294,8 @@ CurlExchange::Outcome CurlExchange::reply()
 
 void CurlExchange::reset()
 {
-    curl_easy_reset(m_handle.get());
+    curl_easy_setopt(m_handle.get(), CURLOPT_POSTFIELDS, "");
+    curl_easy_setopt(m_handle.get(), CURLOPT_HTTPHEADER, nullptr);
     m_headerLines.reset();
     m_request = nullptr;
     m_requestsSent = 0;

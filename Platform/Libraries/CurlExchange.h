@@ -26,12 +26,15 @@ public:
     };
     using Outcome = std::expected<Reply, URLError>;
 
-    CurlExchange();
+    /// The certificates are a file of those that are trusted beside the system's, or empty.
+    explicit CurlExchange(const std::string& additionalCertificates);
+    CurlExchange(const CurlExchange&) = delete;
+    CurlExchange& operator=(const CurlExchange&) = delete;
 
     /// Sets the handle up for the request, which must stay where it is until reset(). An error means that the request
     /// cannot be sent; the handle must not be used then. curl's private pointer of the handle will be `owner`.
-    [[nodiscard]] std::expected<void, URLError> prepare(const URLRequest& request,
-        std::chrono::steady_clock::time_point deadline, const std::string& additionalCertificates, void* owner);
+    [[nodiscard]] std::expected<void, URLError> prepare(
+        const URLRequest& request, std::chrono::steady_clock::time_point deadline, void* owner);
 
     /// What became of it, from the code with which curl ended the transfer.
     [[nodiscard]] Outcome outcome(int code);

@@ -250,13 +250,13 @@ void CurlLoop::startWaiting(const std::string& host)
 std::expected<void, URLError> CurlLoop::handToCurl(CurlTask& task)
 {
     if (m_spare.empty()) {
-        task.m_exchange = std::make_unique<CurlExchange>();
+        task.m_exchange = std::make_unique<CurlExchange>(m_additionalCertificates);
     } else {
         task.m_exchange = std::move(m_spare.back());
         m_spare.pop_back();
     }
     auto& exchange = *task.m_exchange;
-    auto prepared = exchange.prepare(task.m_request, task.m_deadline, m_additionalCertificates, &task);
+    auto prepared = exchange.prepare(task.m_request, task.m_deadline, &task);
     if (prepared && curl_multi_add_handle(m_multi.get(), exchange.handle()) != CURLM_OK)
         return std::unexpected {URLError::unknown};
     return prepared;
@@ -278,11 +278,13 @@ void CurlLoop::finishTransfers()
         const auto task = reinterpret_cast<CurlTask*>(owner)->shared_from_this();
         auto exchange = takeOut(*task);
         auto outcome = exchange->outcome(code);
-        exchange->reset();
         // curl keeps a handle's last error number for ever, so one that has failed does not serve again.
-        if (outcome && m_spare.size() < spareExchanges)
-            m_spare.push_back(std::move(exchange));
+        const bool servesAgain = outcome.has_value();
         complete(*task, std::move(outcome));
+        // Only now, because somebody may have waited for the reply; and the completion may have closed curl.
+        exchange->reset();
+        if (servesAgain && m_multi && m_spare.size() < spareExchanges)
+            m_spare.push_back(std::move(exchange));
         startWaiting(task->m_host);
     }
 }

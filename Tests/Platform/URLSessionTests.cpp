@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <vector>
 
 using namespace std::string_literals;
 
@@ -31,7 +32,7 @@ TEST_F(URLSessionTest, SendsTheRequestAsGiven)
         std::optional<std::string> body;
         std::optional<std::string> contentLength;
     };
-    const Row rows[] = {
+    std::vector<Row> rows {
         {"GET", {}, {}},
         {"GET", "", {}},
         {"GET", "a body", "6"},
@@ -48,6 +49,9 @@ TEST_F(URLSessionTest, SendsTheRequestAsGiven)
         {"get", "a body", "6"},
         {"OPTIONS", {}, {}},
     };
+    // One handle sends them all, and what it sent before must not show: so in both orders.
+    const auto forwards = rows;
+    rows.insert(rows.end(), forwards.rbegin(), forwards.rend());
     for (const auto& [method, body, contentLength] : rows) {
         LoopbackServer fresh;
         // To HEAD a length is announced that does not come.
