@@ -1,5 +1,6 @@
 #include "Host/HostCommands.h"
 
+#include "Host/CentreCommands.h"
 #include "Host/EventCommand.h"
 #include "Host/GeotriggerCommands.h"
 #include "KovaSDK/Events/EventServices/EventStorage.h"
@@ -204,6 +205,27 @@ constexpr std::array commands {
         "the\n"
         "      reply's status, or {\"geo-upload\":{\"failure\":…}}",
         Place::ScriptThread, &uploadGeotrigger},
+    HostCommand {"centre", "action: \"open\" or \"close\"",
+        "opens the notification centre over the host's screen, or closes it", Place::MainQueue, &centre},
+    HostCommand {"select", "row: number", "taps a row of the list", Place::MainQueue, &selectRow},
+    HostCommand {"swipe-delete", "row: number", "swipes a row of the list away", Place::MainQueue, &swipeDelete},
+    HostCommand {"scroll", "offset: number", "scrolls the list: so many points of it lie above the screen",
+        Place::MainQueue, &scroll},
+    HostCommand {"back", "", "goes back from the detail screen, or closes the browser", Place::MainQueue, &back},
+    HostCommand {"trash", "", "presses the trash button of the detail screen", Place::MainQueue, &trash},
+    HostCommand {"alert", "button: text", "presses the alert's button with that title", Place::MainQueue, &answerAlert},
+    HostCommand {"open-link", "", "presses the detail screen's link button", Place::MainQueue, &openLink},
+    HostCommand {"restyle", "property: text, rgba: list of four numbers from 0 to 1",
+        "sets a colour of CentralLayout, for what is built from then on", Place::MainQueue, &restyle},
+    HostCommand {"badge", "action: \"add\", \"update\" or \"remove\"",
+        "puts the number of unread entries on the bell in the host's bar, or takes it off", Place::MainQueue,
+        &barBadge},
+    HostCommand {"button-badge", "text: text or null, [insets: list of four numbers: top, left, bottom, right]",
+        "sets the badge of the host's button", Place::MainQueue, &buttonBadge},
+    HostCommand {"size", "width, height: number", "gives the window another size, in points (390 x 844 at first)",
+        Place::MainQueue, &resize},
+    HostCommand {"screen", "", "answers {\"screen\":…}: what is on top of the screen, see docs/formats.md",
+        Place::MainQueue, &screen},
     HostCommand {"settle", "[seconds: number]",
         "waits (15 s at most, or so many) until every HTTP task has completed and every queue is idle; else exit "
         "status 3",

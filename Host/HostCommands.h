@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Host/Answers.h"
+#include "Host/HostWindow.h"
 #include "Host/ScriptCommand.h"
 #include "Host/SimulatedNetwork.h"
 #include "Host/SimulatedOneSignal.h"
@@ -22,6 +23,7 @@ struct HostContext {
     LinuxPlatform& platform;
     SimulatedOneSignal& vendor;
     SimulatedPlotProjects& geofencing;
+    HostWindow& window;
     /// Null when the host follows the real network.
     SimulatedNetwork* network;
     Answers& answers;

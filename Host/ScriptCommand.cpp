@@ -73,6 +73,24 @@ std::optional<bool> ScriptCommand::optionalBoolean(std::string_view key) const
     return optionalField<bool>(key, "true or false");
 }
 
+bool ScriptCommand::has(std::string_view key) const
+{
+    const auto* value = m_fields.find(key);
+    return value && !value->isNull();
+}
+
+std::int64_t ScriptCommand::integer(std::string_view key) const
+{
+    return field<std::int64_t>(key, "a whole number");
+}
+
+double ScriptCommand::number(std::string_view key) const
+{
+    if (const auto number = optionalNumber(key))
+        return *number;
+    return field<double>(key, "a number");
+}
+
 std::optional<double> ScriptCommand::optionalNumber(std::string_view key) const
 {
     const auto* value = m_fields.find(key);

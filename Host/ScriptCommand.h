@@ -32,6 +32,9 @@ public:
     [[nodiscard]] std::optional<std::string> textOrNull(std::string_view key) const;
     [[nodiscard]] bool boolean(std::string_view key) const;
     [[nodiscard]] std::optional<bool> optionalBoolean(std::string_view key) const;
+    [[nodiscard]] bool has(std::string_view key) const;
+    [[nodiscard]] std::int64_t integer(std::string_view key) const;
+    [[nodiscard]] double number(std::string_view key) const;
     [[nodiscard]] std::optional<double> optionalNumber(std::string_view key) const;
     [[nodiscard]] Value::Dictionary object(std::string_view key) const;
     [[nodiscard]] std::optional<Value::Dictionary> optionalObject(std::string_view key) const;

@@ -63,7 +63,8 @@ int run(const Options& options, const Interruption& interruption)
     const std::stop_callback cancelRequests {interruption.token(), [] { URLSession::shared()->invalidateAndCancel(); }};
 
     // The script has a thread of its own; this one runs the main queue until the script has ended.
-    HostContext context {platform, *vendor, *geofencing, network.get(), answers, interruption.token()};
+    HostWindow window;
+    HostContext context {platform, *vendor, *geofencing, window, network.get(), answers, interruption.token()};
     LineReader lines {script, interruption.descriptor()};
     std::stop_source ended;
     auto outcome = ScriptOutcome::Done;

@@ -5,7 +5,11 @@
 
 #include "KovaSDK/Events/EventModels/CartEvent.h"
 #include "KovaSDK/Events/EventModels/PageEvent.h"
+#include "KovaSDK/Extensions/UIBarButtonItem.h"
 #include "KovaSDK/Geolocation/GeolocationServices/KovaGeotrigger.h"
+#include "KovaSDK/Push/Central/CentralButton.h"
+#include "KovaSDK/Push/Central/CentralCoordinator.h"
+#include "KovaSDK/Push/Central/CentralLayout.h"
 #include "KovaSDK/Push/KovaNotify.h"
 #include "KovaSDK/Push/PermissionSubscriptionState.h"
 #include "KovaSDK/Services/NotificationName.h"

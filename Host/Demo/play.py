@@ -28,6 +28,26 @@ def shortened(line: str, width: int = 150) -> str:
     return line if len(line) <= width else f"{line[:width]}… ({len(line)} characters)"
 
 
+def show_screen(answer: dict) -> None:
+    """One answer of "screen" as text."""
+    kind = answer["screen"]
+    print(f"  +-- {answer.get('title') or kind} ({kind})")
+    if kind == "list":
+        for row in answer["rows"]:
+            marker = " " if row["markerHidden"] else "●"
+            print(f"  | {marker} {shortened(row['title'] or '', 40)} | {shortened(row['body'] or '', 60)}")
+    elif kind == "detail":
+        for name in ("title", "subtitle", "body"):
+            print(f"  |   {shortened(answer['texts'][name]['text'] or '', 90)}")
+        if answer["button"]["visible"]:
+            print(f"  |   [ {answer['button']['title']} ]")
+    elif kind == "alert":
+        print(f"  |   {answer['message']}  " + "  ".join(f"[ {action['title']} ]" for action in answer["actions"]))
+    elif kind == "host" and answer["badges"]["bar"]:
+        print(f"  |   🔔 {answer['badges']['bar']['text']}")
+    print("  +--")
+
+
 def host(bin_dir: pathlib.Path, folder: pathlib.Path, base: str, script: str, name: str) -> tuple[list[str], list[dict]]:
     """Runs kova-host over a script; returns its log lines and its answers."""
     answers = folder / f"{name}.answers"
@@ -75,6 +95,11 @@ def main() -> int:
         uploads = [request for request in requests if request["path"].startswith("/v1/geotriggers/")]
         saved = [answer["saved"] for answer in answers if "saved" in answer]
         before, after = (answer["buffer"] for answer in answers if "buffer" in answer)
+        screens = [answer for answer in answers if "screen" in answer]
+        title("What the user saw in the notification centre:")
+        for screen in screens:
+            show_screen(screen)
+
         title("What the web service received:")
         for request in requests:
             print(f"  {request['method']} {request['path']} {shortened(request['body'], 200)}")
@@ -87,9 +112,10 @@ def main() -> int:
 
         title("Does it agree?")
         ids = [push.get("custom", push.get("os_data"))["i"] for push in pushed]
-        check([record["notificationID"] for record in inbox] == ids[::-1], f"all {len(ids)} pushes are in the inbox, the newest at index 0")
-        check(answers[-1]["inbox"] == inbox, "both processes read the same inbox")
-        check(answers[-1]["unread"] == len(ids), "none has been read yet")
+        evening, night = (answer for answer in answers if "inbox" in answer)
+        check([record["notificationID"] for record in evening["inbox"]] == ids[::-1], f"all {len(ids)} pushes came into the inbox, the newest at index 0")
+        check(evening["unread"] == len(ids), "none had been read by then")
+        check(night["inbox"] == inbox, "both processes read the same inbox")
         check(sorted(metric["notificationId"] for metric in metrics) == sorted(ids), "one delivery metric arrived for each push")
         check(all(metric["metric"] == "delivery" for metric in metrics), "each says \"delivery\"")
         check(sum("playerId" in metric for metric in metrics) == len(ids) - 1, "each but the first carries the player id")
@@ -110,11 +136,19 @@ def main() -> int:
               == [("/v1/geotriggers/6f1c2a9e-player", "demo-api-key", {"loja": "Boa Viagem"})], "the one upload is the host's own, to this device's address, with the API key")
         check({"geo-upload": {"success": True}} in answers, "its completion got success")
 
+        check([screen["screen"] for screen in screens] == ["host", "list", "detail", "alert", "list", "host"], "the centre was opened, read, asked and closed")
+        check([row["markerHidden"] for row in screens[1]["rows"]] == [False] * len(ids), "every row had its unread marker")
+        kept = [record for index, record in enumerate(evening["inbox"]) if index != 2]
+        check([record["notificationID"] for record in inbox] == [record["notificationID"] for record in kept], "the entry that was deleted is gone, and no other")
+        check([record["read"] for record in inbox] == [index == 1 for index in range(len(kept))], "the entry that was read is marked, and no other")
+        check([screen["badges"]["bar"]["text"] for screen in (screens[0], screens[-1])] == [str(len(ids)), str(len(kept) - 1)], "the bell counts what is unread")
+
     if failures:
         print(f"\nDEMO FAILED: {len(failures)} of the checks above do not hold")
         return 1
     print(f"\nDEMO OK: {len(ids)} pushes delivered, stored, reported and read back by a second process; "
-          f"{len(saved) - 1} events saved, online and offline; 3 geotriggers handled, {len(uploads)} upload received")
+          f"{len(saved) - 1} events saved, online and offline; 3 geotriggers handled, {len(uploads)} upload received;\n"
+          "one entry read and one deleted in the notification centre")
     return 0
 
 

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 namespace kova::tests {
 
@@ -37,6 +38,12 @@ std::vector<std::string> PrintCapture::lines() const
 {
     const std::lock_guard lock {mutex};
     return captured;
+}
+
+std::vector<std::string> PrintCapture::takeLines()
+{
+    const std::lock_guard lock {mutex};
+    return std::exchange(captured, {});
 }
 
 bool PrintCapture::waitForLine(std::string_view beginning) const

@@ -18,6 +18,9 @@ public:
     /// The lines so far, without their final newline.
     [[nodiscard]] std::vector<std::string> lines() const;
 
+    /// The same, and forgets them.
+    std::vector<std::string> takeLines();
+
     /// Waits, at most ten seconds, until a line has begun so; false when none came.
     [[nodiscard]] bool waitForLine(std::string_view beginning) const;
 };

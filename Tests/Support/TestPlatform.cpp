@@ -23,15 +23,21 @@ ServiceAddresses addressesWith(const std::string& baseURL)
 
 } // namespace
 
-TestPlatform::TestPlatform(const std::string& baseURL)
+TestPlatform::TestPlatform(const std::string& baseURL, MainLoop mainLoop)
     : platform({.bundleIdentifier = "example.test",
           .bundleFolder = folder.path() / "bundle",
           .dataFolder = folder.path() / "data",
           .serviceAddresses = addressesWith(baseURL),
+          .mainLoop = mainLoop,
           .reachability = network})
 {
     OneSignal::setShared(vendor);
     PlotDebug::setShared(geofencing);
+}
+
+TestPlatform::TestPlatform(MainLoop mainLoop)
+    : TestPlatform(nobody, mainLoop)
+{
 }
 
 TestPlatform::~TestPlatform()

@@ -16,9 +16,13 @@ namespace kova::tests {
 
 class TestPlatform {
 public:
+    static constexpr const char* nobody = "http://127.0.0.1:9/v2/";
+
     /// Events, metrics and geotriggers go to this base URL, where by default nobody listens. The network is offline at
     /// first.
-    explicit TestPlatform(const std::string& baseURL = "http://127.0.0.1:9/v2/");
+    explicit TestPlatform(const std::string& baseURL = nobody, MainLoop mainLoop = MainLoop::PlatformThread);
+    /// For what happens on the main thread: the test runs the main queue itself.
+    explicit TestPlatform(MainLoop mainLoop);
     ~TestPlatform();
     TestPlatform(const TestPlatform&) = delete;
     TestPlatform& operator=(const TestPlatform&) = delete;
