@@ -109,7 +109,8 @@ void LayoutSet::gatherConstraints()
             Relation relation {.sum = {},
                 .relation = constraint->relation(),
                 .priority = bounded(constraint->priority()),
-                .constraint = constraint};
+                .constraint = constraint,
+                .order = m_relations.size()};
             const bool isWithinReach = append(relation.sum, *first, constraint->firstAttribute(), 1)
                 && (!second || append(relation.sum, *second, constraint->secondAttribute(), -constraint->multiplier()));
             if (!isWithinReach)
@@ -121,8 +122,10 @@ void LayoutSet::gatherConstraints()
                 sayUnsatisfiable(*constraint, constraint->m_isTroubleSaid);
         }
     }
-    std::ranges::stable_sort(m_relations, std::ranges::greater {},
-        [](const Relation& relation) { return std::min(relation.priority, NSLayoutConstraint::requiredPriority); });
+    // Mostly all are required, and nothing moves. Equal ones keep their order.
+    std::ranges::sort(m_relations, [](const Relation& one, const Relation& other) {
+        return one.priority != other.priority ? one.priority > other.priority : one.order < other.order;
+    });
 }
 
 /// Adds where the item's attribute is. False when the item lies in a set further in, which is solved later and heeds
@@ -293,8 +296,11 @@ std::vector<LayoutSet::Relation*> LayoutSet::brokenInequalities(std::size_t atMo
         if (mayBecomeActive && excess(relation) > tolerance)
             broken.push_back(&relation);
     }
-    std::ranges::stable_sort(broken, [this](const Relation* one, const Relation* other) {
-        return one->priority != other->priority ? one->priority > other->priority : excess(*one) > excess(*other);
+    std::ranges::sort(broken, [this](const Relation* one, const Relation* other) {
+        const auto more = excess(*one) - excess(*other);
+        if (one->priority != other->priority)
+            return one->priority > other->priority;
+        return more != 0 ? more > 0 : one->order < other->order;
     });
     broken.resize(std::min(broken.size(), atMost));
     return broken;

@@ -40,6 +40,8 @@ private:
         NSLayoutRelation relation;
         double priority;
         NSLayoutConstraint* constraint;
+        /// How many were gathered before it.
+        std::size_t order = 0;
         // Of inequalities: whether it stands as an equality now, and how often it was tried.
         bool isActive = false;
         int trials = 0;

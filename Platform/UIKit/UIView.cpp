@@ -113,13 +113,13 @@ void UIView::detach()
             return liesInHere(constraint->firstItem()) || liesInHere(constraint->secondItem());
         });
     }
-    NSLayoutConstraint::deactivate(crossing);
     auto& siblings = std::exchange(m_superview, nullptr)->m_subviews;
     const auto found = std::ranges::find_if(siblings, [this](const auto& sibling) { return sibling.get() == this; });
     // The last reference may be the one in the list; it goes when nothing here is touched any more.
     const auto self = std::move(*found);
     siblings.erase(found);
     setWindow(nullptr);
+    NSLayoutConstraint::deactivate(crossing);
     setNeedsSolving();
 }
 
@@ -248,7 +248,7 @@ void UIView::setNeedsSolving()
     auto* view = this;
     while (!std::exchange(view->m_needsSolving, true) && !view->isLayoutRoot())
         view = view->m_superview;
-    view->markPending();
+    markPending();
 }
 
 void UIView::markPending()
