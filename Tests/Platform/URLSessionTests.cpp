@@ -221,6 +221,12 @@ TEST_F(URLSessionTest, FollowsGetOverFiveRedirectsOnly)
         EXPECT_FALSE(outcome.response->allHeaderFields.contains("X-Redirect"));
     }
 
+    // Another server means another connection, made after the first request has gone out.
+    const LoopbackServer elsewhere;
+    server.enqueue(redirect(elsewhere.url("/moved").absoluteString()));
+    EXPECT_EQ(fetch(session, makeRequest(server.url())).summary(), "200 ");
+    EXPECT_EQ(elsewhere.requests().size(), 1U);
+
     LoopbackServer endless;
     endless.setDefault(redirect("/again"));
     EXPECT_EQ(fetch(session, makeRequest(endless.url())).summary(), summary(URLError::httpTooManyRedirects));
