@@ -13,7 +13,7 @@ constexpr auto rowOf = [](const UITableViewUpdate::Row& row) { return row.indexP
 
 void sort(Rows& rows)
 {
-    std::ranges::stable_sort(rows, {}, rowOf);
+    std::ranges::sort(rows, {}, rowOf);
 }
 
 /// Whether sorted rows are all there, and each only once.
