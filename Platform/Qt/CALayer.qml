@@ -1,0 +1,5 @@
+// A layer on a view; the item itself draws it.
+
+UIView {
+    z: 0.5
+}

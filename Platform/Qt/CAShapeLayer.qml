@@ -1,0 +1,4 @@
+// A shape on a view; the item itself draws it.
+
+CALayer {
+}

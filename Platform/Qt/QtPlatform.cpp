@@ -1,0 +1,59 @@
+#include "Platform/Qt/QtPlatform.h"
+
+#include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/Print.h"
+#include "Platform/Qt/QtImageDecoder_p.h"
+#include "Platform/Qt/QtTextMeasurer_p.h"
+#include "Platform/UIKit/UIScreen.h"
+
+#include <QGuiApplication>
+#include <QMetaObject>
+#include <atomic>
+#include <mutex>
+
+namespace kova {
+
+struct QtPlatform::State {
+    /// What the event loop is asked through; it lives on the GUI thread. Null once the platform has gone.
+    std::mutex mutex;
+    std::unique_ptr<QObject> loop = std::make_unique<QObject>();
+    /// The event loop has been asked and has not begun yet.
+    std::atomic<bool> isAsked = false;
+    std::shared_ptr<TextMeasurer> measurerBefore;
+    UIImage::Decoder decoderBefore;
+};
+
+QtPlatform::QtPlatform()
+{
+    if (!QGuiApplication::instance())
+        fatalError("QtPlatform: the application object must be made first");
+    m_state = std::make_shared<State>();
+    UIScreen::main().scale = qGuiApp->devicePixelRatio();
+    m_state->measurerBefore = TextMeasurer::setShared(std::make_shared<QtTextMeasurer>());
+    m_state->decoderBefore = UIImage::setDecoder(decodeImage);
+    DispatchQueue::setMainLoopWaker([state = m_state] {
+        if (state->isAsked.exchange(true))
+            return;
+        const std::lock_guard lock {state->mutex};
+        if (!state->loop)
+            return;
+        const auto drain = [state] {
+            state->isAsked = false;
+            DispatchQueue::drainMain();
+        };
+        QMetaObject::invokeMethod(state->loop.get(), drain, Qt::QueuedConnection);
+    });
+    // What was submitted before anybody was there to be woken.
+    QMetaObject::invokeMethod(m_state->loop.get(), &DispatchQueue::drainMain, Qt::QueuedConnection);
+}
+
+QtPlatform::~QtPlatform()
+{
+    DispatchQueue::setMainLoopWaker(nullptr);
+    TextMeasurer::setShared(m_state->measurerBefore);
+    UIImage::setDecoder(m_state->decoderBefore);
+    const std::lock_guard lock {m_state->mutex};
+    m_state->loop = nullptr;
+}
+
+} // namespace kova

@@ -1,0 +1,34 @@
+// Qt as the platform that draws: its event loop is the main queue, its fonts measure texts, its decoders read pictures.
+//
+//     int main(int argc, char** argv)
+//     {
+//         QGuiApplication application {argc, argv};
+//         kova::LinuxPlatform platform {{.bundleIdentifier = "example.shop", .mainLoop = kova::MainLoop::Host}};
+//         kova::QtPlatform qt;
+//         …
+//         return application.exec();
+//     }
+//
+// Made after the application object and before anything of the toolkit, destroyed before the application object. What
+// the main queue has been given is run whenever the event loop runs, also a nested one. GUI thread; one object at a
+// time.
+
+#pragma once
+
+#include <memory>
+
+namespace kova {
+
+class QtPlatform {
+public:
+    QtPlatform();
+    ~QtPlatform();
+    QtPlatform(const QtPlatform&) = delete;
+    QtPlatform& operator=(const QtPlatform&) = delete;
+
+private:
+    struct State;
+    std::shared_ptr<State> m_state;
+};
+
+} // namespace kova

@@ -1,0 +1,90 @@
+#include "Platform/Qt/ScreenItem_p.h"
+#include "Platform/UIKit/UIScreen.h"
+
+#include <QKeyEvent>
+#include <QQuickWindow>
+#include <utility>
+
+namespace kova {
+
+namespace {
+
+/// Above whatever the host has in the area.
+constexpr double level = 1000;
+
+} // namespace
+
+ScreenItem::ScreenItem(QQuickItem& area, std::shared_ptr<UIViewController> presenter, std::function<void(bool)> covers)
+    : m_covers(std::move(covers))
+{
+    setParent(&area);
+    setParentItem(&area);
+    setFlag(ItemIsFocusScope);
+    setZ(level);
+    m_window.setRootViewController(std::move(presenter));
+    m_bridge = std::make_unique<WindowBridge>(m_window, *this, [this] { wake(); });
+    const auto follow = [this, &area] { setSize(area.size()); };
+    connect(&area, &QQuickItem::widthChanged, this, follow);
+    connect(&area, &QQuickItem::heightChanged, this, follow);
+    follow();
+}
+
+ScreenItem::~ScreenItem() = default;
+
+void ScreenItem::wake()
+{
+    polish();
+    if (m_bridge && m_bridge->isCovered())
+        setCovering(true);
+}
+
+void ScreenItem::updatePolish()
+{
+    m_bridge->update();
+    setCovering(m_bridge->isCovered());
+    if (m_isCovering && !hasActiveFocus() && window() && window()->activeFocusItem() != this)
+        takeFocus();
+}
+
+void ScreenItem::takeFocus()
+{
+    auto* const focused = window()->activeFocusItem();
+    if (focused && !isAncestorOf(focused))
+        m_focusBefore = focused;
+    forceActiveFocus(Qt::OtherFocusReason);
+}
+
+void ScreenItem::setCovering(bool covers)
+{
+    if (std::exchange(m_isCovering, covers) == covers)
+        return;
+    if (!covers) {
+        setFocus(false);
+        if (const auto before = std::exchange(m_focusBefore, nullptr))
+            before->forceActiveFocus(Qt::OtherFocusReason);
+    }
+    if (m_covers)
+        m_covers(covers);
+}
+
+void ScreenItem::geometryChange(const QRectF& geometry, const QRectF& before)
+{
+    m_window.setFrame({0, 0, geometry.width(), geometry.height()});
+    QQuickItem::geometryChange(geometry, before);
+}
+
+void ScreenItem::itemChange(ItemChange change, const ItemChangeData& data)
+{
+    if (change == ItemDevicePixelRatioHasChanged)
+        UIScreen::main().scale = data.realValue;
+    else if (change == ItemSceneChange && data.window)
+        UIScreen::main().scale = data.window->effectiveDevicePixelRatio();
+    QQuickItem::itemChange(change, data);
+}
+
+void ScreenItem::keyPressEvent(QKeyEvent* event)
+{
+    event->setAccepted(m_bridge->keyPressed(event->key()));
+}
+
+} // namespace kova

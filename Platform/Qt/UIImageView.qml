@@ -1,0 +1,4 @@
+// A picture; the item itself draws it.
+
+UIView {
+}

@@ -1,0 +1,36 @@
+// A view onto something larger: thrown with a finger, the wheel or the pad. The model hears where the content stands.
+
+import QtQuick
+
+UIView {
+    id: scrollView
+
+    container: flickable.contentItem
+    onScrollRequested: (contentY) => flickable.contentY = contentY
+
+    Flickable {
+        id: flickable
+        anchors.fill: parent
+        contentWidth: width
+        contentHeight: scrollView.contentHeight
+        topMargin: scrollView.topInset
+        bottomMargin: scrollView.bottomInset
+        flickableDirection: Flickable.VerticalFlick
+        boundsBehavior: Flickable.DragAndOvershootBounds
+        pixelAligned: true
+        onContentYChanged: scrollView.scrolled(contentY)
+    }
+
+    Rectangle {
+        readonly property real room: flickable.height - scrollView.topInset - scrollView.bottomInset
+        readonly property bool needed: flickable.contentHeight > room
+        x: parent.width - width - 3
+        y: scrollView.topInset + flickable.visibleArea.yPosition * room
+        width: 3
+        height: Math.max(36, flickable.visibleArea.heightRatio * room)
+        radius: width / 2
+        color: "#80000000"
+        opacity: needed && flickable.moving ? 1 : 0
+        Behavior on opacity { NumberAnimation { duration: 250 } }
+    }
+}

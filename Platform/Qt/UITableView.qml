@@ -1,0 +1,4 @@
+// A list of rows; only those that are visible are there.
+
+UIScrollView {
+}

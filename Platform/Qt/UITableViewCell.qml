@@ -1,0 +1,56 @@
+// A row: tapped, or dragged to the left to delete it.
+
+import QtQuick
+
+UIView {
+    id: cell
+
+    Accessible.onPressAction: cell.tapped()
+
+    TapHandler {
+        id: tap
+        onTapped: cell.tapped()
+    }
+
+    DragHandler {
+        target: null
+        enabled: cell.draggable
+        yAxis.enabled: false
+        onActiveChanged: active ? cell.dragBegan() : cell.dragEnded(translation.x)
+        onTranslationChanged: if (active) cell.dragMoved(translation.x)
+    }
+
+    // Held down, not merely touched on the way to scrolling.
+    Rectangle {
+        anchors.fill: parent
+        z: 1
+        color: "black"
+        opacity: tap.pressed && tap.timeHeld > 0.08 ? 0.08 : 0
+    }
+
+    Rectangle {
+        x: parent.width
+        width: -cell.shift.x
+        height: parent.height
+        visible: width > 0
+        clip: true
+        color: "#ff3b30"
+        Accessible.role: Accessible.Button
+        Accessible.name: cell.deleteTitle
+        Accessible.onPressAction: cell.deleteTapped()
+
+        Text {
+            x: Math.max(0, (Math.min(parent.width, cell.deleteWidth) - width) / 2)
+            anchors.verticalCenter: parent.verticalCenter
+            text: cell.deleteTitle
+            font: cell.font
+            color: "white"
+            Accessible.ignored: true
+        }
+
+        TapHandler {
+            gesturePolicy: TapHandler.ReleaseWithinBounds
+            onTapped: cell.deleteTapped()
+        }
+    }
+}

@@ -1,0 +1,22 @@
+// The whole area. A drag from its left edge means "back".
+
+import QtQuick
+
+UIView {
+    id: window
+
+    clip: true
+
+    Item {
+        width: 20
+        height: parent.height
+        z: 1
+
+        DragHandler {
+            target: null
+            enabled: window.draggable
+            yAxis.enabled: false
+            onActiveChanged: active ? window.dragBegan() : window.dragEnded(translation.x)
+        }
+    }
+}

@@ -1,0 +1,165 @@
+#include "Platform/Qt/ViewItem_p.h"
+
+#include <QQuickWindow>
+#include <QWheelEvent>
+#include <cmath>
+
+namespace kova {
+
+ViewItem::ViewItem(QQuickItem* parent)
+    : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+}
+
+double ViewItem::pixelRatio() const
+{
+    return window() ? window()->effectiveDevicePixelRatio() : 1;
+}
+
+void ViewItem::setFrame(const QRectF& frame)
+{
+    m_frame = frame;
+    place();
+    setSize(frame.size());
+}
+
+void ViewItem::place()
+{
+    const double ratio = pixelRatio();
+    const auto onPixel = [ratio](double points) { return std::round(points * ratio) / ratio; };
+    setPosition({onPixel(m_frame.x() + m_shift.x()), onPixel(m_frame.y() + m_shift.y())});
+}
+
+void ViewItem::setShape(const ViewItemShape& shape)
+{
+    if (m_shape == shape)
+        return;
+    const bool isRadiusNew = m_shape.cornerRadius != shape.cornerRadius;
+    m_shape = shape;
+    m_isPaintNeeded = true;
+    update();
+    if (isRadiusNew)
+        emit contentChanged();
+}
+
+void ViewItem::setContent(const ViewItemContent& content)
+{
+    if (m_content == content)
+        return;
+    m_content = content;
+    emit contentChanged();
+}
+
+void ViewItem::setBlocksInput(bool blocks)
+{
+    m_blocksInput = blocks;
+    setAcceptedMouseButtons(blocks ? Qt::AllButtons : Qt::NoButton);
+    setAcceptTouchEvents(blocks);
+    setAcceptHoverEvents(blocks);
+}
+
+void ViewItem::setShift(QPointF shift)
+{
+    if (m_shift == shift)
+        return;
+    m_shift = shift;
+    place();
+    emit shiftChanged();
+}
+
+void ViewItem::setFade(double fade)
+{
+    m_fade = fade;
+    setOpacity(m_alpha * m_fade);
+}
+
+void ViewItem::setAlpha(double alpha)
+{
+    m_alpha = alpha;
+    setOpacity(m_alpha * m_fade);
+}
+
+void ViewItem::tapped()
+{
+    if (m_listener)
+        m_listener->itemTapped(*this);
+}
+
+void ViewItem::pressed(bool isPressed)
+{
+    if (m_listener)
+        m_listener->itemPressed(*this, isPressed);
+}
+
+void ViewItem::scrolled(double contentY)
+{
+    if (m_listener)
+        m_listener->itemScrolled(*this, contentY);
+}
+
+void ViewItem::dragBegan()
+{
+    if (m_listener)
+        m_listener->itemDragged(*this, DragPhase::Began, 0);
+}
+
+void ViewItem::dragMoved(double distance)
+{
+    if (m_listener)
+        m_listener->itemDragged(*this, DragPhase::Moved, distance);
+}
+
+void ViewItem::dragEnded(double distance)
+{
+    if (m_listener)
+        m_listener->itemDragged(*this, DragPhase::Ended, distance);
+}
+
+void ViewItem::deleteTapped()
+{
+    if (m_listener)
+        m_listener->itemDeleteTapped(*this);
+}
+
+bool ViewItem::isWebAddress(const QUrl& url)
+{
+    // QUrl keeps schemes in lower case.
+    return url.isValid() && (url.scheme() == QLatin1String {"http"} || url.scheme() == QLatin1String {"https"});
+}
+
+void ViewItem::geometryChange(const QRectF& geometry, const QRectF& before)
+{
+    if (geometry.size() != before.size()) {
+        m_isPaintNeeded = true;
+        update();
+    }
+    QQuickItem::geometryChange(geometry, before);
+}
+
+void ViewItem::itemChange(ItemChange change, const ItemChangeData& data)
+{
+    if (change == ItemDevicePixelRatioHasChanged || (change == ItemSceneChange && data.window)) {
+        m_isPaintNeeded = true;
+        place();
+        update();
+    }
+    QQuickItem::itemChange(change, data);
+}
+
+void ViewItem::mousePressEvent(QMouseEvent* event)
+{
+    event->setAccepted(m_blocksInput);
+}
+
+void ViewItem::touchEvent(QTouchEvent* event)
+{
+    event->setAccepted(m_blocksInput);
+}
+
+void ViewItem::wheelEvent(QWheelEvent* event)
+{
+    event->setAccepted(m_blocksInput);
+}
+
+} // namespace kova

@@ -1,0 +1,197 @@
+// One view of the toolkit model on screen: the item that QML files build upon.
+//
+// It draws what lies beneath a view's content itself (colour, rounded corners, ovals, pictures) and offers the rest as
+// properties to which the QML file of the view's kind binds. The tree of items is kept by WindowBridge, which also
+// hears here what the user does. GUI thread; only the painting runs on the render thread, while the GUI thread waits.
+
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QImage>
+#include <QQuickItem>
+#include <memory>
+
+namespace kova {
+
+class ViewItem;
+
+enum class DragPhase { Began, Moved, Ended };
+
+/// Hears what the user does to an item.
+class ViewItemListener {
+public:
+    virtual ~ViewItemListener() = default;
+
+    virtual void itemTapped(ViewItem& item) = 0;
+    virtual void itemPressed(ViewItem& item, bool isPressed) = 0;
+    virtual void itemScrolled(ViewItem& item, double contentY) = 0;
+    /// A horizontal drag, `distance` points from where it began.
+    virtual void itemDragged(ViewItem& item, DragPhase phase, double distance) = 0;
+    /// The button beside a row that was dragged aside.
+    virtual void itemDeleteTapped(ViewItem& item) = 0;
+};
+
+/// How much larger an item with an outline is than its shape, on each side, in points.
+inline constexpr double outlineMargin = 1;
+
+/// What the item paints beneath its content.
+struct ViewItemShape {
+    QColor fill = Qt::transparent;
+    QColor stroke = Qt::transparent;
+    double cornerRadius = 0;
+    /// The oval inscribed in the item instead of its rectangle.
+    bool isOval = false;
+    std::shared_ptr<const QImage> image {};
+    Qt::AspectRatioMode imageMode = Qt::KeepAspectRatio;
+
+    friend bool operator==(const ViewItemShape&, const ViewItemShape&) = default;
+};
+
+/// What the QML file of a kind of view draws, or tells assistive technology.
+struct ViewItemContent {
+    QString text {};
+    QFont font {};
+    QColor textColor = Qt::black;
+    int alignment = Qt::AlignLeft;
+    int maximumLineCount = 1;
+    bool isAnimating = false;
+    /// Whether a horizontal drag means something: a row that can be deleted, a window that can go back.
+    bool isDraggable = false;
+    /// Shows that the keyboard's input goes here.
+    bool hasFocusRing = false;
+    double contentHeight = 0;
+    double topInset = 0;
+    double bottomInset = 0;
+    QString deleteTitle {};
+    double deleteWidth = 0;
+    QUrl page {};
+    int role = 0;
+    QString name {};
+    QString description {};
+    bool isIgnored = true;
+    bool isModal = false;
+
+    friend bool operator==(const ViewItemContent&, const ViewItemContent&) = default;
+};
+
+class ViewItem : public QQuickItem {
+    Q_OBJECT
+    // Where subviews go, when that is not the item itself. Set by the QML file.
+    Q_PROPERTY(QQuickItem* container MEMBER m_container NOTIFY containerChanged)
+    Q_PROPERTY(QString text READ text NOTIFY contentChanged)
+    Q_PROPERTY(QFont font READ font NOTIFY contentChanged)
+    Q_PROPERTY(QColor textColor READ textColor NOTIFY contentChanged)
+    Q_PROPERTY(int alignment READ alignment NOTIFY contentChanged)
+    Q_PROPERTY(int maximumLineCount READ maximumLineCount NOTIFY contentChanged)
+    Q_PROPERTY(bool animating READ isAnimating NOTIFY contentChanged)
+    Q_PROPERTY(bool draggable READ isDraggable NOTIFY contentChanged)
+    Q_PROPERTY(bool focusRing READ hasFocusRing NOTIFY contentChanged)
+    Q_PROPERTY(double cornerRadius READ cornerRadius NOTIFY contentChanged)
+    Q_PROPERTY(double contentHeight READ contentHeight NOTIFY contentChanged)
+    Q_PROPERTY(double topInset READ topInset NOTIFY contentChanged)
+    Q_PROPERTY(double bottomInset READ bottomInset NOTIFY contentChanged)
+    Q_PROPERTY(QString deleteTitle READ deleteTitle NOTIFY contentChanged)
+    Q_PROPERTY(double deleteWidth READ deleteWidth NOTIFY contentChanged)
+    Q_PROPERTY(QUrl page READ page NOTIFY contentChanged)
+    Q_PROPERTY(int role READ role NOTIFY contentChanged)
+    Q_PROPERTY(QString name READ name NOTIFY contentChanged)
+    Q_PROPERTY(QString description READ description NOTIFY contentChanged)
+    Q_PROPERTY(bool ignored READ isIgnored NOTIFY contentChanged)
+    Q_PROPERTY(bool modal READ isModal NOTIFY contentChanged)
+    // What is animated: they come on top of the model's frame and alpha.
+    Q_PROPERTY(QPointF shift READ shift WRITE setShift NOTIFY shiftChanged)
+    Q_PROPERTY(double fade READ fade WRITE setFade)
+    Q_PROPERTY(double alpha READ alpha WRITE setAlpha)
+
+public:
+    explicit ViewItem(QQuickItem* parent = nullptr);
+
+    /// None while the item stands for a view that has left.
+    void setListener(ViewItemListener* listener) { m_listener = listener; }
+
+    [[nodiscard]] QQuickItem* container() { return m_container ? m_container : this; }
+
+    /// In the coordinates of the container it lies in. The origin is brought to a whole pixel.
+    void setFrame(const QRectF& frame);
+    [[nodiscard]] const QRectF& frame() const { return m_frame; }
+    void setShape(const ViewItemShape& shape);
+    void setContent(const ViewItemContent& content);
+    [[nodiscard]] const ViewItemContent& content() const { return m_content; }
+    /// Whether what is pressed here and meant for nothing inside stops here, instead of reaching what lies beneath.
+    void setBlocksInput(bool blocks);
+    void setScrollPosition(double contentY) { emit scrollRequested(contentY); }
+
+    [[nodiscard]] const QString& text() const { return m_content.text; }
+    [[nodiscard]] const QFont& font() const { return m_content.font; }
+    [[nodiscard]] const QColor& textColor() const { return m_content.textColor; }
+    [[nodiscard]] int alignment() const { return m_content.alignment; }
+    [[nodiscard]] int maximumLineCount() const { return m_content.maximumLineCount; }
+    [[nodiscard]] bool isAnimating() const { return m_content.isAnimating; }
+    [[nodiscard]] bool isDraggable() const { return m_content.isDraggable; }
+    [[nodiscard]] bool hasFocusRing() const { return m_content.hasFocusRing; }
+    [[nodiscard]] double cornerRadius() const { return m_shape.cornerRadius; }
+    [[nodiscard]] double contentHeight() const { return m_content.contentHeight; }
+    [[nodiscard]] double topInset() const { return m_content.topInset; }
+    [[nodiscard]] double bottomInset() const { return m_content.bottomInset; }
+    [[nodiscard]] const QString& deleteTitle() const { return m_content.deleteTitle; }
+    [[nodiscard]] double deleteWidth() const { return m_content.deleteWidth; }
+    [[nodiscard]] const QUrl& page() const { return m_content.page; }
+    [[nodiscard]] int role() const { return m_content.role; }
+    [[nodiscard]] const QString& name() const { return m_content.name; }
+    [[nodiscard]] const QString& description() const { return m_content.description; }
+    [[nodiscard]] bool isIgnored() const { return m_content.isIgnored; }
+    [[nodiscard]] bool isModal() const { return m_content.isModal; }
+
+    [[nodiscard]] QPointF shift() const { return m_shift; }
+    void setShift(QPointF shift);
+    [[nodiscard]] double fade() const { return m_fade; }
+    void setFade(double fade);
+    [[nodiscard]] double alpha() const { return m_alpha; }
+    void setAlpha(double alpha);
+
+    // For the QML files: what the user does.
+    Q_INVOKABLE void tapped();
+    Q_INVOKABLE void pressed(bool isPressed);
+    Q_INVOKABLE void scrolled(double contentY);
+    Q_INVOKABLE void dragBegan();
+    Q_INVOKABLE void dragMoved(double distance);
+    Q_INVOKABLE void dragEnded(double distance);
+    Q_INVOKABLE void deleteTapped();
+    /// http and https only.
+    Q_INVOKABLE [[nodiscard]] static bool isWebAddress(const QUrl& url);
+
+signals:
+    void containerChanged();
+    void contentChanged();
+    void shiftChanged();
+    void scrollRequested(double contentY);
+
+protected:
+    QSGNode* updatePaintNode(QSGNode* before, UpdatePaintNodeData* data) override;
+    void geometryChange(const QRectF& geometry, const QRectF& before) override;
+    void itemChange(ItemChange change, const ItemChangeData& data) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void touchEvent(QTouchEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+
+private:
+    void place();
+    [[nodiscard]] double pixelRatio() const;
+    [[nodiscard]] QImage paint(QSize pixels, double ratio) const;
+
+    ViewItemListener* m_listener = nullptr;
+    QQuickItem* m_container = nullptr;
+    QRectF m_frame {};
+    QPointF m_shift {};
+    double m_fade = 1;
+    double m_alpha = 1;
+    bool m_blocksInput = false;
+    ViewItemShape m_shape {};
+    ViewItemContent m_content {};
+    /// The picture in the scene graph is out of date.
+    bool m_isPaintNeeded = true;
+    bool m_isNodeTextured = false;
+};
+
+} // namespace kova

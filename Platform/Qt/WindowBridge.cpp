@@ -1,0 +1,368 @@
+#include "Platform/Foundation/Print.h"
+#include "Platform/Qt/ItemAnimation_p.h"
+#include "Platform/Qt/QtFont_p.h"
+#include "Platform/Qt/ViewLook_p.h"
+#include "Platform/Qt/WindowBridge_p.h"
+#include "Platform/UIKit/CAShapeLayer.h"
+#include "Platform/UIKit/CATextLayer.h"
+#include "Platform/UIKit/SFSafariViewController.h"
+#include "Platform/UIKit/UIAlertController.h"
+#include "Platform/UIKit/UINavigationController.h"
+
+#include <QAccessible>
+#include <algorithm>
+#include <utility>
+
+namespace kova {
+
+WindowBridge::WindowBridge(UIWindow& window, QQuickItem& area, std::function<void()> wake)
+    : m_window(window)
+    , m_area(area)
+    , m_wake(std::move(wake))
+    , m_focus(window)
+{
+    qmlRegisterType<ViewItem>("KovaSDK.Centre", 1, 0, "ViewItem");
+    m_root = enter(window);
+    m_root->item->setParentItem(&area);
+    window.setObserver(this);
+    m_wake();
+}
+
+WindowBridge::~WindowBridge()
+{
+    m_window.setObserver(nullptr);
+}
+
+bool WindowBridge::isCovered() const
+{
+    return m_window.subviews().size() > 1 || !m_ghosts.empty();
+}
+
+std::shared_ptr<ViewNode> WindowBridge::nodeOf(const UIView& view) const
+{
+    const auto found = m_nodes.find(&view);
+    return found == m_nodes.end() ? nullptr : found->second;
+}
+
+// What the model tells.
+
+void WindowBridge::viewDidChange(UIView& view, UIChange change)
+{
+    if (!m_isUpdating)
+        m_wake();
+    if (auto* const speaker = change == UIChange::Appearance ? speakerOf(view) : nullptr) {
+        if (const auto node = nodeOf(*speaker)) {
+            node->needsLook = true;
+            list(node);
+        }
+    }
+    const auto node = nodeOf(view);
+    if (!node)
+        return;
+    switch (change) {
+    case UIChange::Appearance:
+        node->needsLook = true;
+        node->alphaDuration = UIView::currentAnimationDuration();
+        // What a button looks like is also how its title does.
+        for (const auto& child : node->children) {
+            child->needsLook = true;
+            list(child);
+        }
+        break;
+    case UIChange::Geometry:
+        node->needsFrame = true;
+        node->needsLook = true;
+        break;
+    case UIChange::Hierarchy:
+        node->needsChildren = true;
+        node->needsLook = true;
+        break;
+    case UIChange::Layout:
+        return;
+    }
+    list(node);
+}
+
+void WindowBridge::viewWillLeave(UIView& view)
+{
+    const auto node = nodeOf(view);
+    if (!node)
+        return;
+    forget(*node);
+    m_left.push_back(node);
+    if (!m_isUpdating)
+        m_wake();
+}
+
+void WindowBridge::tableDidUpdate(UITableView& table, const UITableViewUpdate& update)
+{
+    m_swipe.close();
+    if (const auto node = nodeOf(table)) {
+        m_tables.note(table, *node, update);
+        node->needsChildren = true;
+        list(node);
+    }
+    for (const auto& row : update.deleted)
+        m_focus.rowsMoved(table, row.indexPath.row, -1);
+    for (const auto& row : update.inserted)
+        m_focus.rowsMoved(table, row.indexPath.row - 1, 1);
+    m_wake();
+}
+
+// The tree of nodes.
+
+std::unique_ptr<ViewItem> WindowBridge::makeItem(const QString& component)
+{
+    auto*& found = m_components[component];
+    if (!found)
+        found = new QQmlComponent {
+            &m_engine, QUrl {QStringLiteral("qrc:/kova/") + component + QStringLiteral(".qml")}, &m_engine};
+    auto* const item = qobject_cast<ViewItem*>(found->create());
+    if (!item)
+        fatalError("a view cannot be drawn: " + found->errorString().toStdString());
+    QQmlEngine::setObjectOwnership(item, QQmlEngine::CppOwnership);
+    item->setListener(this);
+    return std::unique_ptr<ViewItem> {item};
+}
+
+std::shared_ptr<ViewNode> WindowBridge::enter(UIView& view)
+{
+    if (auto known = nodeOf(view))
+        return known;
+    for (auto* away : {&m_left, &m_ghosts, &m_aside}) {
+        const auto found = std::ranges::find_if(
+            *away, [&](const auto& node) { return !node->isGhost && node->view.get() == &view; });
+        if (found == away->end())
+            continue;
+        auto node = std::move(*found);
+        away->erase(found);
+        ItemAnimation::reset(*node->item);
+        node->item->setEnabled(true);
+        recall(node);
+        return node;
+    }
+    auto node = std::make_shared<ViewNode>(ViewNode {.view = &view, .item = makeItem(componentOf(view))});
+    m_nodes[&view] = node;
+    list(node);
+    return node;
+}
+
+/// What stands aside is brought back, and wholly up to date, since nothing was told of it meanwhile.
+void WindowBridge::recall(const std::shared_ptr<ViewNode>& node)
+{
+    auto* const view = node->view.get();
+    m_nodes[view] = node;
+    std::erase_if(node->children, [&](const auto& child) {
+        return !child->view || child->view->superview() != view || m_nodes.contains(child->view.get());
+    });
+    node->needsChildren = node->needsFrame = node->needsLook = true;
+    node->isShown = false;
+    list(node);
+    for (const auto& child : node->children)
+        recall(child);
+}
+
+void WindowBridge::forget(const ViewNode& node)
+{
+    if (const auto* view = node.view.get()) {
+        if (const auto found = m_nodes.find(view); found != m_nodes.end() && found->second.get() == &node)
+            m_nodes.erase(found);
+        m_tables.forget(*view);
+    }
+    for (const auto& child : node.children)
+        forget(*child);
+}
+
+void WindowBridge::list(const std::shared_ptr<ViewNode>& node)
+{
+    if (!std::exchange(node->isListed, true))
+        m_listed.push_back(node);
+}
+
+// Once a frame.
+
+void WindowBridge::update()
+{
+    m_isUpdating = true;
+    m_window.layoutIfNeeded();
+    m_focus.follow();
+    focusMoved();
+    // Those whose rows were changed, in the order of the list.
+    std::vector<std::shared_ptr<ViewNode>> refreshed;
+    while (!m_listed.empty()) {
+        for (auto& node : std::exchange(m_listed, {})) {
+            node->isListed = false;
+            refresh(node);
+            refreshed.push_back(std::move(node));
+        }
+    }
+    for (const auto& node : refreshed) {
+        if (const auto* table = dynamic_cast<const UITableView*>(node->view.get()))
+            m_tables.run(*table, *node, [this](const auto& ghost) { return keep(ghost); });
+    }
+    runMoves();
+    sweep();
+    m_isUpdating = false;
+}
+
+void WindowBridge::refresh(const std::shared_ptr<ViewNode>& node)
+{
+    auto* const view = node->view.get();
+    if (!view || nodeOf(*view) != node)
+        return;
+    if (std::exchange(node->needsChildren, false))
+        placeChildren(*node, *view);
+    auto* const scrollView = dynamic_cast<UIScrollView*>(view);
+    if (std::exchange(node->needsLook, false))
+        showLook(*node, *view);
+    if (std::exchange(node->needsFrame, false)) {
+        const auto& frame = view->frame();
+        node->item->setFrame({frame.minX(), frame.minY(), frame.size.width, frame.size.height});
+        // After the content's size, within which it is.
+        if (scrollView)
+            node->item->setScrollPosition(scrollView->contentOffset().y);
+    }
+    if (auto* table = dynamic_cast<UITableView*>(view))
+        numberRows(*node, *table);
+}
+
+void WindowBridge::placeChildren(ViewNode& node, UIView& view)
+{
+    std::vector<std::shared_ptr<ViewNode>> children;
+    for (const auto& subview : view.subviews())
+        children.push_back(enter(*subview));
+    if (children == node.children && node.isShown)
+        return;
+    node.children = std::move(children);
+    const ViewNode* below = nullptr;
+    for (const auto& child : node.children) {
+        child->item->setParentItem(node.item->container());
+        if (below)
+            child->item->stackAfter(below->item.get());
+        below = child.get();
+    }
+}
+
+void WindowBridge::numberRows(ViewNode& node, UITableView& table)
+{
+    for (const auto& child : node.children)
+        child->row = -1;
+    for (const auto& path : table.indexPathsForVisibleRows()) {
+        if (const auto child = nodeOf(*table.cellForRow(path)))
+            child->row = path.row;
+    }
+}
+
+void WindowBridge::showLook(ViewNode& node, UIView& view)
+{
+    auto& item = *node.item;
+    item.setVisible(!view.isHidden());
+    item.setClip(view.clipsToBounds() && !view.subviews().empty());
+    const bool isScreen = view.superview() == &m_window && m_window.subviews().front().get() != &view;
+    item.setBlocksInput(isScreen);
+    item.setShape(shapeOf(view));
+    auto content = contentOf(view);
+    complete(content, view);
+    item.setContent(content);
+
+    const double alpha = alphaOf(view);
+    const double duration = std::exchange(node.alphaDuration, 0);
+    if (!node.isShown || (alpha != node.alpha && duration <= 0))
+        item.setAlpha(alpha);
+    else if (alpha != node.alpha)
+        ItemAnimation {.property = "alpha", .from = item.alpha(), .to = alpha, .seconds = duration}.run(item);
+    node.alpha = alpha;
+    node.isShown = true;
+
+    node.layers.clear();
+    showLayers(node, view.layer(), {});
+}
+
+/// What only the window knows.
+void WindowBridge::complete(ViewItemContent& content, const UIView& view)
+{
+    content.hasFocusRing = &view == m_ringed;
+    auto* const top = m_window.topViewController();
+    if (&view == &m_window) {
+        const auto* stack = top ? top->navigationController() : nullptr;
+        content.isDraggable = stack && stack->viewControllers().size() > 1;
+    } else if (dynamic_cast<const UITableView*>(&view)) {
+        content.name = top ? QString::fromStdString(top->title().value_or("")) : QString {};
+    } else if (const auto* alert = dynamic_cast<const UIAlertController*>(top); alert && alert->boxView() == &view) {
+        content.role = QAccessible::AlertMessage;
+        content.name = QString::fromStdString(alert->title().value_or(""));
+        content.description = QString::fromStdString(alert->message().value_or(""));
+        content.isIgnored = false;
+    } else if (const auto* browser = dynamic_cast<const SFSafariViewController*>(top);
+        browser && browser->pageView() == &view) {
+        content.page = QUrl {QString::fromStdString(browser->url().absoluteString())};
+    }
+}
+
+void WindowBridge::showLayers(ViewNode& node, const CALayer& layer, QPointF origin)
+{
+    for (const auto& sublayer : layer.sublayers()) {
+        const auto& frame = sublayer->frame();
+        QRectF place {origin.x() + frame.minX(), origin.y() + frame.minY(), frame.size.width, frame.size.height};
+        const auto within = place.topLeft();
+        ViewItemShape shape {.fill = qtColor(sublayer->backgroundColor().value_or(UIColor::clearColor())),
+            .cornerRadius = sublayer->cornerRadius()};
+        ViewItemContent content;
+        QString component = QStringLiteral("CALayer");
+        if (const auto* drawn = dynamic_cast<const CAShapeLayer*>(sublayer.get()); drawn && drawn->path()) {
+            component = QStringLiteral("CAShapeLayer");
+            const auto& oval = drawn->path()->ovalIn;
+            place = QRectF {oval.minX(), oval.minY(), oval.size.width, oval.size.height}.translated(within);
+            shape = {.fill = qtColor(drawn->fillColor()), .isOval = true};
+            if (drawn->strokeColor()) {
+                shape.stroke = qtColor(*drawn->strokeColor());
+                place.adjust(-outlineMargin, -outlineMargin, outlineMargin, outlineMargin);
+            }
+        } else if (const auto* text = dynamic_cast<const CATextLayer*>(sublayer.get())) {
+            component = QStringLiteral("CATextLayer");
+            content.text = QString::fromStdString(text->string());
+            content.font = qtFont(UIFont::systemFont(text->fontSize()));
+            content.textColor = qtColor(text->foregroundColor());
+            content.alignment = qtAlignment(text->alignmentMode());
+        }
+        auto item = makeItem(component);
+        item->setShape(shape);
+        item->setContent(content);
+        item->setParentItem(node.item.get());
+        item->setFrame(place);
+        node.layers.push_back(std::move(item));
+        showLayers(node, *sublayer, within);
+    }
+}
+
+/// What has left and is not seen leaving stands aside while its view lives, in case it comes back.
+void WindowBridge::sweep()
+{
+    for (const auto& finished : std::exchange(m_finished, {})) {
+        const auto found = std::ranges::find(m_ghosts, finished.lock());
+        if (found == m_ghosts.end())
+            continue;
+        m_left.push_back(std::move(*found));
+        m_ghosts.erase(found);
+    }
+    for (auto& node : std::exchange(m_left, {})) {
+        if (std::ranges::find(m_ghosts, node) != m_ghosts.end())
+            continue;
+        ItemAnimation::reset(*node->item);
+        node->item->setParentItem(nullptr);
+        if (!node->isGhost)
+            m_aside.push_back(std::move(node));
+    }
+    std::erase_if(m_aside, [](const auto& node) { return !node->view; });
+}
+
+std::function<void()> WindowBridge::keep(const std::shared_ptr<ViewNode>& node)
+{
+    m_ghosts.push_back(node);
+    return [this, kept = std::weak_ptr {node}] {
+        m_finished.push_back(kept);
+        m_wake();
+    };
+}
+
+} // namespace kova

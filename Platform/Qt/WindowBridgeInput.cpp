@@ -1,0 +1,157 @@
+// The half of the bridge that turns what the user does into calls of the model.
+
+#include "Platform/Qt/ItemAnimation_p.h"
+#include "Platform/Qt/WindowBridge_p.h"
+#include "Platform/UIKit/UIAlertController.h"
+#include "Platform/UIKit/UIControl.h"
+#include "Platform/UIKit/UINavigationController.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kova {
+
+namespace {
+
+/// How far a drag from the edge must go to mean "back", in points.
+constexpr double backDistance = 60;
+
+UITableView* tableOf(const UIView& cell)
+{
+    return dynamic_cast<UITableView*>(cell.superview());
+}
+
+} // namespace
+
+std::shared_ptr<ViewNode> WindowBridge::cellNodeOf(const ViewItem& item) const
+{
+    const auto* view = viewOf(item);
+    const auto node = view && tableOf(*view) ? nodeOf(*view) : nullptr;
+    return node && node->row >= 0 ? node : nullptr;
+}
+
+UIView* WindowBridge::viewOf(const ViewItem& item) const
+{
+    const auto found
+        = std::ranges::find_if(m_nodes, [&](const auto& entry) { return entry.second->item.get() == &item; });
+    return found == m_nodes.end() ? nullptr : found->second->view.get();
+}
+
+void WindowBridge::itemTapped(ViewItem& item)
+{
+    m_focus.hide();
+    focusMoved();
+    auto* const view = viewOf(item);
+    if (auto* control = dynamic_cast<UIControl*>(view)) {
+        m_swipe.close();
+        control->sendActions(UIControlEvents::touchUpInside);
+        return;
+    }
+    const auto cell = cellNodeOf(item);
+    // While a row stands open, a tap anywhere only closes it.
+    if (m_swipe.close() || !cell)
+        return;
+    tableOf(*view)->userSelectsRow({.row = cell->row});
+}
+
+void WindowBridge::itemPressed(ViewItem& item, bool isPressed)
+{
+    if (auto* control = dynamic_cast<UIControl*>(viewOf(item)))
+        control->setHighlighted(isPressed && control->isEnabled());
+}
+
+void WindowBridge::itemScrolled(ViewItem& item, double contentY)
+{
+    auto* const scrollView = dynamic_cast<UIScrollView*>(viewOf(item));
+    if (!scrollView || !std::isfinite(contentY))
+        return;
+    if (scrollView->contentOffset().y != contentY) {
+        scrollView->setContentOffset({.x = scrollView->contentOffset().x, .y = contentY});
+        m_swipe.close();
+    }
+}
+
+void WindowBridge::itemDragged(ViewItem& item, DragPhase phase, double distance)
+{
+    if (&item == m_root->item.get()) {
+        auto* const top = m_window.topViewController();
+        auto* const stack = top ? top->navigationController() : nullptr;
+        if (phase == DragPhase::Ended && distance > backDistance && stack)
+            stack->popViewController(true);
+        return;
+    }
+    const auto cell = cellNodeOf(item);
+    if (!cell)
+        return;
+    m_swipe.drag(cell, phase, distance, [this, node = std::weak_ptr {cell}] {
+        if (const auto row = node.lock())
+            itemDeleteTapped(*row->item);
+    });
+}
+
+void WindowBridge::itemDeleteTapped(ViewItem& item)
+{
+    const auto cell = cellNodeOf(item);
+    if (!cell)
+        return;
+    auto& table = *tableOf(*cell->view.get());
+    table.userDeletesRow({.row = cell->row});
+    // A row that may not be deleted goes back to its place.
+    if (!cell->isGhost)
+        ItemAnimation {.property = "shift", .from = item.shift(), .to = QPointF {}, .seconds = 0.2}.run(item);
+}
+
+bool WindowBridge::keyPressed(int key)
+{
+    if (m_window.subviews().size() <= 1)
+        return false;
+    if (key == Qt::Key_Escape || key == Qt::Key_Back)
+        return goBack();
+    const bool isUsed = m_focus.press(key);
+    focusMoved();
+    return isUsed;
+}
+
+bool WindowBridge::goBack()
+{
+    auto* const top = m_window.topViewController();
+    if (!top)
+        return false;
+    if (auto* alert = dynamic_cast<UIAlertController*>(top)) {
+        const auto& actions = alert->actions();
+        const auto cancel = std::ranges::find(actions, UIAlertActionStyle::cancel, &UIAlertAction::style);
+        // An alert without a way out must be answered.
+        if (cancel != actions.end())
+            alert->userChooses(static_cast<std::size_t>(cancel - actions.begin()));
+        return true;
+    }
+    if (auto* stack = top->navigationController(); stack && stack->viewControllers().size() > 1) {
+        stack->popViewController(true);
+        return true;
+    }
+    if (!top->presentingViewController())
+        return false;
+    top->dismiss(true);
+    return true;
+}
+
+/// Moves the ring, and Qt's own focus with it, which assistive technology follows.
+void WindowBridge::focusMoved()
+{
+    auto* const focused = m_focus.view();
+    if (focused == m_ringed)
+        return;
+    for (const auto* view : {std::exchange(m_ringed, focused), static_cast<const UIView*>(focused)}) {
+        const auto found = m_nodes.find(view);
+        if (found == m_nodes.end())
+            continue;
+        found->second->needsLook = true;
+        list(found->second);
+        if (view == focused)
+            found->second->item->forceActiveFocus(Qt::TabFocusReason);
+    }
+    if (!m_isUpdating)
+        m_wake();
+}
+
+} // namespace kova

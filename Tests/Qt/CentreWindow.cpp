@@ -1,0 +1,163 @@
+#include "Tests/Qt/CentreWindow.h"
+
+#include "KovaSDK/Push/Central/CentralCoordinator.h"
+#include "KovaSDK/Push/PushServices/NotificationStorage.h"
+
+#include <gtest/gtest.h>
+
+#include <QPropertyAnimation>
+#include <QQuickItem>
+#include <QTest>
+#include <cstdlib>
+
+namespace kova::tests {
+
+namespace {
+
+constexpr int patienceMs = 5000;
+constexpr int dragSteps = 12;
+
+bool isMoving(const QQuickItem& item)
+{
+    const auto animations = item.findChildren<QPropertyAnimation*>(Qt::FindDirectChildrenOnly);
+    for (const auto* animation : animations) {
+        if (animation->state() == QAbstractAnimation::Running)
+            return true;
+    }
+    if (item.property("moving").toBool())
+        return true;
+    for (const auto* child : item.childItems()) {
+        if (isMoving(*child))
+            return true;
+    }
+    return false;
+}
+
+UIButton* buttonIn(UIView& view, const std::string& title)
+{
+    if (auto* button = dynamic_cast<UIButton*>(&view); button && button->title() == title)
+        return button;
+    for (const auto& child : view.subviews()) {
+        if (auto* found = buttonIn(*child, title))
+            return found;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+bool eventually(const std::function<bool()>& condition)
+{
+    return QTest::qWaitFor(condition, patienceMs);
+}
+
+CentreWindow::CentreWindow(QSize size)
+{
+    window.resize(size);
+    window.setColor(QColor {0x20, 0x60, 0x40});
+    screen = std::make_unique<QtScreen>(*window.contentItem());
+    window.show();
+    EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
+}
+
+CentreWindow::~CentreWindow() = default;
+
+void CentreWindow::open(const std::vector<KovaNotification>& inbox)
+{
+    NotificationStorage::setBuffer(inbox);
+    CentralCoordinator {screen->presenter()}.start();
+    EXPECT_TRUE(settle());
+}
+
+UIWindow& CentreWindow::model() const
+{
+    return *screen->presenter()->view()->window();
+}
+
+UINavigationController& CentreWindow::stack() const
+{
+    return *top().navigationController();
+}
+
+UITableView& CentreWindow::table() const
+{
+    return *find<UITableView>(*stack().viewControllers().front()->view());
+}
+
+UIButton* CentreWindow::button(const std::string& title) const
+{
+    return buttonIn(*model().subviews().back(), title);
+}
+
+QRectF CentreWindow::place(const UIView& view) const
+{
+    const auto rect = view.convert(view.bounds(), nullptr);
+    return {rect.minX() - view.bounds().minX(), rect.minY() - view.bounds().minY(), rect.size.width, rect.size.height};
+}
+
+QRectF CentreWindow::placeOfRow(std::int64_t row) const
+{
+    const auto rect = table().convert(table().rectForRow({.row = row}), nullptr);
+    return {rect.minX() - table().contentOffset().x, rect.minY() - table().contentOffset().y, rect.size.width,
+        rect.size.height};
+}
+
+void CentreWindow::tap(QPointF at)
+{
+    QTest::mouseClick(&window, Qt::LeftButton, {}, at.toPoint());
+    EXPECT_TRUE(settle());
+}
+
+void CentreWindow::drag(QPointF from, QPointF to, bool releases)
+{
+    QTest::mousePress(&window, Qt::LeftButton, {}, from.toPoint());
+    for (int step = 1; step <= dragSteps; ++step)
+        QTest::mouseMove(&window, (from + (to - from) * step / dragSteps).toPoint(), 5);
+    if (releases)
+        QTest::mouseRelease(&window, Qt::LeftButton, {}, to.toPoint());
+}
+
+void CentreWindow::key(Qt::Key key)
+{
+    QTest::keyClick(&window, key);
+    EXPECT_TRUE(settle());
+}
+
+bool CentreWindow::settle()
+{
+    // What was asked for may begin only with the next frame.
+    window.grabWindow();
+    return eventually([this] { return !isMoving(*window.contentItem()); }) && !window.grabWindow().isNull();
+}
+
+QImage CentreWindow::look(const std::string& name)
+{
+    auto image = window.grabWindow();
+    if (const char* folder = std::getenv("KOVA_SCREENSHOTS")) {
+        const auto file = QString::fromStdString(std::string {folder} + "/" + name) + QStringLiteral("-%1.png");
+        image.save(file.arg(window.effectiveDevicePixelRatio()));
+    }
+    return image;
+}
+
+QColor CentreWindow::colorAt(const QImage& image, QPointF point)
+{
+    return image.pixelColor((point * image.devicePixelRatio()).toPoint());
+}
+
+std::vector<KovaNotification> inboxOf(int count)
+{
+    std::vector<KovaNotification> inbox;
+    for (int index = 0; index < count; ++index) {
+        KovaNotification record;
+        record.notificationID = "id-" + std::to_string(index);
+        record.title = "Aviso " + std::to_string(index);
+        record.body = "Seu pedido " + std::to_string(index) + " saiu para entrega.";
+        record.launchURL = "https://loja.example/pedidos/" + std::to_string(index);
+        record.att = "";
+        inbox.push_back(std::move(record));
+    }
+    return inbox;
+}
+
+} // namespace kova::tests

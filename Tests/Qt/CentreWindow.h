@@ -1,0 +1,87 @@
+// The notification centre in a window of a phone's size, and a user's hands.
+//
+// The window has content of the host's own beneath. With KOVA_SCREENSHOTS naming a folder, every look at the window is
+// also saved there.
+
+#pragma once
+
+#include "KovaSDK/Push/PushModel/KovaNotification.h"
+#include "Platform/Qt/QtPlatform.h"
+#include "Platform/Qt/QtScreen.h"
+#include "Platform/UIKit/UIButton.h"
+#include "Platform/UIKit/UINavigationController.h"
+#include "Platform/UIKit/UITableView.h"
+#include "Platform/UIKit/UIWindow.h"
+#include "Tests/Support/TestPlatform.h"
+
+#include <QColor>
+#include <QImage>
+#include <QQuickWindow>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kova::tests {
+
+/// True once the condition holds; gives up after five seconds.
+[[nodiscard]] bool eventually(const std::function<bool()>& condition);
+
+/// Records of every kind: read and unread, with and without picture, long and short.
+[[nodiscard]] std::vector<KovaNotification> sampleInbox();
+[[nodiscard]] std::vector<KovaNotification> inboxOf(int count);
+
+class CentreWindow {
+public:
+    explicit CentreWindow(QSize size = {390, 844});
+    ~CentreWindow();
+    CentreWindow(const CentreWindow&) = delete;
+    CentreWindow& operator=(const CentreWindow&) = delete;
+
+    /// Opens the centre over an inbox and waits until it stands still.
+    void open(const std::vector<KovaNotification>& inbox);
+
+    [[nodiscard]] UIWindow& model() const;
+    [[nodiscard]] UIViewController& top() const { return *model().topViewController(); }
+    [[nodiscard]] UINavigationController& stack() const;
+    [[nodiscard]] UITableView& table() const;
+    /// The button with that title on the topmost screen, null when there is none.
+    [[nodiscard]] UIButton* button(const std::string& title) const;
+
+    /// In the window's points.
+    [[nodiscard]] QRectF place(const UIView& view) const;
+    [[nodiscard]] QRectF placeOfRow(std::int64_t row) const;
+
+    void tap(QPointF at);
+    void tap(const UIView& view) { tap(place(view).center()); }
+    void tapRow(std::int64_t row) { tap(placeOfRow(row).center()); }
+    /// With the left button or the finger held down, in small steps.
+    void drag(QPointF from, QPointF to, bool releases = true);
+    void key(Qt::Key key);
+
+    /// Waits until no animation runs and everything is drawn. False when that takes too long.
+    [[nodiscard]] bool settle();
+    /// What is seen now.
+    [[nodiscard]] QImage look(const std::string& name);
+    /// The colour at a place given in points.
+    [[nodiscard]] static QColor colorAt(const QImage& image, QPointF point);
+
+    TestPlatform platform {"http://127.0.0.1:9/v2/", MainLoop::Host};
+    QtPlatform qt;
+    QQuickWindow window;
+    std::unique_ptr<QtScreen> screen;
+};
+
+/// The first view of the class at or beneath a view, null when there is none.
+template <typename Kind> Kind* find(UIView& view)
+{
+    if (auto* found = dynamic_cast<Kind*>(&view))
+        return found;
+    for (const auto& child : view.subviews()) {
+        if (auto* found = find<Kind>(*child))
+            return found;
+    }
+    return nullptr;
+}
+
+} // namespace kova::tests

@@ -1,0 +1,17 @@
+// Qt needs its application object before any test, and a platform that needs no screen.
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <cstdlib>
+
+int main(int argc, char** argv)
+{
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    ::setenv("QT_QUICK_BACKEND", "software", 1);
+    // The accessibility tree is built only when somebody asks for it.
+    ::setenv("QT_ACCESSIBILITY", "1", 1);
+    QApplication application {argc, argv};
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
