@@ -12,4 +12,7 @@ UIView {
         onPressedChanged: button.pressed(pressed)
         onTapped: button.tapped()
     }
+
+    FocusRing {
+    }
 }

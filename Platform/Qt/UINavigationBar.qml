@@ -3,9 +3,6 @@
 import QtQuick
 
 UIView {
-    // Nothing beneath is reached through the bar.
-    TapHandler { gesturePolicy: TapHandler.ReleaseWithinBounds }
-
     Rectangle {
         anchors.bottom: parent.bottom
         width: parent.width

@@ -53,4 +53,7 @@ UIView {
             onTapped: cell.deleteTapped()
         }
     }
+
+    FocusRing {
+    }
 }

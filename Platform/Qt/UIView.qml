@@ -10,9 +10,4 @@ ViewItem {
     Accessible.name: view.name
     Accessible.description: view.description
     Accessible.ignored: view.ignored
-
-    FocusRing {
-        visible: view.focusRing
-        radius: view.cornerRadius
-    }
 }

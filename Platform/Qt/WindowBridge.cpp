@@ -7,6 +7,7 @@
 #include "Platform/UIKit/CATextLayer.h"
 #include "Platform/UIKit/SFSafariViewController.h"
 #include "Platform/UIKit/UIAlertController.h"
+#include "Platform/UIKit/UINavigationBar.h"
 #include "Platform/UIKit/UINavigationController.h"
 
 #include <QAccessible>
@@ -259,7 +260,7 @@ void WindowBridge::showLook(ViewNode& node, UIView& view)
     item.setVisible(!view.isHidden());
     item.setClip(view.clipsToBounds() && !view.subviews().empty());
     const bool isScreen = view.superview() == &m_window && m_window.subviews().front().get() != &view;
-    item.setBlocksInput(isScreen);
+    item.setBlocksInput(isScreen || dynamic_cast<const UINavigationBar*>(&view));
     item.setShape(shapeOf(view));
     auto content = contentOf(view);
     complete(content, view);

@@ -92,14 +92,13 @@ UIButton* CentreWindow::button(const std::string& title) const
 QRectF CentreWindow::place(const UIView& view) const
 {
     const auto rect = view.convert(view.bounds(), nullptr);
-    return {rect.minX() - view.bounds().minX(), rect.minY() - view.bounds().minY(), rect.size.width, rect.size.height};
+    return {rect.minX(), rect.minY(), rect.size.width, rect.size.height};
 }
 
 QRectF CentreWindow::placeOfRow(std::int64_t row) const
 {
     const auto rect = table().convert(table().rectForRow({.row = row}), nullptr);
-    return {rect.minX() - table().contentOffset().x, rect.minY() - table().contentOffset().y, rect.size.width,
-        rect.size.height};
+    return {rect.minX(), rect.minY(), rect.size.width, rect.size.height};
 }
 
 void CentreWindow::tap(QPointF at)
