@@ -29,7 +29,10 @@ ScreenItem::ScreenItem(QQuickItem& area, std::shared_ptr<UIViewController> prese
     follow();
 }
 
-ScreenItem::~ScreenItem() = default;
+ScreenItem::~ScreenItem()
+{
+    enableHost();
+}
 
 void ScreenItem::wake()
 {
@@ -48,9 +51,6 @@ void ScreenItem::updatePolish()
 
 void ScreenItem::takeFocus()
 {
-    auto* const focused = window()->activeFocusItem();
-    if (focused && !isAncestorOf(focused))
-        m_focusBefore = focused;
     forceActiveFocus(Qt::OtherFocusReason);
 }
 
@@ -58,13 +58,36 @@ void ScreenItem::setCovering(bool covers)
 {
     if (std::exchange(m_isCovering, covers) == covers)
         return;
+    setAcceptedMouseButtons(covers ? Qt::AllButtons : Qt::NoButton);
+    setAcceptTouchEvents(covers);
+    setAcceptHoverEvents(covers);
+    // An item on top alone would not keep touches from the handlers of those beneath.
+    if (covers && parentItem()) {
+        if (window() && !m_focusBefore)
+            m_focusBefore = window()->activeFocusItem();
+        for (auto* sibling : parentItem()->childItems()) {
+            if (sibling != this && sibling->isEnabled()) {
+                sibling->setEnabled(false);
+                m_disabled.emplace_back(sibling);
+            }
+        }
+    }
     if (!covers) {
+        enableHost();
         setFocus(false);
         if (const auto before = std::exchange(m_focusBefore, nullptr))
             before->forceActiveFocus(Qt::OtherFocusReason);
     }
     if (m_covers)
         m_covers(covers);
+}
+
+void ScreenItem::enableHost()
+{
+    for (const auto& item : std::exchange(m_disabled, {})) {
+        if (item)
+            item->setEnabled(true);
+    }
 }
 
 void ScreenItem::geometryChange(const QRectF& geometry, const QRectF& before)
@@ -85,6 +108,23 @@ void ScreenItem::itemChange(ItemChange change, const ItemChangeData& data)
 void ScreenItem::keyPressEvent(QKeyEvent* event)
 {
     event->setAccepted(m_bridge->keyPressed(event->key()));
+}
+
+// What nothing on the screens wants goes no further.
+
+void ScreenItem::mousePressEvent(QMouseEvent* event)
+{
+    event->setAccepted(m_isCovering);
+}
+
+void ScreenItem::touchEvent(QTouchEvent* event)
+{
+    event->setAccepted(m_isCovering);
+}
+
+void ScreenItem::wheelEvent(QWheelEvent* event)
+{
+    event->setAccepted(m_isCovering);
 }
 
 } // namespace kova

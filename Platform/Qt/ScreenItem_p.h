@@ -13,6 +13,7 @@
 #include <QQuickItem>
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace kova {
 
@@ -29,16 +30,22 @@ protected:
     void geometryChange(const QRectF& geometry, const QRectF& before) override;
     void itemChange(ItemChange change, const ItemChangeData& data) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void touchEvent(QTouchEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
     void updatePolish() override;
 
 private:
     void wake();
     void setCovering(bool covers);
     void takeFocus();
+    void enableHost();
 
     UIWindow m_window {{}};
     std::function<void(bool)> m_covers;
     std::unique_ptr<WindowBridge> m_bridge;
+    /// The host's items that are out of reach while something covers them.
+    std::vector<QPointer<QQuickItem>> m_disabled;
     QPointer<QQuickItem> m_focusBefore;
     bool m_isCovering = false;
 };

@@ -5,12 +5,11 @@ import QtQuick
 UIView {
     id: button
 
-    Accessible.onPressAction: button.tapped()
+    Accessible.onPressAction: button.activated()
 
     TapHandler {
-        gesturePolicy: TapHandler.ReleaseWithinBounds
         onPressedChanged: button.pressed(pressed)
-        onTapped: button.tapped()
+        onTapped: (eventPoint) => button.tapped(eventPoint.position)
     }
 
     FocusRing {

@@ -5,11 +5,11 @@ import QtQuick
 UIView {
     id: cell
 
-    Accessible.onPressAction: cell.tapped()
+    Accessible.onPressAction: cell.activated()
 
     TapHandler {
         id: tap
-        onTapped: cell.tapped()
+        onTapped: (eventPoint) => cell.tapped(eventPoint.position)
     }
 
     DragHandler {
@@ -49,8 +49,7 @@ UIView {
         }
 
         TapHandler {
-            gesturePolicy: TapHandler.ReleaseWithinBounds
-            onTapped: cell.deleteTapped()
+                onTapped: cell.deleteTapped()
         }
     }
 

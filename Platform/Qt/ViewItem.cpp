@@ -1,7 +1,6 @@
 #include "Platform/Qt/ViewItem_p.h"
 
 #include <QQuickWindow>
-#include <QWheelEvent>
 #include <cmath>
 
 namespace kova {
@@ -51,14 +50,6 @@ void ViewItem::setContent(const ViewItemContent& content)
     emit contentChanged();
 }
 
-void ViewItem::setBlocksInput(bool blocks)
-{
-    m_blocksInput = blocks;
-    setAcceptedMouseButtons(blocks ? Qt::AllButtons : Qt::NoButton);
-    setAcceptTouchEvents(blocks);
-    setAcceptHoverEvents(blocks);
-}
-
 void ViewItem::setShift(QPointF shift)
 {
     if (m_shift == shift)
@@ -80,10 +71,16 @@ void ViewItem::setAlpha(double alpha)
     setOpacity(m_alpha * m_fade);
 }
 
-void ViewItem::tapped()
+void ViewItem::tapped(QPointF at)
 {
     if (m_listener)
-        m_listener->itemTapped(*this);
+        m_listener->itemTapped(*this, at);
+}
+
+void ViewItem::activated()
+{
+    if (m_listener)
+        m_listener->itemTapped(*this, std::nullopt);
 }
 
 void ViewItem::pressed(bool isPressed)
@@ -145,21 +142,6 @@ void ViewItem::itemChange(ItemChange change, const ItemChangeData& data)
         update();
     }
     QQuickItem::itemChange(change, data);
-}
-
-void ViewItem::mousePressEvent(QMouseEvent* event)
-{
-    event->setAccepted(m_blocksInput);
-}
-
-void ViewItem::touchEvent(QTouchEvent* event)
-{
-    event->setAccepted(m_blocksInput);
-}
-
-void ViewItem::wheelEvent(QWheelEvent* event)
-{
-    event->setAccepted(m_blocksInput);
 }
 
 } // namespace kova

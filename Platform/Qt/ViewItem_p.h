@@ -11,6 +11,7 @@
 #include <QImage>
 #include <QQuickItem>
 #include <memory>
+#include <optional>
 
 namespace kova {
 
@@ -23,7 +24,8 @@ class ViewItemListener {
 public:
     virtual ~ViewItemListener() = default;
 
-    virtual void itemTapped(ViewItem& item) = 0;
+    /// At a point of the item, or by the means of assistive technology.
+    virtual void itemTapped(ViewItem& item, std::optional<QPointF> at) = 0;
     virtual void itemPressed(ViewItem& item, bool isPressed) = 0;
     virtual void itemScrolled(ViewItem& item, double contentY) = 0;
     /// A horizontal drag, `distance` points from where it began.
@@ -118,8 +120,6 @@ public:
     void setShape(const ViewItemShape& shape);
     void setContent(const ViewItemContent& content);
     [[nodiscard]] const ViewItemContent& content() const { return m_content; }
-    /// Whether what is pressed here and meant for nothing inside stops here, instead of reaching what lies beneath.
-    void setBlocksInput(bool blocks);
     void setScrollPosition(double contentY) { emit scrollRequested(contentY); }
 
     [[nodiscard]] const QString& text() const { return m_content.text; }
@@ -151,7 +151,8 @@ public:
     void setAlpha(double alpha);
 
     // For the QML files: what the user does.
-    Q_INVOKABLE void tapped();
+    Q_INVOKABLE void tapped(QPointF at);
+    Q_INVOKABLE void activated();
     Q_INVOKABLE void pressed(bool isPressed);
     Q_INVOKABLE void scrolled(double contentY);
     Q_INVOKABLE void dragBegan();
@@ -171,9 +172,6 @@ protected:
     QSGNode* updatePaintNode(QSGNode* before, UpdatePaintNodeData* data) override;
     void geometryChange(const QRectF& geometry, const QRectF& before) override;
     void itemChange(ItemChange change, const ItemChangeData& data) override;
-    void mousePressEvent(QMouseEvent* event) override;
-    void touchEvent(QTouchEvent* event) override;
-    void wheelEvent(QWheelEvent* event) override;
 
 private:
     void place();
@@ -186,7 +184,6 @@ private:
     QPointF m_shift {};
     double m_fade = 1;
     double m_alpha = 1;
-    bool m_blocksInput = false;
     ViewItemShape m_shape {};
     ViewItemContent m_content {};
     /// The picture in the scene graph is out of date.

@@ -7,7 +7,6 @@
 #include "Platform/UIKit/CATextLayer.h"
 #include "Platform/UIKit/SFSafariViewController.h"
 #include "Platform/UIKit/UIAlertController.h"
-#include "Platform/UIKit/UINavigationBar.h"
 #include "Platform/UIKit/UINavigationController.h"
 
 #include <QAccessible>
@@ -241,6 +240,9 @@ void WindowBridge::placeChildren(ViewNode& node, UIView& view)
         if (below)
             child->item->stackAfter(below->item.get());
         below = child.get();
+        // What lies beneath a presented screen is out of reach.
+        if (&view == &m_window)
+            child->item->setEnabled(child == node.children.back());
     }
 }
 
@@ -259,8 +261,6 @@ void WindowBridge::showLook(ViewNode& node, UIView& view)
     auto& item = *node.item;
     item.setVisible(!view.isHidden());
     item.setClip(view.clipsToBounds() && !view.subviews().empty());
-    const bool isScreen = view.superview() == &m_window && m_window.subviews().front().get() != &view;
-    item.setBlocksInput(isScreen || dynamic_cast<const UINavigationBar*>(&view));
     item.setShape(shapeOf(view));
     auto content = contentOf(view);
     complete(content, view);

@@ -4,6 +4,8 @@
 #include "Platform/Qt/WindowBridge_p.h"
 #include "Platform/UIKit/UIAlertController.h"
 #include "Platform/UIKit/UIControl.h"
+#include "Platform/UIKit/UIImageView.h"
+#include "Platform/UIKit/UILabel.h"
 #include "Platform/UIKit/UINavigationController.h"
 
 #include <algorithm>
@@ -15,6 +17,25 @@ namespace {
 
 /// How far a drag from the edge must go to mean "back", in points.
 constexpr double backDistance = 60;
+
+/// Whether another view lies over a view at a point of it. Texts and pictures let touches through.
+bool isCovered(const UIView& view, CGPoint at)
+{
+    const auto point = view.convert({at, {}}, nullptr).origin;
+    for (const auto* beneath = &view; beneath->superview(); beneath = beneath->superview()) {
+        const auto& siblings = beneath->superview()->subviews();
+        auto above = std::ranges::find(siblings, beneath, &std::shared_ptr<UIView>::get);
+        for (++above; above != siblings.end(); ++above) {
+            const auto& other = **above;
+            const auto area = other.convert(other.bounds(), nullptr);
+            const bool isThere = !other.isHidden() && other.alpha() > 0 && point.x >= area.minX()
+                && point.x < area.maxX() && point.y >= area.minY() && point.y < area.maxY();
+            if (isThere && !dynamic_cast<const UILabel*>(&other) && !dynamic_cast<const UIImageView*>(&other))
+                return true;
+        }
+    }
+    return false;
+}
 
 UITableView* tableOf(const UIView& cell)
 {
@@ -37,11 +58,13 @@ UIView* WindowBridge::viewOf(const ViewItem& item) const
     return found == m_nodes.end() ? nullptr : found->second->view.get();
 }
 
-void WindowBridge::itemTapped(ViewItem& item)
+void WindowBridge::itemTapped(ViewItem& item, std::optional<QPointF> at)
 {
+    auto* const view = viewOf(item);
+    if (!view || (at && kova::isCovered(*view, {.x = at->x(), .y = at->y()})))
+        return;
     m_focus.hide();
     focusMoved();
-    auto* const view = viewOf(item);
     if (auto* control = dynamic_cast<UIControl*>(view)) {
         m_swipe.close();
         control->sendActions(UIControlEvents::touchUpInside);

@@ -55,7 +55,7 @@ private:
     };
 
     // ViewItemListener
-    void itemTapped(ViewItem& item) override;
+    void itemTapped(ViewItem& item, std::optional<QPointF> at) override;
     void itemPressed(ViewItem& item, bool isPressed) override;
     void itemScrolled(ViewItem& item, double contentY) override;
     void itemDragged(ViewItem& item, DragPhase phase, double distance) override;
