@@ -6,7 +6,8 @@ UIView {
     id: scrollView
 
     container: flickable.contentItem
-    onScrollRequested: (contentY) => flickable.contentY = contentY
+    // Setting it stops what moves, so it is not set to what it is.
+    onScrollRequested: (contentY) => { if (flickable.contentY !== contentY) flickable.contentY = contentY }
 
     Flickable {
         id: flickable

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QPropertyAnimation>
 #include <QQuickItem>
 #include <QTest>
@@ -16,9 +17,13 @@ namespace {
 
 constexpr int patienceMs = 5000;
 constexpr int dragSteps = 12;
+/// A hand takes its time: how fast it moved decides how far a list goes on.
+constexpr int stepMs = 5;
 
 bool isMoving(const QQuickItem& item)
 {
+    if (!item.isVisible())
+        return false;
     const auto animations = item.findChildren<QPropertyAnimation*>(Qt::FindDirectChildrenOnly);
     for (const auto* animation : animations) {
         if (animation->state() == QAbstractAnimation::Running)
@@ -107,13 +112,25 @@ void CentreWindow::tap(QPointF at)
     EXPECT_TRUE(settle());
 }
 
-void CentreWindow::drag(QPointF from, QPointF to, bool releases)
+void CentreWindow::drag(QPointF from, QPointF to)
 {
     QTest::mousePress(&window, Qt::LeftButton, {}, from.toPoint());
     for (int step = 1; step <= dragSteps; ++step)
-        QTest::mouseMove(&window, (from + (to - from) * step / dragSteps).toPoint(), 5);
-    if (releases)
-        QTest::mouseRelease(&window, Qt::LeftButton, {}, to.toPoint());
+        QTest::mouseMove(&window, (from + (to - from) * step / dragSteps).toPoint(), stepMs);
+    QTest::mouseRelease(&window, Qt::LeftButton, {}, to.toPoint());
+    EXPECT_TRUE(settle());
+}
+
+void CentreWindow::dragFinger(QPointF from, QPointF to)
+{
+    static auto* const finger = QTest::createTouchDevice();
+    QTest::touchEvent(&window, finger).press(0, from.toPoint());
+    for (int step = 1; step <= dragSteps; ++step) {
+        QTest::qWait(stepMs);
+        QTest::touchEvent(&window, finger).move(0, (from + (to - from) * step / dragSteps).toPoint());
+    }
+    QTest::touchEvent(&window, finger).release(0, to.toPoint());
+    EXPECT_TRUE(settle());
 }
 
 void CentreWindow::key(Qt::Key key)
@@ -124,9 +141,13 @@ void CentreWindow::key(Qt::Key key)
 
 bool CentreWindow::settle()
 {
-    // What was asked for may begin only with the next frame.
-    window.grabWindow();
-    return eventually([this] { return !isMoving(*window.contentItem()); }) && !window.grabWindow().isNull();
+    return eventually([this] {
+        // What was asked for begins with a frame, and what has ended is cleared away with the next one.
+        QCoreApplication::processEvents();
+        window.grabWindow();
+        QCoreApplication::processEvents();
+        return !isMoving(*window.contentItem()) && !window.grabWindow().isNull();
+    });
 }
 
 QImage CentreWindow::look(const std::string& name)

@@ -55,8 +55,9 @@ public:
     void tap(QPointF at);
     void tap(const UIView& view) { tap(place(view).center()); }
     void tapRow(std::int64_t row) { tap(placeOfRow(row).center()); }
-    /// With the left button or the finger held down, in small steps.
-    void drag(QPointF from, QPointF to, bool releases = true);
+    /// In small steps, with the left button held down or with a finger.
+    void drag(QPointF from, QPointF to);
+    void dragFinger(QPointF from, QPointF to);
     void key(Qt::Key key);
 
     /// Waits until no animation runs and everything is drawn. False when that takes too long.
