@@ -76,10 +76,12 @@ void centre(const ScriptCommand& command, HostContext& context)
         throw ScriptError {"centre: the field \"action\" must be \"open\" or \"close\""};
     if ((action == "open") == isOpen)
         throw ScriptError {std::string {"centre: the centre is "} + (isOpen ? "open already" : "not open")};
-    if (isOpen)
-        screen.dismiss(true);
-    else
+    if (!isOpen)
         screen.openCentre();
+    else if (auto* list = dynamic_cast<NotificationViewController*>(context.window.window().topViewController()))
+        list->navigationItem().leftBarButtonItem()->sendAction();
+    else
+        screen.dismiss(true);
 }
 
 void selectRow(const ScriptCommand& command, HostContext& context)
@@ -194,7 +196,7 @@ void buttonBadge(const ScriptCommand& command, HostContext& context)
 
 void resize(const ScriptCommand& command, HostContext& context)
 {
-    context.window.window().setFrame({0, 0, extent(command, "width"), extent(command, "height")});
+    context.window.resize({.width = extent(command, "width"), .height = extent(command, "height")});
 }
 
 void screen(const ScriptCommand&, HostContext& context)

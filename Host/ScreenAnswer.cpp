@@ -107,6 +107,8 @@ void describe(NotificationViewController& list, Value::Dictionary& answer)
                 {"background", rgba(bar.barTintColor())},
                 {"title", rgba(bar.titleTextForegroundColor())},
                 {"translucent", bar.isTranslucent()},
+                {"stackTitle", text(navigation->title())},
+                {"lightStatusBar", list.preferredStatusBarStyle() == UIStatusBarStyle::lightContent},
             });
     }
 }

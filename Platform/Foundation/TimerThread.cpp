@@ -34,17 +34,21 @@ void TimerThread::dropAll()
     std::thread thread;
     {
         const std::lock_guard lock {m_mutex};
-        m_isEnding = true;
-        m_changed.notify_all();
         thread = std::move(m_thread);
+        // Whoever took the thread ends it: two may come at once.
+        if (thread.joinable())
+            m_isEnding = true;
+        m_changed.notify_all();
     }
-    if (thread.joinable())
+    const bool hasEnded = thread.joinable();
+    if (hasEnded)
         thread.join();
     // Destroyed with no lock held: what the dropped tasks own may call back.
     decltype(m_waiting) dropped;
     const std::lock_guard lock {m_mutex};
     dropped.swap(m_waiting);
-    m_isEnding = false;
+    if (hasEnded)
+        m_isEnding = false;
 }
 
 void TimerThread::run()

@@ -10,7 +10,7 @@ namespace kova {
 namespace {
 
 constexpr double advance = 0.6;
-constexpr double lineHeight = 1.2;
+constexpr double lineHeight = 1.0;
 
 /// Counted in code points: the lines that texts have been broken into, and the widest of them.
 struct Lines {

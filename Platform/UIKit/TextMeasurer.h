@@ -1,7 +1,7 @@
 // How much room a text takes: what a drawing platform knows and the layout asks.
 //
-// Without a drawing platform a fixed pitch stands in: each code point is 0.6 of the point size wide, each line 1.2 of
-// it high. Threads: the main thread only.
+// Without a drawing platform a fixed pitch stands in: each code point is 0.6 of the point size wide, each line as high
+// as the point size. Threads: the main thread only.
 
 #pragma once
 

@@ -1,5 +1,7 @@
 #include "Platform/UIKit/UIControl.h"
 
+#include "Platform/UIKit/KeepAlive.h"
+
 #include <utility>
 
 namespace kova {
@@ -16,8 +18,10 @@ void UIControl::sendActions(UIControlEvents forControlEvents)
     // An action may add others, or close the screen that this control is on.
     for (const auto actions = m_actions; const auto& action : actions) {
         const bool isMeant = (static_cast<unsigned>(action.events) & static_cast<unsigned>(forControlEvents)) != 0;
-        if (isMeant && action.target)
-            action.run();
+        if (!isMeant || !action.target)
+            continue;
+        const auto target = keepAlive(action.target.get());
+        action.run();
     }
 }
 

@@ -31,6 +31,7 @@ protected:
     void loadView() override;
     void prepareForAppearance() override;
     [[nodiscard]] UIViewController* childForAppearance() const override { return m_stack.back().get(); }
+    void presentationDidEnd() override { m_stack.back()->presentationDidEnd(); }
 
 private:
     using Screens = std::vector<std::shared_ptr<UIViewController>>;

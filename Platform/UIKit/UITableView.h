@@ -123,6 +123,8 @@ private:
     bool m_needsUsualHeight = true;
     /// The content may have become shorter than the offset allows.
     bool m_clampsOffset = false;
+    /// Of the last layout: content is clamped when the view grows, not while it bounces.
+    CGSize m_laidOutSize {};
     bool m_isPlacingRows = false;
     /// Counts what changes rows, so that a layout notices when the data source changes them under its hands.
     std::uint64_t m_generation = 0;

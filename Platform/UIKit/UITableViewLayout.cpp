@@ -4,6 +4,7 @@
 #include "Platform/UIKit/UITableView.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace kova {
@@ -21,6 +22,8 @@ void UITableView::layoutSubviews()
     if (m_isPlacingRows || m_batchDepth > 0)
         return;
     const auto self = keepAlive(*this);
+    if (std::exchange(m_laidOutSize, bounds().size) != bounds().size)
+        m_clampsOffset = true;
     m_isPlacingRows = true;
     if (!m_dataSource && m_rowCount > 0) {
         forgetRows();
@@ -130,12 +133,12 @@ void UITableView::show(std::int64_t row, const std::shared_ptr<UITableViewCell>&
 /// How many subviews lie beneath the row's cell: cells are stacked by row, beneath whatever else there is.
 std::size_t UITableView::levelOf(std::int64_t row) const
 {
-    std::size_t level = 0;
-    for (auto visible = m_visibleRows.begin(); visible->first != row; ++visible) {
-        const auto found = std::ranges::find(subviews(), visible->second.cell.get(), &std::shared_ptr<UIView>::get);
-        level = static_cast<std::size_t>(found - subviews().begin()) + 1;
-    }
-    return level;
+    const auto visible = m_visibleRows.find(row);
+    if (visible == m_visibleRows.begin())
+        return 0;
+    const auto* below = std::prev(visible)->second.cell.get();
+    const auto found = std::ranges::find(subviews(), below, &std::shared_ptr<UIView>::get);
+    return static_cast<std::size_t>(found - subviews().begin()) + 1;
 }
 
 } // namespace kova

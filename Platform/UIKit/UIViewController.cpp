@@ -143,6 +143,7 @@ void UIViewController::dismiss(bool animated, std::function<void()> completion)
     const auto self = keepAlive(*this);
     const auto presenterItself = keepAlive(*presenter);
     presenter->dismissPresented(animated);
+    presenter->presentationDidEnd();
     if (completion)
         completion();
 }

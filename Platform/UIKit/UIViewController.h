@@ -87,6 +87,10 @@ protected:
     virtual void viewWillDisappear(bool animated);
     virtual void viewDidDisappear(bool animated);
 
+    /// What was presented from here has been closed; a stack passes it on to its topmost screen. For presenters that
+    /// stay beneath, which do not appear again.
+    virtual void presentationDidEnd() { }
+
     /// The screen that appears and disappears with this one, null for none.
     [[nodiscard]] virtual UIViewController* childForAppearance() const { return nullptr; }
 

@@ -2,6 +2,7 @@
 
 #include "KovaSDK/Push/Central/Controller/NotificationViewController.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
+#include "Platform/Foundation/Print.h"
 #include "Platform/UIKit/UINavigationController.h"
 
 #include <utility>
@@ -11,6 +12,8 @@ namespace kova {
 CentralCoordinator::CentralCoordinator(std::shared_ptr<UIViewController> screen)
     : presenter(std::move(screen))
 {
+    if (!presenter)
+        fatalError("CentralCoordinator needs a presenter: the screen of the host over which it opens the centre");
 }
 
 void CentralCoordinator::start()

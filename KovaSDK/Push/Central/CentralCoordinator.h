@@ -17,6 +17,7 @@ class UIViewController;
 
 class CentralCoordinator : public Coordinator {
 public:
+    /// Without a screen the process stops.
     explicit CentralCoordinator(std::shared_ptr<UIViewController> screen);
 
     /// The host's screen, over which the centre is presented.

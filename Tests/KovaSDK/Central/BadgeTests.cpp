@@ -36,6 +36,8 @@ TEST(CentralButtonTest, TheBadgeStandsOnTheCornerAndIsNeverNarrowerThanHigh)
         EXPECT_EQ(button.badgeLabel->layer().cornerRadius(), height / 2) << text;
         EXPECT_EQ(button.subviews().back(), button.badgeLabel) << text;
     }
+    button.setBadge("1");
+    EXPECT_EQ(button.badgeLabel->frame(), (CGRect {91, -9, 18, 18})) << "one character stands in a circle";
     EXPECT_EQ(button.badgeLabel->textAlignment(), NSTextAlignment::center);
     EXPECT_TRUE(button.badgeLabel->clipsToBounds());
 

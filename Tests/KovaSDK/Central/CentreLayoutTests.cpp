@@ -147,6 +147,13 @@ TEST(CentreLayoutTest, TheTableFillsTheWindowAndFollowsItsSize)
     EXPECT_EQ(centre.table().frame(), (CGRect {0, 0, 768, 400}));
     EXPECT_EQ(centre.cell(50)->frame(), (CGRect {0, 4000, 768, 80}));
     EXPECT_EQ(centre.cell(50)->img->frame().minX(), 718);
+
+    // At the end of the list a larger window shows rows above, not nothing below.
+    centre.table().setContentOffset({.x = 0, .y = 7600});
+    centre.window->setFrame({0, 0, 390, 2000});
+    centre.layOut();
+    EXPECT_EQ(centre.table().contentOffset().y, 6000);
+    EXPECT_EQ(centre.table().indexPathsForVisibleRows().size(), 25U);
 }
 
 TEST(CentreLayoutTest, ColoursAreReadWhenAViewIsBuilt)

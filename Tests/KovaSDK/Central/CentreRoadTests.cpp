@@ -155,6 +155,7 @@ TEST(CentreTest, DeletionsAreHeardWhileCoveredAndPushesWhileSeen)
 
 TEST(CentreTest, AnEmptiedStoreIsNoticedOnArrivalAndFatalOnSelection)
 {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
     TestPlatform platform {MainLoop::Host};
     Centre centre {{record("a")}};
     centre.open();
@@ -199,6 +200,29 @@ TEST(CentreTest, TheLinkOpensInTheBrowserWhenItIsAnURL)
             EXPECT_TRUE(detail->isOnScreen());
         }
     }
+}
+
+// The detail screen was read after it had gone when a host did so.
+TEST(CentreTest, AHostMayCloseTheCentreWhenItHearsOfADeletion)
+{
+    const TestPlatform platform {MainLoop::Host};
+    Centre centre {{record("b"), record("a")}};
+    centre.open();
+    centre.select(0);
+    NotificationCenter::default_().addObserver(
+        centre.host, [&](const Notification&) { centre.host->dismiss(true); },
+        NotificationName::didDeletedNotification);
+    centre.detail()->navigationItem().rightBarButtonItem()->sendAction();
+    centre.top<UIAlertController>()->userChooses(0);
+    centre.layOut();
+    EXPECT_FALSE(centre.host->presentedViewController());
+    EXPECT_EQ(Centre::stored(), (Titles {"a"}));
+}
+
+TEST(CentreTest, NeedsAPresenter)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(CentralCoordinator {nullptr}, "Fatal error: CentralCoordinator needs a presenter");
 }
 
 TEST(CentreTest, NothingOutlivesTheCentre)

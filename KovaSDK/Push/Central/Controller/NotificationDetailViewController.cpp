@@ -54,11 +54,8 @@ void NotificationDetailViewController::deleteNotification()
     alert->addAction({
         .title = "Apagar",
         .style = UIAlertActionStyle::default_,
-        .handler =
-            [self = WeakLink<NotificationDetailViewController> {this}] {
-                if (self)
-                    self->announceDeletion();
-            },
+        // A host may close the centre when it hears of the deletion.
+        .handler = [this, self = shared_from_this()] { announceDeletion(); },
     });
     alert->addAction({.title = "Cancelar", .style = UIAlertActionStyle::cancel});
     present(std::move(alert), true);

@@ -146,6 +146,8 @@ void NotificationViewController::updateTableView()
     if (buffer.empty())
         return;
     viewModel->notifications.insert(viewModel->notifications.begin(), buffer.front());
+    if (!scene)
+        return;
     auto& table = *scene->tableView;
     table.beginUpdates();
     table.insertRows({{.row = 0, .section = 0}}, UITableViewRowAnimation::top);

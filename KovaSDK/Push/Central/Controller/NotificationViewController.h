@@ -31,6 +31,7 @@ public:
     [[nodiscard]] std::shared_ptr<UITableViewCell> cellForRowAt(UITableView& tableView, IndexPath indexPath) override;
     [[nodiscard]] double heightForRowAt(UITableView& tableView, IndexPath indexPath) override;
     [[nodiscard]] bool canEditRowAt(UITableView& tableView, IndexPath indexPath) override;
+    /// Within an update batch, as the toolkit calls it.
     void commit(UITableView& tableView, UITableViewCellEditingStyle editingStyle, IndexPath forRowAt) override;
     void didSelectRowAt(UITableView& tableView, IndexPath indexPath) override;
 

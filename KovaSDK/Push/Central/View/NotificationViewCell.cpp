@@ -86,6 +86,7 @@ void NotificationViewCell::configure(const KovaNotification& notification)
     } else {
         img->setHidden(true);
     }
+    // Who does not see the marker hears of it.
     setAccessibilityValue(notification.read ? "lida" : "não lida");
     if (notification.read) {
         body->setFont(UIFont::systemFont(14));
