@@ -11,7 +11,9 @@
 #include "KovaSDK/Geolocation/GeolocationServices/KovaGeotrigger.h"
 #include "Platform/Linux/LinuxPlatform.h"
 
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <stop_token>
@@ -28,6 +30,8 @@ struct HostContext {
     SimulatedNetwork* network;
     Answers& answers;
     std::stop_token interruption;
+    /// The folder for a picture of the window after each line of the script; none: no pictures.
+    std::optional<std::filesystem::path> screenshots {};
     /// The one that a script has started, which its host has to keep.
     std::shared_ptr<KovaGeotrigger> geotrigger {};
 };

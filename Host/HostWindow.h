@@ -1,35 +1,47 @@
-// The host's window: a phone's screen with the host's own screen in it.
+// The host's window: a phone's screen with the host's own screen in it, drawn or not.
 //
-// Nothing is drawn: the window is laid out after each turn of the main queue in which something changed, as a drawing
-// platform would do before it paints. Main queue only.
+// Main queue only, but for run(), which is the main queue.
 
 #pragma once
 
 #include "Host/HostScreen.h"
 #include "Platform/UIKit/UIWindow.h"
-#include "Platform/UIKit/UIWindowObserver.h"
 
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <stop_token>
 
 namespace kova::host {
 
-class HostWindow : private UIWindowObserver {
+class HostWindow {
 public:
     static constexpr CGSize defaultSize {.width = 390, .height = 844};
 
-    HostWindow();
-    ~HostWindow() override;
+    virtual ~HostWindow() = default;
 
-    [[nodiscard]] UIWindow& window() { return *m_window; }
+    [[nodiscard]] virtual UIWindow& window() = 0;
     [[nodiscard]] HostScreen& screen() { return *m_screen; }
+    virtual void resize(CGSize size) = 0;
 
-private:
-    void viewDidChange(UIView& view, UIChange change) override;
-    void viewWillLeave(UIView&) override { }
+    /// Runs the main queue on the calling thread until a stop is requested, or the user closes the window.
+    virtual void run(const std::stop_token& stop) = 0;
 
-    std::shared_ptr<UIWindow> m_window;
+    /// Waits until everything stands still and saves what is seen as a PNG file. Throws std::runtime_error.
+    virtual void saveScreenshot(const std::filesystem::path& file) = 0;
+
+protected:
+    explicit HostWindow(std::shared_ptr<HostScreen> screen)
+        : m_screen(std::move(screen))
+    {
+    }
+
     std::shared_ptr<HostScreen> m_screen;
-    bool m_isLayoutPending = false;
 };
+
+/// A window that is drawn, on the screen or, where there is none and `isOffscreen`, in memory. Throws
+/// std::runtime_error when there is no screen, or this host was built without Qt. Made by the thread that will run()
+/// it.
+[[nodiscard]] std::unique_ptr<HostWindow> openDrawnWindow(std::shared_ptr<HostScreen> screen, bool isOffscreen);
 
 } // namespace kova::host

@@ -10,7 +10,19 @@ namespace kova::host {
 
 namespace {
 
-enum Option { Data = 1, Bundle, EventsURL, MetricsURL, GeotriggersURL, Network, AnswersFile, Help };
+enum Option {
+    Data = 1,
+    Bundle,
+    EventsURL,
+    MetricsURL,
+    GeotriggersURL,
+    Network,
+    AnswersFile,
+    Window,
+    Screenshot,
+    Payloads,
+    Help
+};
 
 constexpr std::array longOptions {
     option {"data", required_argument, nullptr, Data},
@@ -20,13 +32,17 @@ constexpr std::array longOptions {
     option {"geotriggers-url", required_argument, nullptr, GeotriggersURL},
     option {"network", required_argument, nullptr, Network},
     option {"answers", required_argument, nullptr, AnswersFile},
+    option {"window", no_argument, nullptr, Window},
+    option {"screenshot", required_argument, nullptr, Screenshot},
+    option {"payloads", required_argument, nullptr, Payloads},
     option {"help", no_argument, nullptr, Help},
     option {nullptr, 0, nullptr, 0},
 };
 
 constexpr const char* usage
     = "usage: kova-host --data DIR --bundle DIR [--events-url U] [--metrics-url U] [--geotriggers-url U]\n"
-      "                 [--network real|simulated] [--answers FILE] [SCRIPT]\n";
+      "                 [--network real|simulated] [--answers FILE]\n"
+      "                 [--window [--screenshot DIR] [--payloads DIR]] [SCRIPT]\n";
 
 } // namespace
 
@@ -59,6 +75,15 @@ Options Options::parse(int argumentCount, char** arguments)
         case AnswersFile:
             options.answers = optarg;
             break;
+        case Window:
+            options.window = true;
+            break;
+        case Screenshot:
+            options.screenshots = optarg;
+            break;
+        case Payloads:
+            options.payloads = optarg;
+            break;
         case Help:
             options.wantsHelp = true;
             return options;
@@ -71,6 +96,8 @@ Options Options::parse(int argumentCount, char** arguments)
         throw UsageError {std::string {"--data and --bundle are needed\n"} + usage};
     if (options.network != "real" && options.network != "simulated")
         throw UsageError {std::string {"--network is \"real\" or \"simulated\"\n"} + usage};
+    if (!options.window && (options.screenshots || !options.payloads.empty()))
+        throw UsageError {std::string {"--screenshot and --payloads are for a --window\n"} + usage};
     if (argumentCount - optind > 1)
         throw UsageError {std::string {"one script at most\n"} + usage};
     if (optind < argumentCount)
@@ -90,7 +117,14 @@ std::string helpText()
             "  --geotriggers-url U     base URL of the geotrigger web service, ending in /v1/geotriggers/\n"
             "  --network MODE          real (the default) or simulated: offline until a script switches it\n"
             "  --answers FILE          where answers go instead of standard error\n"
-            "  SCRIPT                  a file; standard input when it is - or missing\n"
+            "  --window                shows the host's screen, a shop, on which everything can be tried by hand; "
+            "stays\n"
+            "                          until it is closed. With a script it is played before your eyes\n"
+            "  --screenshot DIR        saves what is seen after each line of the script as DIR/NNN-COMMAND.png and "
+            "ends\n"
+            "                          with the script; drawn in memory where there is no screen\n"
+            "  --payloads DIR          raw payloads (*.json) that the shop offers to play\n"
+            "  SCRIPT                  a file; standard input when it is - or missing, nothing with a window\n"
             "\n"
             "A script has one JSON object a line, with \"do\" and the fields of that command. Blank lines and lines\n"
             "that begin with # are skipped. Answers are JSON objects, one a line. Commands:\n\n";

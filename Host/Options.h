@@ -22,8 +22,14 @@ struct Options {
     std::optional<std::string> geotriggersURL {};
     std::string network = "real";
     std::optional<std::filesystem::path> answers {};
-    /// A file, or "-" for standard input.
-    std::string script = "-";
+    /// A file, or "-" for standard input; none: with a window there is no script, else it is standard input.
+    std::optional<std::string> script {};
+    /// Whether to draw the host's screen.
+    bool window = false;
+    /// Where to save what is seen after each line of the script.
+    std::optional<std::filesystem::path> screenshots {};
+    /// A folder of payload files that the shop offers to play.
+    std::filesystem::path payloads {};
     bool wantsHelp = false;
 
     /// Throws UsageError.

@@ -6,25 +6,19 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <functional>
 
 namespace kova::host {
 
 namespace {
 
-void runLine(const std::string& line, HostContext& context)
+// What it throws is thrown here.
+void onMainQueue(const std::function<void()>& task)
 {
-    const ScriptCommand command {line};
-    const auto known = std::ranges::find(hostCommands(), command.name(), &HostCommand::name);
-    if (known == hostCommands().end())
-        throw ScriptError {"unknown command \"" + singleLine(command.name()) + "\" (kova-host --help lists all)"};
-    if (known->place == HostCommand::Place::ScriptThread) {
-        known->run(command, context);
-        return;
-    }
     std::exception_ptr failure;
     DispatchQueue::main().sync([&] {
         try {
-            known->run(command, context);
+            task();
         } catch (...) {
             failure = std::current_exception();
         }
@@ -40,7 +34,28 @@ ScriptOutcome report(const std::string& place, const std::exception& failure, Sc
     return outcome;
 }
 
+// "007-select.png" for the line 7.
+std::string screenshotName(std::size_t number, const std::string& line)
+{
+    const auto digits = std::to_string(number);
+    return std::string(digits.size() < 3 ? 3 - digits.size() : 0, '0') + digits + "-" + ScriptCommand {line}.name()
+        + ".png";
+}
+
 } // namespace
+
+void runLine(const std::string& line, HostContext& context)
+{
+    const ScriptCommand command {line};
+    const auto known = std::ranges::find(hostCommands(), command.name(), &HostCommand::name);
+    if (known == hostCommands().end())
+        throw ScriptError {"unknown command \"" + singleLine(command.name()) + "\" (kova-host --help lists all)"};
+    if (known->place == HostCommand::Place::ScriptThread) {
+        known->run(command, context);
+        return;
+    }
+    onMainQueue([&] { known->run(command, context); });
+}
 
 ScriptOutcome runScript(const std::string& name, LineReader& lines, HostContext& context)
 {
@@ -52,8 +67,12 @@ ScriptOutcome runScript(const std::string& name, LineReader& lines, HostContext&
             const auto line = lines.next();
             if (!line)
                 break;
-            if (!line->starts_with('#') && line->find_first_not_of(" \t\r") != std::string::npos)
+            if (!line->starts_with('#') && line->find_first_not_of(" \t\r") != std::string::npos) {
                 runLine(*line, context);
+                if (context.screenshots)
+                    onMainQueue(
+                        [&] { context.window.saveScreenshot(*context.screenshots / screenshotName(number, *line)); });
+            }
         } catch (const NotSettled& failure) {
             return report(name + ":" + std::to_string(number), failure, ScriptOutcome::NotSettled);
         } catch (const std::exception& failure) {

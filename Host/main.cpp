@@ -1,10 +1,14 @@
 // kova-host: the reference host application. It links the SDK as any host does and is driven by a script.
 
 #include "Host/Answers.h"
+#include "Host/HeadlessWindow.h"
 #include "Host/Interruption.h"
+#include "Host/LogTee.h"
 #include "Host/Options.h"
 #include "Host/ScriptRunner.h"
+#include "Platform/Foundation/Description.h"
 #include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/Print.h"
 #include "Platform/Foundation/URLSession.h"
 
 #include <fcntl.h>
@@ -12,8 +16,11 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <filesystem>
 #include <memory>
+#include <optional>
+#include <system_error>
+#include <thread>
 
 namespace {
 
@@ -37,14 +44,62 @@ ServiceAddresses addresses(const Options& options)
     return addresses;
 }
 
+// Opens the script; -1 when there is none. Opening a pipe without a writer must not hang: the reader waits for it, and
+// for the end. Throws std::system_error.
+int openScript(const Options& options)
+{
+    if (!options.script && options.window)
+        return -1;
+    const auto name = options.script.value_or("-");
+    const int script = name == "-" ? dup(STDIN_FILENO) : open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (script < 0)
+        throw std::system_error {errno, std::generic_category(), "cannot read " + name};
+    return script;
+}
+
+// The shop's buttons run their script lines here, since some of them wait for the main queue.
+class ShopKeeper {
+public:
+    explicit ShopKeeper(HostContext& context)
+        : m_context(context)
+        , m_log([this](const auto& lines) { m_context.window.screen().showLog(lines); })
+    {
+        auto& screen = context.window.screen();
+        screen.setPerformer([this](std::string line) { perform(std::move(line)); });
+        screen.keepBadges();
+    }
+    ~ShopKeeper()
+    {
+        m_context.window.screen().setPerformer({});
+        // What a button began may be waiting for the main queue, which nobody runs any more.
+        DispatchQueue::shutDownAll();
+    }
+    ShopKeeper(const ShopKeeper&) = delete;
+    ShopKeeper& operator=(const ShopKeeper&) = delete;
+
+    void perform(std::string line)
+    {
+        m_queue->async([this, line = std::move(line)] {
+            try {
+                runLine(line, m_context);
+            } catch (const std::exception& failure) {
+                print(singleLine(failure.what()));
+            }
+        });
+    }
+
+private:
+    HostContext& m_context;
+    LogTee m_log;
+    std::shared_ptr<DispatchQueue> m_queue = DispatchQueue::create("shop");
+};
+
 int run(const Options& options, const Interruption& interruption)
 {
-    // Opening a pipe without a writer must not hang: the reader waits for it, and for the end.
-    const int script
-        = options.script == "-" ? dup(STDIN_FILENO) : open(options.script.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (script < 0)
-        return fail("cannot read " + options.script + ": " + std::strerror(errno));
+    const int script = openScript(options);
     Answers answers {options.answers};
+    if (options.screenshots)
+        std::filesystem::create_directories(*options.screenshots);
 
     const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
     LinuxPlatform platform {{
@@ -62,20 +117,46 @@ int run(const Options& options, const Interruption& interruption)
     // Whatever waits for a reply is released at once, and keeps what it could not send.
     const std::stop_callback cancelRequests {interruption.token(), [] { URLSession::shared()->invalidateAndCancel(); }};
 
-    // The script has a thread of its own; this one runs the main queue until the script has ended.
-    HostWindow window;
-    HostContext context {platform, *vendor, *geofencing, window, network.get(), answers, interruption.token()};
-    LineReader lines {script, interruption.descriptor()};
-    std::stop_source ended;
+    const auto screen = std::make_shared<HostScreen>(options.payloads);
+    const auto window = options.window ? openDrawnWindow(screen, options.screenshots.has_value())
+                                       : std::make_unique<HeadlessWindow>(screen);
+    HostContext context {
+        platform, *vendor, *geofencing, *window, network.get(), answers, interruption.token(), options.screenshots};
+    std::optional<ShopKeeper> shop;
+    if (options.window)
+        shop.emplace(context);
+
+    // The script has a thread of its own; this one runs the main queue. A window that shows no script, or has shown it,
+    // stays until it is closed, but not if it was only there for its pictures.
+    std::stop_source windowEnds;
+    std::stop_source scriptEnded;
     auto outcome = ScriptOutcome::Done;
-    std::jthread scriptThread {[&] {
-        announceThread("script");
-        outcome = runScript(options.script, lines, context);
-        ended.request_stop();
-    }};
-    DispatchQueue::runMain(ended.get_token());
-    scriptThread.join();
-    close(script);
+    std::jthread scriptThread;
+    if (script >= 0) {
+        scriptThread = std::jthread {[&] {
+            announceThread("script");
+            LineReader lines {script, interruption.descriptor()};
+            outcome = runScript(options.script.value_or("-"), lines, context);
+            scriptEnded.request_stop();
+            if (!options.window || options.screenshots || outcome != ScriptOutcome::Done)
+                windowEnds.request_stop();
+        }};
+    } else {
+        scriptEnded.request_stop();
+        shop->perform(R"({"do":"start"})");
+        shop->perform(R"({"do":"geo-start"})");
+    }
+    const std::stop_callback closeWindow {interruption.token(), [&] {
+                                              if (options.window)
+                                                  windowEnds.request_stop();
+                                          }};
+    window->run(windowEnds.get_token());
+    // A script whose window was closed goes on to its end.
+    DispatchQueue::runMain(scriptEnded.get_token());
+    if (scriptThread.joinable())
+        scriptThread.join();
+    if (script >= 0)
+        close(script);
     return static_cast<int>(outcome);
 }
 

@@ -4,9 +4,11 @@
 
 #include <QEvent>
 #include <QPointer>
+#include <QPropertyAnimation>
 #include <QQuickWidget>
 #include <QQuickWindow>
 #include <QWidget>
+#include <algorithm>
 
 namespace kova {
 
@@ -33,6 +35,18 @@ public:
 private:
     QWidget& m_widget;
 };
+
+bool isMoving(const QQuickItem& item)
+{
+    if (!item.isVisible())
+        return false;
+    const auto isRunning
+        = [](const QPropertyAnimation* animation) { return animation->state() == QPropertyAnimation::Running; };
+    if (std::ranges::any_of(item.findChildren<QPropertyAnimation*>(Qt::FindDirectChildrenOnly), isRunning)
+        || item.property("moving").toBool())
+        return true;
+    return std::ranges::any_of(item.childItems(), [](const QQuickItem* child) { return isMoving(*child); });
+}
 
 } // namespace
 
@@ -81,5 +95,10 @@ QtScreen::QtScreen(QWidget& area)
 }
 
 QtScreen::~QtScreen() = default;
+
+bool QtScreen::isAtRest() const
+{
+    return !m_place->item || !isMoving(*m_place->item);
+}
 
 } // namespace kova

@@ -31,6 +31,10 @@ public:
     /// The screen on which others are presented; its own view is empty.
     [[nodiscard]] const std::shared_ptr<UIViewController>& presenter() const { return m_presenter; }
 
+    /// Whether everything stands still: no screen on its way, no list rolling, no fade. For who takes pictures; true
+    /// only once what was changed has been drawn.
+    [[nodiscard]] bool isAtRest() const;
+
 private:
     class Place;
 
