@@ -6,6 +6,7 @@
 #include "Platform/UIKit/UIWindow.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace kova {
 
@@ -21,13 +22,14 @@ void collect(UIView& view, std::vector<UIView*>& found)
             found.push_back(&view);
         return;
     }
-    // A bar comes first, as it is read, though it lies in front of the rest.
-    for (const bool isBarsTurn : {true, false}) {
-        for (const auto& child : view.subviews()) {
-            if ((dynamic_cast<UINavigationBar*>(child.get()) != nullptr) == isBarsTurn)
-                collect(*child, found);
-        }
-    }
+    // As it is read: from the top, and a bar first, though it lies in front of the rest.
+    auto children = view.subviews();
+    std::ranges::stable_sort(children, {}, [](const std::shared_ptr<UIView>& child) {
+        const bool isBar = dynamic_cast<UINavigationBar*>(child.get()) != nullptr;
+        return std::tuple {!isBar, child->frame().minY(), child->frame().minX()};
+    });
+    for (const auto& child : children)
+        collect(*child, found);
 }
 
 } // namespace

@@ -8,6 +8,9 @@
 
 #include <QGuiApplication>
 #include <QMetaObject>
+#ifdef KOVA_HAS_WEBENGINE
+#include <QtWebEngineQuick>
+#endif
 #include <atomic>
 #include <mutex>
 
@@ -22,6 +25,13 @@ struct QtPlatform::State {
     std::shared_ptr<TextMeasurer> measurerBefore;
     UIImage::Decoder decoderBefore;
 };
+
+void QtPlatform::prepare()
+{
+#ifdef KOVA_HAS_WEBENGINE
+    QtWebEngineQuick::initialize();
+#endif
+}
 
 QtPlatform::QtPlatform()
 {

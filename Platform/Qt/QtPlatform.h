@@ -2,6 +2,7 @@
 //
 //     int main(int argc, char** argv)
 //     {
+//         kova::QtPlatform::prepare();
 //         QGuiApplication application {argc, argv};
 //         kova::LinuxPlatform platform {{.bundleIdentifier = "example.shop", .mainLoop = kova::MainLoop::Host}};
 //         kova::QtPlatform qt;
@@ -21,6 +22,10 @@ namespace kova {
 
 class QtPlatform {
 public:
+    /// To be called before the application object is made, for the pages of the in-app browser. Does nothing in a build
+    /// without Qt WebEngine, where the system's browser shows them.
+    static void prepare();
+
     QtPlatform();
     ~QtPlatform();
     QtPlatform(const QtPlatform&) = delete;

@@ -6,7 +6,6 @@
 #include <QPointer>
 #include <QPropertyAnimation>
 #include <QQuickWidget>
-#include <QQuickWindow>
 #include <QWidget>
 #include <algorithm>
 
@@ -91,7 +90,10 @@ QtScreen::QtScreen(QWidget& area)
             widget->setFocus();
         }
     };
-    m_place->item = new ScreenItem {*widget->quickWindow()->contentItem(), m_presenter, show};
+    widget->setResizeMode(QQuickWidget::SizeRootObjectToView);
+    auto* const root = new QQuickItem;
+    widget->setContent({}, nullptr, root);
+    m_place->item = new ScreenItem {*root, m_presenter, show};
 }
 
 QtScreen::~QtScreen() = default;

@@ -197,7 +197,7 @@ ViewItemContent contentOf(const UIView& view)
     content.description = qtString(view.accessibilityValue());
     // What is told of a row or a button is told there, not again for each of its parts.
     content.isIgnored = role == QAccessible::NoRole || speakerOf(view)
-        || (content.name.isEmpty() && (role == QAccessible::StaticText || role == QAccessible::Graphic));
+        || (content.name.isEmpty() && role != QAccessible::List && role != QAccessible::Button);
 
     if (const auto* label = dynamic_cast<const UILabel*>(&view)) {
         content.text = qtString(label->text());

@@ -15,6 +15,20 @@
 
 namespace kova {
 
+namespace {
+
+#ifdef KOVA_HAS_WEBENGINE
+constexpr const char* pageComponent = "WebPage";
+#else
+constexpr const char* pageComponent = "SFSafariViewController";
+#endif
+constexpr double messageFontSize = 15;
+// The user interface speaks Portuguese.
+constexpr const char* openedElsewhere = "A página foi aberta no navegador.";
+constexpr const char* notOpened = "Este endereço não pode ser aberto.";
+
+} // namespace
+
 WindowBridge::WindowBridge(UIWindow& window, QQuickItem& area, std::function<void()> wake)
     : m_window(window)
     , m_area(area)
@@ -141,7 +155,10 @@ std::shared_ptr<ViewNode> WindowBridge::enter(UIView& view)
         recall(node);
         return node;
     }
-    auto node = std::make_shared<ViewNode>(ViewNode {.view = &view, .item = makeItem(componentOf(view))});
+    const auto* browser = dynamic_cast<const SFSafariViewController*>(m_window.topViewController());
+    const bool isPage = browser && browser->pageView() == &view;
+    auto node = std::make_shared<ViewNode>(
+        ViewNode {.view = &view, .item = makeItem(isPage ? QString::fromLatin1(pageComponent) : componentOf(view))});
     m_nodes[&view] = node;
     list(node);
     return node;
@@ -177,6 +194,16 @@ void WindowBridge::list(const std::shared_ptr<ViewNode>& node)
 {
     if (!std::exchange(node->isListed, true))
         m_listed.push_back(node);
+}
+
+/// Has it read how everything beneath a node looks.
+void WindowBridge::listAll(const ViewNode& node)
+{
+    for (const auto& child : node.children) {
+        child->needsLook = true;
+        list(child);
+        listAll(*child);
+    }
 }
 
 // Once a frame.
@@ -240,9 +267,13 @@ void WindowBridge::placeChildren(ViewNode& node, UIView& view)
         if (below)
             child->item->stackAfter(below->item.get());
         below = child.get();
-        // What lies beneath a presented screen is out of reach.
-        if (&view == &m_window)
-            child->item->setEnabled(child == node.children.back());
+    }
+    if (&view != &m_window)
+        return;
+    // What lies beneath a presented screen is out of reach, for assistive technology too.
+    for (const auto& screen : node.children) {
+        screen->item->setEnabled(screen == node.children.back());
+        listAll(*screen);
     }
 }
 
@@ -283,6 +314,7 @@ void WindowBridge::showLook(ViewNode& node, UIView& view)
 void WindowBridge::complete(ViewItemContent& content, const UIView& view)
 {
     content.hasFocusRing = &view == m_ringed;
+    content.isIgnored = content.isIgnored || !view.isDescendant(m_window.subviews().back().get());
     auto* const top = m_window.topViewController();
     if (&view == &m_window) {
         const auto* stack = top ? top->navigationController() : nullptr;

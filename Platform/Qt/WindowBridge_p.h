@@ -64,6 +64,7 @@ private:
     std::shared_ptr<ViewNode> enter(UIView& view);
     std::unique_ptr<ViewItem> makeItem(const QString& component);
     void list(const std::shared_ptr<ViewNode>& node);
+    void listAll(const ViewNode& node);
     void refresh(const std::shared_ptr<ViewNode>& node);
     void placeChildren(ViewNode& node, UIView& view);
     void showLook(ViewNode& node, UIView& view);

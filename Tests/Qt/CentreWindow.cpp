@@ -162,7 +162,8 @@ QImage CentreWindow::look(const std::string& name)
 
 QColor CentreWindow::colorAt(const QImage& image, QPointF point)
 {
-    return image.pixelColor((point * image.devicePixelRatio()).toPoint());
+    const auto pixel = point * image.devicePixelRatio();
+    return image.pixelColor(static_cast<int>(pixel.x()), static_cast<int>(pixel.y()));
 }
 
 std::vector<KovaNotification> inboxOf(int count)

@@ -67,7 +67,7 @@ public:
     /// The colour at a place given in points.
     [[nodiscard]] static QColor colorAt(const QImage& image, QPointF point);
 
-    TestPlatform platform {"http://127.0.0.1:9/v2/", MainLoop::Host};
+    TestPlatform platform {MainLoop::Host};
     QtPlatform qt;
     QQuickWindow window;
     std::unique_ptr<QtScreen> screen;

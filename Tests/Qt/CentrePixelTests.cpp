@@ -1,0 +1,211 @@
+// What is seen where a number is contract. These run at several scale factors.
+
+#include "KovaSDK/Extensions/UIBarButtonItem.h"
+#include "KovaSDK/Extensions/UIImageView.h"
+#include "KovaSDK/Push/Central/CentralButton.h"
+#include "KovaSDK/Push/Central/CentralLayout.h"
+#include "KovaSDK/Push/PushServices/NotificationStorage.h"
+#include "Platform/UIKit/UIImageView.h"
+#include "Tests/Qt/CentreWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <QBuffer>
+#include <cmath>
+#include <numbers>
+
+namespace kova::tests {
+
+namespace {
+
+const QColor white {255, 255, 255};
+const QColor blue {0, 0, 255};
+const QColor red {255, 0, 0};
+
+/// Changes colours of the centre until it goes.
+class Restyle {
+public:
+    using Color = UIColor CentralLayout::*;
+
+    explicit Restyle(const std::vector<std::pair<Color, UIColor>>& colors)
+    {
+        for (const auto& [color, value] : colors)
+            m_before.emplace_back(color, std::exchange(CentralLayout::default_().*color, value));
+    }
+    ~Restyle()
+    {
+        for (const auto& [color, value] : m_before)
+            CentralLayout::default_().*color = value;
+    }
+
+private:
+    std::vector<std::pair<Color, UIColor>> m_before;
+};
+
+/// A picture file: red, with a green frame that tells when an edge is cut off.
+Data pictureFile(QSize size)
+{
+    QImage image {size, QImage::Format_RGB32};
+    image.fill(Qt::green);
+    for (int y = size.height() / 8; y < size.height() * 7 / 8; ++y) {
+        for (int x = size.width() / 8; x < size.width() * 7 / 8; ++x)
+            image.setPixelColor(x, y, Qt::red);
+    }
+    QBuffer buffer;
+    image.save(&buffer, "PNG");
+    return Data {buffer.data().toStdString()};
+}
+
+/// Whether a disc of that radius is there, as round as the pixels of the screen allow. Where a text stands on it only
+/// its lower edge is looked at from inside.
+void expectDisc(const QImage& image, QPointF centre, double radius, QColor color, bool bearsText = false)
+{
+    const double tolerance = 1.8 / image.devicePixelRatio();
+    for (int step = 0; step < 32; ++step) {
+        const double angle = step * std::numbers::pi / 16;
+        const QPointF direction {std::cos(angle), std::sin(angle)};
+        if (!bearsText || direction.y() > 0.7) {
+            EXPECT_EQ(CentreWindow::colorAt(image, centre + direction * (radius - tolerance)), color)
+                << "inside, at step " << step;
+        }
+        const auto outside = centre + direction * (radius + tolerance);
+        if (outside.x() < image.deviceIndependentSize().width() && outside.y() > 0) {
+            EXPECT_NE(CentreWindow::colorAt(image, outside), color) << "outside, at step " << step;
+        }
+    }
+}
+
+} // namespace
+
+TEST(CentrePixelTest, ListIsAsTheNumbersSay)
+{
+    const QColor cell {230, 240, 255};
+    const Restyle restyle {{{&CentralLayout::backgroundCellColor, {230 / 255.0, 240 / 255.0, 1, 1}}}};
+    CentreWindow centre;
+    centre.open(sampleInbox());
+    const auto image = centre.look("list-restyled");
+    // Six rows of 80 points beneath a bar of 44, and white beneath them.
+    EXPECT_EQ(CentreWindow::colorAt(image, {5, 46}), cell);
+    EXPECT_EQ(CentreWindow::colorAt(image, {5, 44 + 480 - 1}), cell);
+    EXPECT_EQ(CentreWindow::colorAt(image, {5, 44 + 480 + 1}), white);
+    // The marker: 15 points, 15 left of a thumbnail of 40 that ends 10 before the edge.
+    const QPointF marker {390 - 10 - 40 - 15 - 7.5, 44 + 20 + 20};
+    expectDisc(image, marker, 7.5, blue);
+    EXPECT_EQ(CentreWindow::colorAt(image, marker), blue);
+    // None on the third row, which has been read.
+    EXPECT_EQ(CentreWindow::colorAt(image, marker + QPointF {0, 160}), cell);
+}
+
+TEST(CentrePixelTest, RestyledBarAndMarker)
+{
+    const Restyle restyle {
+        {{&CentralLayout::navColor, {0.2, 0, 0.4, 1}}, {&CentralLayout::titleNavColor, UIColor::whiteColor()},
+            {&CentralLayout::buttonNavColor, {1, 0.8, 0, 1}}, {&CentralLayout::unreadMarkerColor, {0, 0.6, 0, 1}}}};
+    CentreWindow centre;
+    centre.open(sampleInbox());
+    const auto image = centre.look("restyled");
+    EXPECT_EQ(CentreWindow::colorAt(image, {60, 5}), QColor(51, 0, 102));
+    expectDisc(image, {317.5, 84}, 7.5, QColor {0, 153, 0});
+}
+
+TEST(CentrePixelTest, EmojiAreInColour)
+{
+    CentreWindow centre;
+    auto inbox = inboxOf(1);
+    inbox[0].title = "🎉🎁";
+    inbox[0].body = "";
+    inbox[0].read = true;
+    centre.open(inbox);
+    const auto image = centre.look("emoji");
+    int coloured = 0;
+    for (double y = 44; y < 124; y += 1) {
+        for (double x = 0; x < 300; x += 1)
+            coloured += CentreWindow::colorAt(image, {x, y}).saturation() > 100 ? 1 : 0;
+    }
+    // A missing glyph would be a box of black lines.
+    EXPECT_GT(coloured, 100);
+}
+
+TEST(CentrePixelTest, PicturesFitAndHaveRoundCorners)
+{
+    CentreWindow centre;
+    const std::string address = "https://loja.example/inverno.png";
+    const auto picture = UIImage::create(pictureFile({320, 160}));
+    ASSERT_TRUE(picture);
+    imageCache().setObject(picture, address);
+    centre.open(sampleInbox());
+    auto image = centre.look("list");
+    // Twice as wide as high, so it takes the middle 20 points of the thumbnail's 40.
+    const QPointF thumbnail {360, 44 + 80 + 40};
+    EXPECT_EQ(CentreWindow::colorAt(image, thumbnail), red);
+    EXPECT_EQ(CentreWindow::colorAt(image, thumbnail + QPointF {0, 12}), white);
+    EXPECT_EQ(CentreWindow::colorAt(image, thumbnail - QPointF {0, 12}), white);
+
+    centre.tapRow(1);
+    image = centre.look("detail");
+    const auto* shown = find<UIImageView>(*centre.top().view());
+    ASSERT_TRUE(shown);
+    const auto place = centre.place(*shown);
+    EXPECT_EQ(place.left(), 0);
+    EXPECT_EQ(place.top(), 44);
+    EXPECT_EQ(place.width(), 390);
+    EXPECT_EQ(CentreWindow::colorAt(image, place.center()), red);
+    centre.tap(*centre.button("Apagar"));
+    image = centre.look("alert");
+    EXPECT_EQ(CentreWindow::colorAt(image, {195, 380}), white);
+    imageCache().removeAllObjects();
+}
+
+TEST(CentrePixelTest, BadgesAreRound)
+{
+    CentreWindow centre;
+    NotificationStorage::setBuffer(inboxOf(12));
+    auto host = std::make_shared<UIViewController>();
+    host->setTitle("Loja");
+    auto button = std::make_shared<CentralButton>(CGRect {100, 200, 120, 50});
+    button->setTitle("Central", UIControlState::normal);
+    button->setTitleColor(UIColor::blueColor(), UIControlState::normal);
+    button->setBackgroundColor(UIColor {0.9, 0.9, 0.95, 1});
+    button->layer().setCornerRadius(10);
+    button->setBadge("3");
+    host->view()->addSubview(button);
+    host->view()->setBackgroundColor(UIColor::whiteColor());
+    auto item = std::make_shared<UIBarButtonItem>("Avisos", host.get(), [] { });
+    host->navigationItem().setRightBarButtonItem(item);
+    centre.screen->presenter()->present(std::make_shared<UINavigationController>(host), true);
+    ASSERT_TRUE(centre.settle());
+    addBadgeCounter(*item);
+    ASSERT_TRUE(centre.settle());
+    const auto image = centre.look("badge");
+    const auto view = std::dynamic_pointer_cast<UIView>(item->value("view"));
+    ASSERT_TRUE(view);
+    const auto onBar = centre.place(*view);
+    expectDisc(image, {onBar.right() - 7, onBar.top() + 7}, 7, red, true);
+    // One character: as wide as high, with its centre on the button's corner.
+    const auto badge = centre.place(*button->badgeLabel);
+    EXPECT_EQ(badge.width(), badge.height());
+    expectDisc(image, badge.center(), badge.width() / 2, red, true);
+    EXPECT_LT((badge.center() - QPointF {220, 200}).manhattanLength(), 1);
+}
+
+TEST(CentrePixelTest, FitsNarrowAndWideWindows)
+{
+    for (const int width : {320, 768, 1024}) {
+        SCOPED_TRACE(width);
+        CentreWindow centre {{width, 640}};
+        centre.open(sampleInbox());
+        const auto image = centre.look("list-" + std::to_string(width));
+        EXPECT_EQ(centre.placeOfRow(0), QRectF(0, 44, width, 80));
+        expectDisc(image, {width - 72.5, 84}, 7.5, blue);
+        // The bar's texts leave each other room.
+        auto* bar = find<UINavigationBar>(*centre.stack().view());
+        double end = 0;
+        for (UIView* view : {bar->leftView(), bar->subviews().front().get()}) {
+            EXPECT_GE(centre.place(*view).left(), view == bar->leftView() ? 0 : end);
+            end = std::max(end, centre.place(*view).right());
+        }
+        EXPECT_LE(end, width);
+    }
+}
+
+} // namespace kova::tests
