@@ -153,6 +153,8 @@ bool CentreWindow::settle()
 QImage CentreWindow::look(const std::string& name)
 {
     auto image = window.grabWindow();
+    // The software renderer leaves it at 1.
+    image.setDevicePixelRatio(static_cast<double>(image.width()) / window.width());
     if (const char* folder = std::getenv("KOVA_SCREENSHOTS")) {
         const auto file = QString::fromStdString(std::string {folder} + "/" + name) + QStringLiteral("-%1.png");
         image.save(file.arg(window.effectiveDevicePixelRatio()));
