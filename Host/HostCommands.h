@@ -32,6 +32,7 @@ struct HostContext {
     std::stop_token interruption;
     /// The folder for a picture of the window after each line of the script; none: no pictures.
     std::optional<std::filesystem::path> screenshots {};
+    double pauseSeconds = 0;
     /// The one that a script has started, which its host has to keep.
     std::shared_ptr<KovaGeotrigger> geotrigger {};
 };

@@ -5,6 +5,8 @@
 #include <getopt.h>
 
 #include <array>
+#include <charconv>
+#include <cstring>
 
 namespace kova::host {
 
@@ -21,6 +23,7 @@ enum Option {
     Window,
     Screenshot,
     Payloads,
+    Pause,
     Help
 };
 
@@ -35,14 +38,25 @@ constexpr std::array longOptions {
     option {"window", no_argument, nullptr, Window},
     option {"screenshot", required_argument, nullptr, Screenshot},
     option {"payloads", required_argument, nullptr, Payloads},
+    option {"pause", required_argument, nullptr, Pause},
     option {"help", no_argument, nullptr, Help},
     option {nullptr, 0, nullptr, 0},
 };
 
 constexpr const char* usage
     = "usage: kova-host --data DIR --bundle DIR [--events-url U] [--metrics-url U] [--geotriggers-url U]\n"
-      "                 [--network real|simulated] [--answers FILE]\n"
+      "                 [--network real|simulated] [--answers FILE] [--pause SECONDS]\n"
       "                 [--window [--screenshot DIR] [--payloads DIR]] [SCRIPT]\n";
+
+double seconds(const char* text)
+{
+    constexpr double longest = 60;
+    double number = -1;
+    const auto* end = text + std::strlen(text);
+    if (std::from_chars(text, end, number).ptr != end || !(number >= 0 && number <= longest))
+        throw UsageError {std::string {"--pause is a number of seconds from 0 to 60\n"} + usage};
+    return number;
+}
 
 } // namespace
 
@@ -84,6 +98,9 @@ Options Options::parse(int argumentCount, char** arguments)
         case Payloads:
             options.payloads = optarg;
             break;
+        case Pause:
+            options.pauseSeconds = seconds(optarg);
+            break;
         case Help:
             options.wantsHelp = true;
             return options;
@@ -117,6 +134,7 @@ std::string helpText()
             "  --geotriggers-url U     base URL of the geotrigger web service, ending in /v1/geotriggers/\n"
             "  --network MODE          real (the default) or simulated: offline until a script switches it\n"
             "  --answers FILE          where answers go instead of standard error\n"
+            "  --pause SECONDS         waits so long after each line of the script, for who watches\n"
             "  --window                shows the host's screen, a shop, on which everything can be tried by hand; "
             "stays\n"
             "                          until it is closed. With a script it is played before your eyes\n"

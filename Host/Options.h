@@ -28,6 +28,8 @@ struct Options {
     bool window = false;
     /// Where to save what is seen after each line of the script.
     std::optional<std::filesystem::path> screenshots {};
+    /// How long to wait after each line of the script.
+    double pauseSeconds = 0;
     /// A folder of payload files that the shop offers to play.
     std::filesystem::path payloads {};
     bool wantsHelp = false;

@@ -4,9 +4,12 @@
 #include "Platform/Foundation/DispatchQueue.h"
 
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <exception>
 #include <functional>
+#include <mutex>
 
 namespace kova::host {
 
@@ -32,6 +35,15 @@ ScriptOutcome report(const std::string& place, const std::exception& failure, Sc
     const auto line = singleLine(place + ": " + failure.what()) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
     return outcome;
+}
+
+void pause(const HostContext& context)
+{
+    std::mutex mutex;
+    std::unique_lock lock {mutex};
+    std::condition_variable_any never;
+    never.wait_for(
+        lock, context.interruption, std::chrono::duration<double> {context.pauseSeconds}, [] { return false; });
 }
 
 // "007-select.png" for the line 7.
@@ -72,6 +84,7 @@ ScriptOutcome runScript(const std::string& name, LineReader& lines, HostContext&
                 if (context.screenshots)
                     onMainQueue(
                         [&] { context.window.saveScreenshot(*context.screenshots / screenshotName(number, *line)); });
+                pause(context);
             }
         } catch (const NotSettled& failure) {
             return report(name + ":" + std::to_string(number), failure, ScriptOutcome::NotSettled);

@@ -64,9 +64,7 @@ public:
         : m_context(context)
         , m_log([this](const auto& lines) { m_context.window.screen().showLog(lines); })
     {
-        auto& screen = context.window.screen();
-        screen.setPerformer([this](std::string line) { perform(std::move(line)); });
-        screen.keepBadges();
+        context.window.screen().setPerformer([this](std::string line) { perform(std::move(line)); });
     }
     ~ShopKeeper()
     {
@@ -120,8 +118,8 @@ int run(const Options& options, const Interruption& interruption)
     const auto screen = std::make_shared<HostScreen>(options.payloads);
     const auto window = options.window ? openDrawnWindow(screen, options.screenshots.has_value())
                                        : std::make_unique<HeadlessWindow>(screen);
-    HostContext context {
-        platform, *vendor, *geofencing, *window, network.get(), answers, interruption.token(), options.screenshots};
+    HostContext context {platform, *vendor, *geofencing, *window, network.get(), answers, interruption.token(),
+        options.screenshots, options.pauseSeconds};
     std::optional<ShopKeeper> shop;
     if (options.window)
         shop.emplace(context);
@@ -140,9 +138,12 @@ int run(const Options& options, const Interruption& interruption)
             scriptEnded.request_stop();
             if (!options.window || options.screenshots || outcome != ScriptOutcome::Done)
                 windowEnds.request_stop();
+            else
+                DispatchQueue::main().async([screen] { screen->keepBadges(); });
         }};
     } else {
         scriptEnded.request_stop();
+        screen->keepBadges();
         shop->perform(R"({"do":"start"})");
         shop->perform(R"({"do":"geo-start"})");
     }

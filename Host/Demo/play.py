@@ -1,16 +1,23 @@
 #!/usr/bin/env python3
 """Plays day.jsonl with kova-host against kova-collector, shows what happened, and checks that it all agrees.
 
-usage: play.py BIN_DIR
+usage: play.py BIN_DIR PICTURES_DIR [--window]
+
+A picture of the screen after each step is left in PICTURES_DIR; with --window the day is played on the screen instead.
 """
 
+import functools
+import http.server
 import json
 import pathlib
+import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 
 HERE = pathlib.Path(__file__).resolve().parent
+TRAY = HERE.parent.parent / "Tests" / "Payloads"
 failures = []
 
 
@@ -48,21 +55,38 @@ def show_screen(answer: dict) -> None:
     print("  +--")
 
 
-def host(bin_dir: pathlib.Path, folder: pathlib.Path, base: str, script: str, name: str) -> tuple[list[str], list[dict]]:
+class Pictures(http.server.SimpleHTTPRequestHandler):
+    """The shop's web server: what pushes show is fetched from it."""
+
+    def log_message(self, *_arguments) -> None:
+        pass
+
+
+def serve_pictures() -> http.server.ThreadingHTTPServer:
+    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), functools.partial(Pictures, directory=HERE / "Pictures"))
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    return server
+
+
+def host(bin_dir: pathlib.Path, folder: pathlib.Path, base: str, script: str, name: str, *options: str | pathlib.Path) -> tuple[list[str], list[dict]]:
     """Runs kova-host over a script; returns its log lines and its answers."""
     answers = folder / f"{name}.answers"
     result = subprocess.run(
         [bin_dir / "kova-host", "--network", "simulated", "--data", folder / "data", "--bundle", HERE.parent / "Resources", "--answers", answers,
-         "--events-url", f"{base}/v2/", "--metrics-url", f"{base}/v2/", "--geotriggers-url", f"{base}/v1/geotriggers/", "-"],
-        input=script, capture_output=True, text=True, timeout=120, check=False)
+         "--events-url", f"{base}/v2/", "--metrics-url", f"{base}/v2/", "--geotriggers-url", f"{base}/v1/geotriggers/", *options, "-"],
+        input=script, capture_output=True, text=True, check=False)
     if result.returncode != 0:
         sys.exit(f"kova-host ended with {result.returncode}: {result.stderr}")
     return result.stdout.splitlines(), [json.loads(line) for line in answers.read_text(encoding="utf-8").splitlines()]
 
 
 def main() -> int:
-    bin_dir = pathlib.Path(sys.argv[1])
-    script = (HERE / "day.jsonl").read_text(encoding="utf-8")
+    bin_dir, pictures = (pathlib.Path(argument) for argument in sys.argv[1:3])
+    on_screen = sys.argv[3:] == ["--window"]
+    drawing = ["--pause", "0.7"] if on_screen else ["--screenshot", pictures]
+    shutil.rmtree(pictures, ignore_errors=True)
+    server = serve_pictures()
+    script = (HERE / "day.jsonl").read_text(encoding="utf-8").replace("@pictures@", f"http://127.0.0.1:{server.server_port}")
     pushed = [command["payload"] for command in map(json.loads, filter(lambda line: line.startswith("{"), script.splitlines()))
               if command["do"] == "push"]
 
@@ -74,7 +98,9 @@ def main() -> int:
         try:
             base = collector.stdout.readline().removeprefix("listening on ").strip()
             title(f"The web service listens on {base}; the host plays {len(pushed)} pushes. Its log:")
-            log, answers = host(bin_dir, folder, base, script, "day")
+            if on_screen:
+                print("  (in the window; close it when the day is over and you have tried what you like)")
+            log, answers = host(bin_dir, folder, base, script, "day", "--window", "--payloads", TRAY, *drawing)
             for line in log:
                 print(f"  {shortened(line)}")
 
@@ -140,7 +166,9 @@ def main() -> int:
         check([row["markerHidden"] for row in screens[1]["rows"]] == [False] * len(ids), "every row had its unread marker")
         kept = [record for index, record in enumerate(evening["inbox"]) if index != 2]
         check([record["notificationID"] for record in inbox] == [record["notificationID"] for record in kept], "the entry that was deleted is gone, and no other")
-        check([record["read"] for record in inbox] == [index == 1 for index in range(len(kept))], "the entry that was read is marked, and no other")
+        check([record["read"] for record in inbox] == [index == len(kept) - 1 for index in range(len(kept))], "the entry that was read is marked, and no other")
+        detail = screens[2]
+        check(detail["image"]["state"] == "image" and detail["button"]["visible"], "its picture was fetched, its link can be opened")
         check([screen["badges"]["bar"]["text"] for screen in (screens[0], screens[-1])] == [str(len(ids)), str(len(kept) - 1)], "the bell counts what is unread")
 
     if failures:
@@ -148,7 +176,8 @@ def main() -> int:
         return 1
     print(f"\nDEMO OK: {len(ids)} pushes delivered, stored, reported and read back by a second process; "
           f"{len(saved) - 1} events saved, online and offline; 3 geotriggers handled, {len(uploads)} upload received;\n"
-          "one entry read and one deleted in the notification centre")
+          "one entry read and one deleted in the notification centre"
+          + ("" if on_screen else f"\npictures of every step: {pictures}"))
     return 0
 
 
