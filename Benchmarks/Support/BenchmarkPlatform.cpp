@@ -45,8 +45,8 @@ private:
     SCNetworkReachabilityFlags m_flags;
 };
 
-LinuxPlatformOptions options(
-    const BenchmarkFolder& folder, SCNetworkReachabilityFlags flags, const std::string& eventsBaseURL)
+LinuxPlatformOptions options(const BenchmarkFolder& folder, SCNetworkReachabilityFlags flags,
+    const std::string& eventsBaseURL, MainLoop mainLoop)
 {
     auto addresses = ServiceAddresses::builtIn();
     addresses.eventsBaseURL = eventsBaseURL;
@@ -54,6 +54,7 @@ LinuxPlatformOptions options(
         .bundleFolder = folder.path(),
         .dataFolder = folder.path() / "data",
         .serviceAddresses = addresses,
+        .mainLoop = mainLoop,
         .reachability = std::make_shared<FixedNetwork>(flags)};
 }
 
@@ -75,8 +76,9 @@ BenchmarkFolder::~BenchmarkFolder()
     std::filesystem::remove_all(m_path, ignored);
 }
 
-BenchmarkPlatform::BenchmarkPlatform(SCNetworkReachabilityFlags flags, const std::string& eventsBaseURL)
-    : m_platform(options(m_folder, flags, eventsBaseURL))
+BenchmarkPlatform::BenchmarkPlatform(
+    SCNetworkReachabilityFlags flags, const std::string& eventsBaseURL, MainLoop mainLoop)
+    : m_platform(options(m_folder, flags, eventsBaseURL, mainLoop))
 {
     setPrintSink(&writeLog);
     KovaNetwork::setReachability(Reachability::create("host.example"));

@@ -33,7 +33,8 @@ private:
 class BenchmarkPlatform {
 public:
     /// Its network always gives these flags at once, so that they cost nothing.
-    BenchmarkPlatform(SCNetworkReachabilityFlags flags, const std::string& eventsBaseURL);
+    BenchmarkPlatform(SCNetworkReachabilityFlags flags, const std::string& eventsBaseURL,
+        MainLoop mainLoop = MainLoop::PlatformThread);
     ~BenchmarkPlatform();
     BenchmarkPlatform(const BenchmarkPlatform&) = delete;
     BenchmarkPlatform& operator=(const BenchmarkPlatform&) = delete;

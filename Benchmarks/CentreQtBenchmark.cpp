@@ -1,0 +1,221 @@
+// What the drawn notification centre costs: its first frame, its frames while a long list is thrown, its memory.
+//
+// Beside it stands an empty Qt Quick window of the same size in the same process, shown just before. Offscreen and with
+// the software renderer, so that no graphics card hides what the centre does; frames are drawn as fast as they can be,
+// and one that took longer than a 60 Hz screen gives it counts as dropped.
+
+#include "Benchmarks/Support/BenchmarkPlatform.h"
+#include "Benchmarks/Support/Effort.h"
+#include "Benchmarks/Support/Figure.h"
+#include "Benchmarks/Support/Require.h"
+#include "Benchmarks/Support/Series.h"
+#include "KovaSDK/Push/Central/CentralCoordinator.h"
+#include "KovaSDK/Push/Central/Controller/NotificationViewController.h"
+#include "KovaSDK/Push/PushServices/NotificationStorage.h"
+#include "Platform/Qt/QtPlatform.h"
+#include "Platform/Qt/QtScreen.h"
+#include "Platform/UIKit/UIWindow.h"
+
+#include <unistd.h>
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPropertyAnimation>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace kova;
+using namespace kova::benchmarks;
+
+constexpr double frameSeconds = 1.0 / 60;
+
+std::vector<KovaNotification> inbox(std::size_t count)
+{
+    std::vector<KovaNotification> records;
+    for (std::size_t number = 0; number < count; ++number) {
+        auto& record = records.emplace_back();
+        record.notificationID = "8c67ea65-eb65-4d1b-97e4-" + std::to_string(number);
+        record.title = "Promoção " + std::to_string(number);
+        record.body = "Olá! Você ganhou 20% de desconto em pães e cafés até domingo";
+        record.launchURL = "https://example.com/p/" + std::to_string(number);
+        record.att = "";
+        record.read = number % 3 == 1;
+    }
+    return records;
+}
+
+double residentMiB()
+{
+    std::size_t pages = 0;
+    std::size_t resident = 0;
+    std::ifstream {"/proc/self/statm"} >> pages >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1024 * 1024);
+}
+
+std::unique_ptr<QQuickWindow> makeWindow()
+{
+    auto window = std::make_unique<QQuickWindow>();
+    window->resize(390, 844);
+    return window;
+}
+
+void show(QQuickWindow& window)
+{
+    window.show();
+    for (int turns = 0; turns < 1000 && !window.isExposed(); ++turns)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    require(window.isExposed(), "the window is not shown");
+}
+
+/// Draws one frame, whole.
+void draw(QQuickWindow& window)
+{
+    require(!window.grabWindow().isNull(), "nothing was drawn");
+}
+
+/// Brings everything that moves to where it is going.
+void finishAnimations(const QQuickItem& item)
+{
+    for (auto* animation : item.findChildren<QPropertyAnimation*>(Qt::FindDirectChildrenOnly))
+        animation->setCurrentTime(animation->totalDuration());
+    for (const auto* child : item.childItems())
+        finishAnimations(*child);
+}
+
+/// The centre slides in from beneath the window, so its first frame shows nothing of it: it is the one that shows all
+/// of it that counts.
+void drawAll(QQuickWindow& window)
+{
+    draw(window);
+    finishAnimations(*window.contentItem());
+    draw(window);
+}
+
+UITableView& openIn(QtScreen& screen)
+{
+    CentralCoordinator {screen.presenter()}.start();
+    auto* list = dynamic_cast<NotificationViewController*>(screen.presenter()->view()->window()->topViewController());
+    require(list != nullptr, "the list is not on the screen");
+    return *list->scene->tableView;
+}
+
+void measureFirstFrame(std::size_t count, const Effort& effort)
+{
+    NotificationStorage::setBuffer(inbox(count));
+    Series empty;
+    Series centre;
+    const int rounds = effort.rounds(30);
+    for (int round = 0; round < rounds; ++round) {
+        empty.measure([] {
+            const auto window = makeWindow();
+            show(*window);
+            draw(*window);
+        });
+        const auto window = makeWindow();
+        show(*window);
+        draw(*window);
+        QtScreen screen {*window->contentItem()};
+        centre.measure([&] {
+            openIn(screen);
+            drawAll(*window);
+        });
+    }
+    report({.what = "first whole frame of the centre, " + std::to_string(count) + " records",
+        .unit = "ms",
+        .value = centre.seconds() * 1e3,
+        .bound = empty.seconds() * 1e3});
+}
+
+/// A throw as a finger makes it: fast at first, then slower and slower, and the next one.
+void measureFrames(const Effort& effort)
+{
+    constexpr std::size_t count = 10'000;
+    constexpr int framesOfAThrow = 90;
+    constexpr double fastest = 160;
+    NotificationStorage::setBuffer(inbox(count));
+    const auto bare = makeWindow();
+    show(*bare);
+    draw(*bare);
+    const auto window = makeWindow();
+    show(*window);
+    QtScreen screen {*window->contentItem()};
+    auto& table = openIn(screen);
+    drawAll(*window);
+
+    Series frames;
+    Series empty;
+    int dropped = 0;
+    double offset = 0;
+    const int throws = effort.rounds(30);
+    for (int number = 0; number < throws; ++number) {
+        for (int frame = 0; frame < framesOfAThrow; ++frame) {
+            empty.measure([&] { draw(*bare); });
+            offset += fastest * std::exp(-3.0 * frame / framesOfAThrow);
+            const auto begin = std::chrono::steady_clock::now();
+            table.setContentOffset({.x = 0, .y = offset});
+            draw(*window);
+            const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+            frames.add(time, 1);
+            dropped += time.count() > frameSeconds ? 1 : 0;
+        }
+    }
+    require(table.indexPathsForVisibleRows().front().row > 100, "the list did not move");
+    report({.what = "frame while throwing, 10 000 records, p50",
+        .unit = "ms",
+        .value = frames.seconds() * 1e3,
+        .bound = empty.seconds() * 1e3});
+    report({.what = "frame while throwing, 10 000 records, p99",
+        .unit = "ms",
+        .value = frames.quantile(0.99) * 1e3,
+        .bound = empty.quantile(0.99) * 1e3});
+    note(std::to_string(dropped) + " of " + std::to_string(throws * framesOfAThrow) + " frames took longer than "
+        + shown(frameSeconds * 1e3) + " ms");
+}
+
+void measureMemory(double emptyMiB)
+{
+    const auto window = makeWindow();
+    show(*window);
+    QtScreen screen {*window->contentItem()};
+    openIn(screen);
+    drawAll(*window);
+    require(window->grabWindow().pixelColor(317, 84) != QColor {Qt::white}, "the list is not seen");
+    report({.what = "resident with the centre open", .unit = "MiB", .value = residentMiB(), .bound = emptyMiB});
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments)
+{
+    ::setenv("QT_QPA_PLATFORM", "offscreen", 1);
+    ::setenv("QT_QUICK_BACKEND", "software", 1);
+    const Effort effort {argumentCount, arguments};
+    int noArguments = 1;
+    const QGuiApplication application {noArguments, arguments};
+    const BenchmarkPlatform platform {0, "http://127.0.0.1:9/v2/", MainLoop::Host};
+    const QtPlatform qt;
+    NotificationStorage::setBuffer(inbox(10));
+    double emptyMiB = 0;
+    {
+        const auto window = makeWindow();
+        show(*window);
+        draw(*window);
+        emptyMiB = residentMiB();
+    }
+    // First, while the process has held nothing larger.
+    measureMemory(emptyMiB);
+    measureFirstFrame(10, effort);
+    measureFirstFrame(10'000, effort);
+    measureFrames(effort);
+    return 0;
+}
