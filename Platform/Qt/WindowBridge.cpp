@@ -389,13 +389,4 @@ void WindowBridge::sweep()
     std::erase_if(m_aside, [](const auto& node) { return !node->view; });
 }
 
-std::function<void()> WindowBridge::keep(const std::shared_ptr<ViewNode>& node)
-{
-    m_ghosts.push_back(node);
-    return [this, kept = std::weak_ptr {node}] {
-        m_finished.push_back(kept);
-        m_wake();
-    };
-}
-
 } // namespace kova

@@ -152,4 +152,13 @@ void WindowBridge::slide(const Move& move)
     }
 }
 
+std::function<void()> WindowBridge::keep(const std::shared_ptr<ViewNode>& node)
+{
+    m_ghosts.push_back(node);
+    return [this, kept = std::weak_ptr {node}] {
+        m_finished.push_back(kept);
+        m_wake();
+    };
+}
+
 } // namespace kova
