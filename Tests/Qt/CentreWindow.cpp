@@ -141,12 +141,13 @@ void CentreWindow::key(Qt::Key key)
 
 bool CentreWindow::settle()
 {
-    return eventually([this] {
-        // What was asked for begins with a frame, and what has ended is cleared away with the next one.
+    // What was asked for begins with a frame, and what has ended is cleared away with the next one.
+    int quietFrames = 0;
+    return eventually([&] {
         QCoreApplication::processEvents();
-        window.grabWindow();
-        QCoreApplication::processEvents();
-        return !isMoving(*window.contentItem()) && !window.grabWindow().isNull();
+        const bool isDrawn = !window.grabWindow().isNull();
+        quietFrames = isDrawn && !isMoving(*window.contentItem()) ? quietFrames + 1 : 0;
+        return quietFrames > 2;
     });
 }
 
