@@ -66,10 +66,13 @@ public:
     {
         constexpr std::chrono::seconds patience {5};
         const auto deadline = std::chrono::steady_clock::now() + patience;
-        do {
+        // What was asked for begins with a frame, and what has ended is cleared away with the next one.
+        int quietFrames = 0;
+        while (quietFrames < 3 && std::chrono::steady_clock::now() < deadline) {
             QGuiApplication::processEvents();
             m_window.grabWindow();
-        } while (!m_drawn.isAtRest() && std::chrono::steady_clock::now() < deadline);
+            quietFrames = m_drawn.isAtRest() ? quietFrames + 1 : 0;
+        }
         if (!m_window.grabWindow().save(QString::fromStdString(file.string())))
             throw std::runtime_error {"cannot write " + file.string()};
     }
@@ -85,14 +88,15 @@ private:
 std::unique_ptr<HostWindow> openDrawnWindow(std::shared_ptr<HostScreen> screen, bool isOffscreen)
 {
     chooseScreen(isOffscreen);
+    QtPlatform::prepare();
     static int argumentCount = 1;
     static std::array<char, 10> name {"kova-host"};
     static std::array<char*, 2> arguments {name.data(), nullptr};
     // One a process, never destroyed: nothing of it may end after the platform has.
     static auto& application = *new QGuiApplication {argumentCount, arguments.data()};
-    // Where it is installed: made for small screens.
+    // Where it is installed: made for small screens. Emoji come in colour before any other font has them.
     if (const auto family = QStringLiteral("Inter"); QFontDatabase::hasFamily(family))
-        application.setFont(QFont {family});
+        application.setFont(QFont {QStringList {family, QStringLiteral("Noto Color Emoji")}});
     return std::make_unique<DrawnWindow>(std::move(screen));
 }
 

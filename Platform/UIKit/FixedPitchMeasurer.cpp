@@ -9,9 +9,6 @@ namespace kova {
 
 namespace {
 
-constexpr double advance = 0.6;
-constexpr double lineHeight = 1.0;
-
 /// Counted in code points: the lines that texts have been broken into, and the widest of them.
 struct Lines {
     std::int64_t capacity;
@@ -66,7 +63,7 @@ struct Lines {
 CGSize FixedPitchMeasurer::size(std::string_view text, const UIFont& font, double maximumWidth, int numberOfLines) const
 {
     constexpr auto unlimited = std::numeric_limits<std::int64_t>::max() / 4;
-    const auto pitch = font.pointSize * advance;
+    const auto pitch = font.pointSize * m_advance;
     if (text.empty() || !(pitch > 0))
         return {};
     // A line takes one code point at least. The small addition forgives rounding of a width that was measured here.
@@ -81,7 +78,7 @@ CGSize FixedPitchMeasurer::size(std::string_view text, const UIFont& font, doubl
         text.remove_prefix(end + 1);
     }
     return {.width = std::max(0.0, std::min(static_cast<double>(lines.widest) * pitch, maximumWidth)),
-        .height = static_cast<double>(lines.count) * font.pointSize * lineHeight};
+        .height = static_cast<double>(lines.count) * font.pointSize * m_lineHeight};
 }
 
 } // namespace kova

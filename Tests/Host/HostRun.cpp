@@ -30,15 +30,16 @@ std::size_t HostResult::count(std::string_view line) const
 
 std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& script) const
 {
-    Process::Options options {.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host"};
-    options.arguments = {"--network", network, "--data", path() / "data", "--bundle", bundle, "--answers",
+    Process::Options process {.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host"};
+    process.arguments = {"--network", network, "--data", path() / "data", "--bundle", bundle, "--answers",
         path() / "answers", "--metrics-url", services + "/v2/", "--events-url", services + "/v2/", "--geotriggers-url",
         services + "/v1/geotriggers/"};
+    process.arguments.insert(process.arguments.end(), options.begin(), options.end());
     if (script) {
         std::ofstream {path() / "script"} << *script;
-        options.arguments.push_back(path() / "script");
+        process.arguments.push_back(path() / "script");
     }
-    return std::make_unique<Process>(options);
+    return std::make_unique<Process>(process);
 }
 
 HostResult HostFolder::finish(Process& host) const

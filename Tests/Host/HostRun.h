@@ -38,6 +38,8 @@ public:
     std::filesystem::path bundle = KOVA_RESOURCES_DIR;
     /// The simulated network is offline until the script switches it, and says nothing before.
     std::string network = "simulated";
+    /// More of the command line.
+    std::vector<std::string> options {};
 
     /// Starts the host over a script file with these lines; without lines it reads its standard input.
     [[nodiscard]] std::unique_ptr<Process> start(const std::optional<std::string>& script = {}) const;

@@ -20,24 +20,6 @@ constexpr int dragSteps = 12;
 /// A hand takes its time: how fast it moved decides how far a list goes on.
 constexpr int stepMs = 5;
 
-bool isMoving(const QQuickItem& item)
-{
-    if (!item.isVisible())
-        return false;
-    const auto animations = item.findChildren<QPropertyAnimation*>(Qt::FindDirectChildrenOnly);
-    for (const auto* animation : animations) {
-        if (animation->state() == QAbstractAnimation::Running)
-            return true;
-    }
-    if (item.property("moving").toBool())
-        return true;
-    for (const auto* child : item.childItems()) {
-        if (isMoving(*child))
-            return true;
-    }
-    return false;
-}
-
 UIButton* buttonIn(UIView& view, const std::string& title)
 {
     if (auto* button = dynamic_cast<UIButton*>(&view); button && button->title() == title)
@@ -146,7 +128,7 @@ bool CentreWindow::settle()
     return eventually([&] {
         QCoreApplication::processEvents();
         const bool isDrawn = !window.grabWindow().isNull();
-        quietFrames = isDrawn && !isMoving(*window.contentItem()) ? quietFrames + 1 : 0;
+        quietFrames = isDrawn && screen->isAtRest() ? quietFrames + 1 : 0;
         return quietFrames > 2;
     });
 }

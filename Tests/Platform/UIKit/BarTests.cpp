@@ -243,8 +243,8 @@ struct AlertCase {
 
 class AlertTest : public BarTest, public testing::WithParamInterface<AlertCase> { };
 
-// The title is one line of 17 points, the message two of 13, with 4 between them and 16 around.
-constexpr double textHeight = 16 + 17 + 4 + 26 + 16;
+// The title is one line of 20.4 points, the message two of 15.6, with 4 between them and 16 around.
+constexpr double textHeight = 16 + 20.4 + 4 + 31.2 + 16;
 
 TEST_P(AlertTest, StacksMoreThanTwoButtons)
 {

@@ -81,6 +81,8 @@ void NotificationDetailView::configure(const KovaNotification& with)
         subtitle->setText(with.subtitle);
     if (with.body)
         body->setText(with.body);
+    // What the picture says to who does not see it.
+    img->setAccessibilityLabel(with.title);
     if (with.att) {
         img->setContentMode(UIViewContentMode::scaleAspectFit);
         if (const auto cached = imageCache().object(*with.att)) {

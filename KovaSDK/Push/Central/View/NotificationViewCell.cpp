@@ -86,7 +86,8 @@ void NotificationViewCell::configure(const KovaNotification& notification)
     } else {
         img->setHidden(true);
     }
-    // Who does not see the marker hears of it.
+    // Who does not see the picture or the marker hears of them.
+    img->setAccessibilityLabel(notification.title);
     setAccessibilityValue(notification.read ? "lida" : "não lida");
     if (notification.read) {
         body->setFont(UIFont::systemFont(14));
