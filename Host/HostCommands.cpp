@@ -31,7 +31,10 @@ Value orNull(const std::optional<std::string>& text)
 
 void start(const ScriptCommand& command, HostContext&)
 {
-    KovaNotify::initWithCallbacks(command.launchOptions());
+    if (command.optionalBoolean("plain").value_or(false))
+        KovaNotify::initWith(command.launchOptions(), {}, std::nullopt);
+    else
+        KovaNotify::initWithCallbacks(command.launchOptions());
 }
 
 void push(const ScriptCommand& command, HostContext& context)
@@ -72,7 +75,10 @@ void extension(const ScriptCommand& command, HostContext& context)
     auto request = std::make_shared<UNNotificationRequest>();
     request->userInfo = command.object("payload");
     auto content = std::make_shared<UNMutableNotificationContent>();
-    KovaNotify::didReceiveNotificationExtensionRequest(request, content);
+    if (command.optionalBoolean("expired").value_or(false))
+        KovaNotify::serviceExtensionTimeWillExpireRequest(request, content);
+    else
+        KovaNotify::didReceiveNotificationExtensionRequest(request, content);
     Value::Array attachments;
     for (const auto& attachment : content->attachments)
         attachments.append(attachment);
@@ -161,8 +167,9 @@ void defaultsSet(const ScriptCommand& command, HostContext& context)
 }
 
 constexpr std::array commands {
-    HostCommand {
-        "start", "[launchOptions: object]", "starts the SDK: KovaNotify::initWithCallbacks", Place::MainQueue, &start},
+    HostCommand {"start", "[launchOptions: object, plain: boolean]",
+        "starts the SDK: KovaNotify::initWithCallbacks; a plain start, initWith, has neither inbox nor metrics",
+        Place::MainQueue, &start},
     HostCommand {
         "push", "payload: object", "a push arrives: the raw JSON that reaches a device", Place::MainQueue, &push},
     HostCommand {"open", "payload: object, [action: text]",
@@ -174,9 +181,10 @@ constexpr std::array commands {
     HostCommand {"player-id", "", "answers {\"player-id\":…}, null while not subscribed", Place::MainQueue, &playerId},
     HostCommand {"subscribe", "userId: text or null",
         "the vendor gives this device a subscription id, or takes it away", Place::MainQueue, &subscribe},
-    HostCommand {"extension", "payload: object",
-        "runs the notification service extension; answers {\"extension\":{…what would be shown…}}", Place::MainQueue,
-        &extension},
+    HostCommand {"extension", "payload: object, [expired: boolean]",
+        "runs the notification service extension, or what it does when its time runs out; answers "
+        "{\"extension\":{…what would be shown…}}",
+        Place::MainQueue, &extension},
     HostCommand {"inbox", "", "answers {\"inbox\":[…records, newest first…],\"unread\":n}", Place::MainQueue, &inbox},
     HostCommand {"network", "status: \"wifi\", \"wwan\" or \"offline\"",
         "switches the network, which begins offline (with --network simulated only)", Place::MainQueue, &network},

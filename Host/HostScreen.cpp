@@ -21,11 +21,11 @@ struct Product {
 
 constexpr std::array products {
     Product {"Pão francês", "R$ 0,90",
-        R"({"do":"event","kind":"CartEvent","type":"cart_add_product","text":"pão francês","metrics":{"price":0.9}})"},
+        R"({"do":"event","kind":"CartEvent","type":"cart_add_product","text":"pão francês","attributes":{"seção":"pães"},"metrics":{"price":0.9}})"},
     Product {"Bolo de rolo", "R$ 38,00",
-        R"({"do":"event","kind":"CartEvent","type":"cart_add_product","text":"bolo de rolo","metrics":{"price":38}})"},
+        R"({"do":"event","kind":"CartEvent","type":"cart_add_product","text":"bolo de rolo","attributes":{"seção":"doces"},"metrics":{"price":38}})"},
     Product {"Café coado ☕️", "R$ 6,50",
-        R"({"do":"event","kind":"CartEvent","type":"cart_add_product","text":"café coado","metrics":{"price":6.5}})"},
+        R"({"do":"event","kind":"CartEvent","type":"cart_add_product","text":"café coado","attributes":{"seção":"café"},"metrics":{"price":6.5}})"},
 };
 
 struct Action {
@@ -41,6 +41,9 @@ constexpr std::array actions {
     Action {"Wi-Fi", R"({"do":"network","status":"wifi"})"},
     Action {"Celular", R"({"do":"network","status":"wwan"})"},
     Action {"Offline", R"({"do":"network","status":"offline"})"},
+    Action {"Aparelho", R"({"do":"player-id"})"},
+    Action {"Tema", R"({"do":"restyle","property":"unreadMarkerColor","rgba":[0.05,0.42,0.4,1]})"},
+    Action {"Assinar", R"({"do":"subscribe","userId":"6f1c2a9e-player"})"},
     Action {"Chegar", R"({"do":"geotriggers","geotriggers":[{"data":"{\"loja\": \"Boa Viagem\"}"}]})"},
 };
 
@@ -201,6 +204,7 @@ void HostScreen::viewDidLoad()
     m_tray->selected = [this](std::size_t row) {
         const auto payload = contents(m_payloads.at(row));
         perform(R"({"do":"extension","payload":)" + payload + "}");
+        perform(R"({"do":"extension","expired":true,"payload":)" + payload + "}");
         perform(R"({"do":"push","payload":)" + payload + "}");
     };
 }
