@@ -6,6 +6,7 @@
 #include "Platform/UIKit/UIWindow.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <tuple>
 
 namespace kova {
@@ -23,13 +24,14 @@ void collect(UIView& view, std::vector<UIView*>& found)
         return;
     }
     // As it is read: from the top, and a bar first, though it lies in front of the rest.
-    auto children = view.subviews();
-    std::ranges::stable_sort(children, {}, [](const std::shared_ptr<UIView>& child) {
+    std::vector<std::tuple<bool, double, double, std::size_t>> order;
+    for (const auto& child : view.subviews()) {
         const bool isBar = dynamic_cast<UINavigationBar*>(child.get()) != nullptr;
-        return std::tuple {!isBar, child->frame().minY(), child->frame().minX()};
-    });
-    for (const auto& child : children)
-        collect(*child, found);
+        order.emplace_back(!isBar, child->frame().minY(), child->frame().minX(), order.size());
+    }
+    std::ranges::sort(order);
+    for (const auto& place : order)
+        collect(*view.subviews()[std::get<std::size_t>(place)], found);
 }
 
 } // namespace

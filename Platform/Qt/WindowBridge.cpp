@@ -22,10 +22,6 @@ constexpr const char* pageComponent = "WebPage";
 #else
 constexpr const char* pageComponent = "SFSafariViewController";
 #endif
-constexpr double messageFontSize = 15;
-// The user interface speaks Portuguese.
-constexpr const char* openedElsewhere = "A página foi aberta no navegador.";
-constexpr const char* notOpened = "Este endereço não pode ser aberto.";
 
 } // namespace
 
