@@ -48,6 +48,12 @@ constexpr std::array actions {
 };
 
 constexpr std::size_t actionsPerRow = 4;
+
+constexpr std::size_t lineOf(std::size_t action)
+{
+    return action / actionsPerRow;
+}
+
 constexpr UIColor brand {.red = 0.05, .green = 0.42, .blue = 0.40, .alpha = 1};
 constexpr UIColor faint {.red = 0.91, .green = 0.95, .blue = 0.94, .alpha = 1};
 constexpr UIColor night {.red = 0.09, .green = 0.12, .blue = 0.13, .alpha = 1};
@@ -141,10 +147,10 @@ protected:
         const auto chipWidth = std::max(0.0, (inner - (actionsPerRow - 1) * gap) / actionsPerRow);
         for (std::size_t index = 0; index < chips.size(); ++index) {
             const auto column = static_cast<double>(index % actionsPerRow);
-            const auto line = static_cast<double>(index / actionsPerRow);
+            const auto line = static_cast<double>(lineOf(index));
             chips[index]->setFrame({margin + column * (chipWidth + gap), top + line * (34 + gap), chipWidth, 34});
         }
-        top += static_cast<double>((chips.size() + actionsPerRow - 1) / actionsPerRow) * (34 + gap) + gap;
+        top += static_cast<double>(lineOf(chips.size() - 1) + 1) * (34 + gap) + gap;
         trayTitle->setFrame({margin, top, inner, 18});
         top += 22;
         const auto rest = std::max(0.0, bounds().size.height - top);
@@ -175,6 +181,7 @@ void HostScreen::loadView()
 {
     const auto shop = std::make_shared<Shop>();
     shop->central = m_button;
+    shop->rows.reserve(products.size());
     for (const auto& product : products) {
         auto buy = makeButton("Comprar", product.line);
         roundOff(*buy, brand, UIColor::whiteColor());
@@ -185,6 +192,7 @@ void HostScreen::loadView()
             .buy = std::move(buy),
         });
     }
+    shop->chips.reserve(actions.size());
     for (const auto& action : actions) {
         shop->chips.push_back(makeButton(action.title, action.line));
         roundOff(*shop->chips.back(), faint, brand);

@@ -42,6 +42,6 @@ protected:
 /// A window that is drawn, on the screen or, where there is none and `isOffscreen`, in memory. Throws
 /// std::runtime_error when there is no screen, or this host was built without Qt. Made by the thread that will run()
 /// it.
-[[nodiscard]] std::unique_ptr<HostWindow> openDrawnWindow(std::shared_ptr<HostScreen> screen, bool isOffscreen);
+[[nodiscard]] std::unique_ptr<HostWindow> openDrawnWindow(const std::shared_ptr<HostScreen>& screen, bool isOffscreen);
 
 } // namespace kova::host

@@ -6,7 +6,7 @@
 
 namespace kova::host {
 
-std::unique_ptr<HostWindow> openDrawnWindow(std::shared_ptr<HostScreen>, bool)
+std::unique_ptr<HostWindow> openDrawnWindow(const std::shared_ptr<HostScreen>&, bool)
 {
     throw std::runtime_error {"this kova-host was built without Qt, so it has no --window"};
 }

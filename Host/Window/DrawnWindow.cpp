@@ -85,7 +85,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<HostWindow> openDrawnWindow(std::shared_ptr<HostScreen> screen, bool isOffscreen)
+std::unique_ptr<HostWindow> openDrawnWindow(const std::shared_ptr<HostScreen>& screen, bool isOffscreen)
 {
     chooseScreen(isOffscreen);
     QtPlatform::prepare();
@@ -97,7 +97,7 @@ std::unique_ptr<HostWindow> openDrawnWindow(std::shared_ptr<HostScreen> screen, 
     // Where it is installed: made for small screens. Emoji come in colour before any other font has them.
     if (const auto family = QStringLiteral("Inter"); QFontDatabase::hasFamily(family))
         application.setFont(QFont {QStringList {family, QStringLiteral("Noto Color Emoji")}});
-    return std::make_unique<DrawnWindow>(std::move(screen));
+    return std::make_unique<DrawnWindow>(screen);
 }
 
 } // namespace kova::host

@@ -61,7 +61,8 @@ public:
     }
     SharedList& operator=(const SharedList& other)
     {
-        m_spine = other.share();
+        if (this != &other)
+            m_spine = other.share();
         return *this;
     }
     SharedList(SharedList&&) noexcept = default;

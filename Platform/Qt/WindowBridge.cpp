@@ -19,8 +19,25 @@ namespace {
 
 #ifdef KOVA_HAS_WEBENGINE
 constexpr const char* pageComponent = "WebPage";
+
+void showPlace(ViewItemContent&)
+{
+}
 #else
 constexpr const char* pageComponent = "SFSafariViewController";
+
+// Says what became of a page that is not shown here; the user interface speaks Portuguese.
+void showPlace(ViewItemContent& content)
+{
+    constexpr double fontSize = 15;
+    content.text = ViewItem::isWebAddress(content.page) ? QStringLiteral("A página foi aberta no navegador.")
+                                                        : QStringLiteral("Este endereço não pode ser aberto.");
+    content.font = qtFont(UIFont::systemFont(fontSize));
+    content.textColor = Qt::darkGray;
+    content.role = QAccessible::StaticText;
+    content.name = content.text;
+    content.isIgnored = false;
+}
 #endif
 
 } // namespace
@@ -325,6 +342,7 @@ void WindowBridge::complete(ViewItemContent& content, const UIView& view)
     } else if (const auto* browser = dynamic_cast<const SFSafariViewController*>(top);
         browser && browser->pageView() == &view) {
         content.page = QUrl {QString::fromStdString(browser->url().absoluteString())};
+        showPlace(content);
     }
 }
 
