@@ -206,6 +206,7 @@ void HostScreen::loadView()
 void HostScreen::viewDidLoad()
 {
     std::vector<std::string> names;
+    names.reserve(m_payloads.size());
     for (const auto& file : m_payloads)
         names.push_back(file.stem().string());
     m_tray->setTexts(std::move(names));

@@ -33,7 +33,7 @@ CGSize QtTextMeasurer::size(std::string_view text, const UIFont& font, double ma
     layout.setTextOption(option);
 
     const bool isBounded = std::isfinite(maximumWidth);
-    const double lineWidth = isBounded ? std::max(0.0, maximumWidth) : std::numeric_limits<int>::max() / 256;
+    const double lineWidth = isBounded ? std::max(0.0, maximumWidth) : std::numeric_limits<int>::max() / 256.0;
     double width = 0;
     double height = 0;
     int end = 0;

@@ -203,7 +203,7 @@ ViewItemContent contentOf(const UIView& view)
         content.text = qtString(label->text());
         content.font = qtFont(label->font());
         content.textColor = qtColor(label->textColor());
-        content.alignment = qtAlignment(label->textAlignment());
+        content.alignment = static_cast<int>(qtAlignment(label->textAlignment()));
         content.maximumLineCount
             = label->numberOfLines() > 0 ? label->numberOfLines() : std::numeric_limits<int>::max();
     } else if (const auto* scrollView = dynamic_cast<const UIScrollView*>(&view)) {

@@ -370,7 +370,7 @@ void WindowBridge::showLayers(ViewNode& node, const CALayer& layer, QPointF orig
             content.text = QString::fromStdString(text->string());
             content.font = qtFont(UIFont::systemFont(text->fontSize()));
             content.textColor = qtColor(text->foregroundColor());
-            content.alignment = qtAlignment(text->alignmentMode());
+            content.alignment = static_cast<int>(qtAlignment(text->alignmentMode()));
         }
         auto item = makeItem(component);
         item->setShape(shape);

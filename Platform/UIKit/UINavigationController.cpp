@@ -69,7 +69,7 @@ void UINavigationController::prepareForAppearance()
     showTop();
 }
 
-void UINavigationController::pushViewController(std::shared_ptr<UIViewController> viewController, bool animated)
+void UINavigationController::pushViewController(const std::shared_ptr<UIViewController>& viewController, bool animated)
 {
     if (!viewController || viewController->isPlaced() || viewController.get() == &outermost())
         fatalError("only a screen that is shown nowhere else can be pushed");

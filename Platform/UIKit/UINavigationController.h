@@ -22,7 +22,7 @@ public:
     [[nodiscard]] UIViewController& topViewController() const { return *m_stack.back(); }
     [[nodiscard]] UINavigationBar& navigationBar() const { return *m_navigationBar; }
 
-    void pushViewController(std::shared_ptr<UIViewController> viewController, bool animated);
+    void pushViewController(const std::shared_ptr<UIViewController>& viewController, bool animated);
     // At the root they do nothing.
     void popViewController(bool animated);
     void popToRootViewController(bool animated);

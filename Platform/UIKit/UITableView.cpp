@@ -59,6 +59,7 @@ std::shared_ptr<UITableViewCell> UITableView::cellForRow(IndexPath at) const
 std::vector<IndexPath> UITableView::indexPathsForVisibleRows() const
 {
     std::vector<IndexPath> rows;
+    rows.reserve(m_visibleRows.size());
     for (const auto& [row, visible] : m_visibleRows)
         rows.push_back({.row = row});
     return rows;

@@ -202,7 +202,7 @@ void UIView::setTranslatesAutoresizingMaskIntoConstraints(bool translates)
         m_superview->setNeedsSolving();
 }
 
-void UIView::addConstraint(std::shared_ptr<NSLayoutConstraint> constraint)
+void UIView::addConstraint(const std::shared_ptr<NSLayoutConstraint>& constraint)
 {
     if (const auto* const common = constraint->commonView(); !common || !common->isDescendant(this))
         fatalError("a view can hold only constraints between itself and views beneath it");

@@ -103,7 +103,7 @@ public:
     [[nodiscard]] NSLayoutAnchor heightAnchor() { return {this, NSLayoutAttribute::height}; }
     /// The active constraints that this view holds: those whose nearest common view it is.
     [[nodiscard]] const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints() const { return m_constraints; }
-    void addConstraint(std::shared_ptr<NSLayoutConstraint> constraint);
+    void addConstraint(const std::shared_ptr<NSLayoutConstraint>& constraint);
     void addConstraints(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints);
     void removeConstraint(const NSLayoutConstraint& constraint);
 

@@ -108,7 +108,7 @@ bool UIViewController::isPlaced() const
 }
 
 void UIViewController::present(
-    std::shared_ptr<UIViewController> viewController, bool animated, std::function<void()> completion)
+    const std::shared_ptr<UIViewController>& viewController, bool animated, const std::function<void()>& completion)
 {
     auto& presenter = outermost();
     if (!viewController || presenter.m_presented || viewController->isPlaced() || viewController.get() == &presenter) {
@@ -131,7 +131,7 @@ void UIViewController::present(
         completion();
 }
 
-void UIViewController::dismiss(bool animated, std::function<void()> completion)
+void UIViewController::dismiss(bool animated, const std::function<void()>& completion)
 {
     auto* presenter = this;
     while (!presenter->m_presented && presenter->m_parent)

@@ -72,11 +72,11 @@ public:
     /// Shows a screen over this one; what presents it is the outermost stack this screen is in. When that is presenting
     /// already, that is said once and nothing happens. The completion runs once the new screen has appeared, before the
     /// call returns. A presenter that no window shows keeps the screen for when one does.
-    void present(
-        std::shared_ptr<UIViewController> viewController, bool animated, std::function<void()> completion = {});
+    void present(const std::shared_ptr<UIViewController>& viewController, bool animated,
+        const std::function<void()>& completion = {});
     /// Closes what this screen, or a stack it is in, presents, and all that lies above. Where nothing is presented, the
     /// screen is closed itself, with the stack it is in; one that nobody presents stays.
-    void dismiss(bool animated, std::function<void()> completion = {});
+    void dismiss(bool animated, const std::function<void()>& completion = {});
 
 protected:
     /// Makes the view; overrides call setView().
