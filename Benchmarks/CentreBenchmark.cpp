@@ -7,6 +7,7 @@
 #include "Benchmarks/Support/Effort.h"
 #include "Benchmarks/Support/Figure.h"
 #include "Benchmarks/Support/Require.h"
+#include "Benchmarks/Support/SampleInbox.h"
 #include "Benchmarks/Support/Series.h"
 #include "KovaSDK/Push/Central/CentralCoordinator.h"
 #include "KovaSDK/Push/Central/Controller/NotificationViewController.h"
@@ -17,27 +18,11 @@
 #include <cmath>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace {
 
 using namespace kova;
 using namespace kova::benchmarks;
-
-std::vector<KovaNotification> inbox(std::size_t count)
-{
-    std::vector<KovaNotification> records;
-    for (std::size_t number = 0; number < count; ++number) {
-        auto& record = records.emplace_back();
-        record.notificationID = "8c67ea65-eb65-4d1b-97e4-" + std::to_string(number);
-        record.title = "Promoção " + std::to_string(number);
-        record.body = "Olá! Você ganhou 20% de desconto em pães e cafés até domingo";
-        record.launchURL = "https://example.com/p/" + std::to_string(number);
-        record.att = "";
-        record.read = number % 3 == 0;
-    }
-    return records;
-}
 
 struct Screen {
     std::shared_ptr<UIViewController> host = std::make_shared<UIViewController>();
@@ -62,7 +47,7 @@ void measureScrolling(const Effort& effort)
 {
     constexpr std::size_t count = 10'000;
     constexpr double step = 130;
-    const auto records = inbox(count);
+    const auto records = sampleInbox(count);
     NotificationStorage::setBuffer(records);
     Screen screen;
     auto& table = screen.open();
@@ -98,7 +83,7 @@ void measureScrolling(const Effort& effort)
 
 void measureOpening(std::size_t count, const Effort& effort)
 {
-    NotificationStorage::setBuffer(inbox(count));
+    NotificationStorage::setBuffer(sampleInbox(count));
     Screen screen;
     Series opening;
     Series reading;

@@ -8,6 +8,7 @@
 #include "Benchmarks/Support/Effort.h"
 #include "Benchmarks/Support/Figure.h"
 #include "Benchmarks/Support/Require.h"
+#include "Benchmarks/Support/SampleInbox.h"
 #include "Benchmarks/Support/Series.h"
 #include "KovaSDK/Push/Central/CentralCoordinator.h"
 #include "KovaSDK/Push/Central/Controller/NotificationViewController.h"
@@ -38,21 +39,6 @@ using namespace kova;
 using namespace kova::benchmarks;
 
 constexpr double frameSeconds = 1.0 / 60;
-
-std::vector<KovaNotification> inbox(std::size_t count)
-{
-    std::vector<KovaNotification> records;
-    for (std::size_t number = 0; number < count; ++number) {
-        auto& record = records.emplace_back();
-        record.notificationID = "8c67ea65-eb65-4d1b-97e4-" + std::to_string(number);
-        record.title = "Promoção " + std::to_string(number);
-        record.body = "Olá! Você ganhou 20% de desconto em pães e cafés até domingo";
-        record.launchURL = "https://example.com/p/" + std::to_string(number);
-        record.att = "";
-        record.read = number % 3 == 1;
-    }
-    return records;
-}
 
 double residentMiB()
 {
@@ -111,7 +97,7 @@ UITableView& openIn(QtScreen& screen)
 
 void measureFirstFrame(std::size_t count, const Effort& effort)
 {
-    NotificationStorage::setBuffer(inbox(count));
+    NotificationStorage::setBuffer(sampleInbox(count));
     Series empty;
     Series centre;
     const int rounds = effort.rounds(30);
@@ -142,7 +128,7 @@ void measureFrames(const Effort& effort)
     constexpr std::size_t count = 10'000;
     constexpr int framesOfAThrow = 90;
     constexpr double fastest = 160;
-    NotificationStorage::setBuffer(inbox(count));
+    NotificationStorage::setBuffer(sampleInbox(count));
     const auto bare = makeWindow();
     show(*bare);
     draw(*bare);
@@ -204,7 +190,7 @@ int main(int argumentCount, char** arguments)
     const QGuiApplication application {noArguments, arguments};
     const BenchmarkPlatform platform {0, "http://127.0.0.1:9/v2/", MainLoop::Host};
     const QtPlatform qt;
-    NotificationStorage::setBuffer(inbox(10));
+    NotificationStorage::setBuffer(sampleInbox(10));
     double emptyMiB = 0;
     {
         const auto window = makeWindow();

@@ -1,15 +1,9 @@
 #include "Platform/Foundation/Print.h"
 #include "Platform/Qt/ItemAnimation_p.h"
-#include "Platform/Qt/QtFont_p.h"
 #include "Platform/Qt/ViewLook_p.h"
 #include "Platform/Qt/WindowBridge_p.h"
-#include "Platform/UIKit/CAShapeLayer.h"
-#include "Platform/UIKit/CATextLayer.h"
 #include "Platform/UIKit/SFSafariViewController.h"
-#include "Platform/UIKit/UIAlertController.h"
-#include "Platform/UIKit/UINavigationController.h"
 
-#include <QAccessible>
 #include <algorithm>
 #include <utility>
 
@@ -19,25 +13,8 @@ namespace {
 
 #ifdef KOVA_HAS_WEBENGINE
 constexpr const char* pageComponent = "WebPage";
-
-void showPlace(ViewItemContent&)
-{
-}
 #else
 constexpr const char* pageComponent = "SFSafariViewController";
-
-// Says what became of a page that is not shown here; the user interface speaks Portuguese.
-void showPlace(ViewItemContent& content)
-{
-    constexpr double fontSize = 15;
-    content.text = ViewItem::isWebAddress(content.page) ? QStringLiteral("A página foi aberta no navegador.")
-                                                        : QStringLiteral("Este endereço não pode ser aberto.");
-    content.font = qtFont(UIFont::systemFont(fontSize));
-    content.textColor = Qt::darkGray;
-    content.role = QAccessible::StaticText;
-    content.name = content.text;
-    content.isIgnored = false;
-}
 #endif
 
 } // namespace
@@ -287,98 +264,6 @@ void WindowBridge::placeChildren(ViewNode& node, UIView& view)
     for (const auto& screen : node.children) {
         screen->item->setEnabled(screen == node.children.back());
         listAll(*screen);
-    }
-}
-
-void WindowBridge::numberRows(ViewNode& node, UITableView& table)
-{
-    for (const auto& child : node.children)
-        child->row = -1;
-    for (const auto& path : table.indexPathsForVisibleRows()) {
-        if (const auto child = nodeOf(*table.cellForRow(path)))
-            child->row = path.row;
-    }
-}
-
-void WindowBridge::showLook(ViewNode& node, UIView& view)
-{
-    auto& item = *node.item;
-    item.setVisible(!view.isHidden());
-    item.setClip(view.clipsToBounds() && !view.subviews().empty());
-    item.setShape(shapeOf(view));
-    auto content = contentOf(view);
-    complete(content, view);
-    item.setContent(content);
-
-    const double alpha = alphaOf(view);
-    const double duration = std::exchange(node.alphaDuration, 0);
-    if (!node.isShown || (alpha != node.alpha && duration <= 0))
-        item.setAlpha(alpha);
-    else if (alpha != node.alpha)
-        ItemAnimation {.property = "alpha", .from = item.alpha(), .to = alpha, .seconds = duration}.run(item);
-    node.alpha = alpha;
-    node.isShown = true;
-
-    node.layers.clear();
-    showLayers(node, view.layer(), {});
-}
-
-/// What only the window knows.
-void WindowBridge::complete(ViewItemContent& content, const UIView& view)
-{
-    content.hasFocusRing = &view == m_ringed;
-    content.isIgnored = content.isIgnored || !view.isDescendant(m_window.subviews().back().get());
-    auto* const top = m_window.topViewController();
-    if (&view == &m_window) {
-        const auto* stack = top ? top->navigationController() : nullptr;
-        content.isDraggable = stack && stack->viewControllers().size() > 1;
-    } else if (dynamic_cast<const UITableView*>(&view)) {
-        content.name = top ? QString::fromStdString(top->title().value_or("")) : QString {};
-    } else if (const auto* alert = dynamic_cast<const UIAlertController*>(top); alert && alert->boxView() == &view) {
-        content.role = QAccessible::AlertMessage;
-        content.name = QString::fromStdString(alert->title().value_or(""));
-        content.description = QString::fromStdString(alert->message().value_or(""));
-        content.isIgnored = false;
-    } else if (const auto* browser = dynamic_cast<const SFSafariViewController*>(top);
-        browser && browser->pageView() == &view) {
-        content.page = QUrl {QString::fromStdString(browser->url().absoluteString())};
-        showPlace(content);
-    }
-}
-
-void WindowBridge::showLayers(ViewNode& node, const CALayer& layer, QPointF origin)
-{
-    for (const auto& sublayer : layer.sublayers()) {
-        const auto& frame = sublayer->frame();
-        QRectF place {origin.x() + frame.minX(), origin.y() + frame.minY(), frame.size.width, frame.size.height};
-        const auto within = place.topLeft();
-        ViewItemShape shape {.fill = qtColor(sublayer->backgroundColor().value_or(UIColor::clearColor())),
-            .cornerRadius = sublayer->cornerRadius()};
-        ViewItemContent content;
-        QString component = QStringLiteral("CALayer");
-        if (const auto* drawn = dynamic_cast<const CAShapeLayer*>(sublayer.get()); drawn && drawn->path()) {
-            component = QStringLiteral("CAShapeLayer");
-            const auto& oval = drawn->path()->ovalIn;
-            place = QRectF {oval.minX(), oval.minY(), oval.size.width, oval.size.height}.translated(within);
-            shape = {.fill = qtColor(drawn->fillColor()), .isOval = true};
-            if (drawn->strokeColor()) {
-                shape.stroke = qtColor(*drawn->strokeColor());
-                place.adjust(-outlineMargin, -outlineMargin, outlineMargin, outlineMargin);
-            }
-        } else if (const auto* text = dynamic_cast<const CATextLayer*>(sublayer.get())) {
-            component = QStringLiteral("CATextLayer");
-            content.text = QString::fromStdString(text->string());
-            content.font = qtFont(UIFont::systemFont(text->fontSize()));
-            content.textColor = qtColor(text->foregroundColor());
-            content.alignment = static_cast<int>(qtAlignment(text->alignmentMode()));
-        }
-        auto item = makeItem(component);
-        item->setShape(shape);
-        item->setContent(content);
-        item->setParentItem(node.item.get());
-        item->setFrame(place);
-        node.layers.push_back(std::move(item));
-        showLayers(node, *sublayer, within);
     }
 }
 
