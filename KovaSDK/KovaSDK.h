@@ -1,5 +1,5 @@
 // KovaSDK: push notifications with a local inbox, behaviour events, geotriggers and the notification centre.
-// The host application's one include.
+// The host application's one include; what draws the centre with Qt has headers of its own, in Platform/Qt.
 
 #pragma once
 
@@ -13,4 +13,8 @@
 #include "KovaSDK/Push/KovaNotify.h"
 #include "KovaSDK/Push/PermissionSubscriptionState.h"
 #include "KovaSDK/Services/NotificationName.h"
+#include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/NotificationCenter.h"
+#include "Platform/Platform.h"
+#include "Platform/Vendors/OneSignal.h"
+#include "Platform/Vendors/PlotProjects.h"

@@ -5,6 +5,11 @@ if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 
+# What is linked into a shared library shows only what is marked with KOVA_EXPORT.
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
 add_library(KovaCompilerSettings INTERFACE)
 target_include_directories(KovaCompilerSettings INTERFACE ${PROJECT_SOURCE_DIR})
 target_compile_options(KovaCompilerSettings INTERFACE

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/CGGeometry.h"
 #include "Platform/UIKit/UIBarButtonItem.h"
 #include "Platform/UIKit/UIColor.h"
@@ -14,14 +15,15 @@
 namespace kova {
 
 /// Draws the badge when there is something unread, else does nothing.
-void addBadgeCounter(UIBarButtonItem& item);
+KOVA_EXPORT void addBadgeCounter(UIBarButtonItem& item);
 
 /// Draws a badge with a number, in place of the one before. It is sized for one or two digits.
-void addBadge(UIBarButtonItem& item, std::int64_t number, CGPoint withOffset, UIColor andColor, bool andFilled);
+KOVA_EXPORT void addBadge(
+    UIBarButtonItem& item, std::int64_t number, CGPoint withOffset, UIColor andColor, bool andFilled);
 
 /// Writes the number of unread entries into the badge that is there, "0" too.
-void updateBadge(UIBarButtonItem& item);
+KOVA_EXPORT void updateBadge(UIBarButtonItem& item);
 
-void removeBadge(UIBarButtonItem& item);
+KOVA_EXPORT void removeBadge(UIBarButtonItem& item);
 
 } // namespace kova

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "Platform/Foundation/AnyHashable.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/NotificationCenter.h"
 #include "Platform/Vendors/OneSignal.h"
 
@@ -18,7 +19,7 @@
 
 namespace kova {
 
-class KovaNotify {
+class KOVA_EXPORT KovaNotify {
 public:
     KovaNotify() = default;
 

@@ -6,7 +6,7 @@
 
 namespace kova {
 
-class PermissionSubscriptionState : public OSPermissionSubscriptionState {
+class KOVA_EXPORT PermissionSubscriptionState : public OSPermissionSubscriptionState {
 public:
     PermissionSubscriptionState() = default;
 };

@@ -2,9 +2,11 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 namespace kova {
 
-class Coordinator {
+class KOVA_EXPORT Coordinator {
 public:
     virtual ~Coordinator() = default;
 

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/Value.h"
 
 #include <compare>
@@ -13,7 +14,7 @@
 
 namespace kova {
 
-class AnyHashable {
+class KOVA_EXPORT AnyHashable {
 public:
     AnyHashable(std::string text)
         : m_value(std::move(text))

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -10,7 +12,7 @@
 
 namespace kova {
 
-class Bundle {
+class KOVA_EXPORT Bundle {
 public:
     virtual ~Bundle() = default;
 

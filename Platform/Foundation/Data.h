@@ -5,6 +5,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -16,7 +18,7 @@
 
 namespace kova {
 
-class Data {
+class KOVA_EXPORT Data {
 public:
     Data() = default;
     explicit Data(std::string bytes);
@@ -48,6 +50,6 @@ private:
 };
 
 /// The bytes as text when they are valid UTF-8.
-[[nodiscard]] std::optional<std::string> decodedText(const Data& data);
+KOVA_EXPORT [[nodiscard]] std::optional<std::string> decodedText(const Data& data);
 
 } // namespace kova

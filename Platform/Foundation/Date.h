@@ -2,11 +2,13 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <string>
 
 namespace kova {
 
-struct Date {
+struct KOVA_EXPORT Date {
     /// Seconds since 1970-01-01 00:00:00 UTC, fraction kept; negative before that.
     double secondsSince1970 = 0;
 
@@ -16,6 +18,6 @@ struct Date {
 };
 
 /// The date in UTC, to the second: "2024-01-31 12:00:00 +0000".
-[[nodiscard]] std::string description(const Date& date);
+KOVA_EXPORT [[nodiscard]] std::string description(const Date& date);
 
 } // namespace kova

@@ -3,12 +3,13 @@
 #pragma once
 
 #include "Platform/Foundation/Date.h"
+#include "Platform/Foundation/Export.h"
 
 #include <string>
 
 namespace kova {
 
 /// The date in the device's time zone in the pattern "yyyy-MM-dd HH:mm:ss". The platform supplies the body.
-[[nodiscard]] std::string localTimestamp(const Date& date);
+KOVA_EXPORT [[nodiscard]] std::string localTimestamp(const Date& date);
 
 } // namespace kova

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/Value.h"
 
 #include <optional>
@@ -12,20 +13,20 @@ namespace kova {
 
 /// The text as it stands, but with control characters and line separators escaped (\n, \t, \u{1B}) and ill-formed UTF-8
 /// replaced: it stays on one line.
-[[nodiscard]] std::string singleLine(std::string_view text);
+KOVA_EXPORT [[nodiscard]] std::string singleLine(std::string_view text);
 
 /// The text in quotes, with quotes, backslashes and control characters escaped: "say \"olá\"".
-[[nodiscard]] std::string debugDescription(std::string_view text);
+KOVA_EXPORT [[nodiscard]] std::string debugDescription(std::string_view text);
 
 /// Optional("text") or nil.
-[[nodiscard]] std::string description(const std::optional<std::string>& text);
+KOVA_EXPORT [[nodiscard]] std::string description(const std::optional<std::string>& text);
 
 /// The bytes decoded as UTF-8, as an optional: Optional("text"), or nil when they are not valid UTF-8.
-[[nodiscard]] std::string decodedDescription(const Data& data);
+KOVA_EXPORT [[nodiscard]] std::string decodedDescription(const Data& data);
 
 /// A value at top level: a text stands bare (on one line), <null> for null, the number of bytes for data; inside an
 /// array
 /// ([1, "a"]) or a dictionary (["key": "a"]) texts are quoted.
-[[nodiscard]] std::string description(const Value& value);
+KOVA_EXPORT [[nodiscard]] std::string description(const Value& value);
 
 } // namespace kova

@@ -2,13 +2,15 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <chrono>
 #include <functional>
 #include <memory>
 
 namespace kova {
 
-class DispatchClock {
+class KOVA_EXPORT DispatchClock {
 public:
     virtual ~DispatchClock() = default;
 

@@ -7,6 +7,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/ThreadHook.h"
 
 #include <chrono>
@@ -18,7 +19,7 @@
 
 namespace kova {
 
-class DispatchQueue {
+class KOVA_EXPORT DispatchQueue {
 public:
     using Task = std::move_only_function<void()>;
 

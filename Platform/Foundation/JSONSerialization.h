@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Platform/Foundation/Data.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/Value.h"
 
 #include <expected>
@@ -25,9 +26,9 @@ enum class JSONError {
     notRepresentable,
 };
 
-[[nodiscard]] std::error_code make_error_code(JSONError error);
+KOVA_EXPORT [[nodiscard]] std::error_code make_error_code(JSONError error);
 
-class JSONSerialization {
+class KOVA_EXPORT JSONSerialization {
 public:
     /// Arrays and objects may stand inside one another this deep, in both directions.
     static constexpr int maximumDepth = 512;

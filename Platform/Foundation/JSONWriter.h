@@ -7,6 +7,7 @@
 #pragma once
 
 #include "Platform/Foundation/Data.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/Value.h"
 
 #include <cstdint>
@@ -17,7 +18,7 @@
 
 namespace kova {
 
-class JSONWriter {
+class KOVA_EXPORT JSONWriter {
 public:
     JSONWriter();
     ~JSONWriter();

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "Platform/Foundation/AnyHashable.h"
+#include "Platform/Foundation/Export.h"
 
 #include <functional>
 #include <memory>
@@ -23,7 +24,7 @@ struct Notification {
     std::optional<AnyDictionary> userInfo {};
 };
 
-class NotificationCenter {
+class KOVA_EXPORT NotificationCenter {
 public:
     using Handler = std::function<void(const Notification&)>;
 

@@ -4,6 +4,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <string>
 #include <string_view>
 
@@ -13,9 +15,9 @@ namespace kova {
 using PrintSink = void (*)(std::string_view line);
 
 /// Replaces where lines go and returns what stood there before; null stands for standard output.
-PrintSink setPrintSink(PrintSink sink);
+KOVA_EXPORT PrintSink setPrintSink(PrintSink sink);
 
-void printLine(std::string line);
+KOVA_EXPORT void printLine(std::string line);
 
 /// Writes the items separated by one blank, followed by a newline. A text that already ends in a blank and is to be
 /// followed directly is passed joined with what follows: print("APP ID: " + id).
@@ -28,6 +30,6 @@ template <typename... Items> void print(std::string_view first, const Items&... 
 
 /// Ends the process: "Fatal error: " and the message as one line on standard error, then abort. For what the host
 /// forgot and for vendor objects that must not be absent, never for bytes from outside.
-[[noreturn]] void fatalError(std::string_view message);
+KOVA_EXPORT [[noreturn]] void fatalError(std::string_view message);
 
 } // namespace kova

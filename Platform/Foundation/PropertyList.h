@@ -6,6 +6,7 @@
 #pragma once
 
 #include "Platform/Foundation/Data.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/Value.h"
 
 #include <expected>
@@ -23,15 +24,15 @@ enum class PropertyListError {
     notRepresentable,
 };
 
-[[nodiscard]] std::error_code make_error_code(PropertyListError error);
+KOVA_EXPORT [[nodiscard]] std::error_code make_error_code(PropertyListError error);
 
-class PropertyListEncoder {
+class KOVA_EXPORT PropertyListEncoder {
 public:
     /// A binary property list (bplist00) with the value as its top object.
     [[nodiscard]] static std::expected<Data, std::error_code> encode(const Value& value);
 };
 
-class PropertyListDecoder {
+class KOVA_EXPORT PropertyListDecoder {
 public:
     /// Reads a binary or an XML property list; malformed bytes of any kind are an error.
     [[nodiscard]] static std::expected<Value, std::error_code> decode(std::string_view bytes);

@@ -6,11 +6,13 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <string>
 
 namespace kova {
 
-struct ServiceAddresses {
+struct KOVA_EXPORT ServiceAddresses {
     /// The addresses of this build.
     [[nodiscard]] static ServiceAddresses builtIn();
     /// The addresses in force: those of the build until a platform object replaces them.

@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <string_view>
 
 namespace kova {
@@ -13,9 +15,9 @@ enum class QualityOfService { Unspecified, Background };
 using ThreadHook = void (*)(std::string_view name, QualityOfService quality);
 
 /// Replaces the hook; null, as it is at first, leaves threads as the standard library made them.
-void setThreadHook(ThreadHook hook);
+KOVA_EXPORT void setThreadHook(ThreadHook hook);
 
 /// To be called first thing on every thread that is started here.
-void announceThread(std::string_view name, QualityOfService quality = QualityOfService::Unspecified);
+KOVA_EXPORT void announceThread(std::string_view name, QualityOfService quality = QualityOfService::Unspecified);
 
 } // namespace kova

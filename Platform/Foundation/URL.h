@@ -5,13 +5,15 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace kova {
 
-class URL {
+class KOVA_EXPORT URL {
 public:
     /// None for the empty text and for what is not a valid RFC 3986 reference: spaces, control and non-ASCII
     /// characters, stray brackets, a "%" that two hexadecimal digits do not follow.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Platform/Foundation/Data.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/URL.h"
 
 #include <chrono>
@@ -21,14 +22,14 @@ enum class CachePolicy {
 };
 
 /// Orders header field names without regard to ASCII case.
-struct HeaderFieldLess {
+struct KOVA_EXPORT HeaderFieldLess {
     using is_transparent = void;
     bool operator()(std::string_view left, std::string_view right) const;
 };
 
 using HTTPHeaderFields = std::map<std::string, std::string, HeaderFieldLess>;
 
-struct URLRequest {
+struct KOVA_EXPORT URLRequest {
     URL url;
     CachePolicy cachePolicy = CachePolicy::useProtocolCachePolicy;
     /// The time that the whole exchange may take, from resume to the last byte of the reply.
@@ -43,7 +44,7 @@ struct URLRequest {
 };
 
 /// The reply's head.
-struct HTTPURLResponse {
+struct KOVA_EXPORT HTTPURLResponse {
     /// Where the reply came from: the request's URL, or the last one redirected to.
     URL url;
     int statusCode = 0;
@@ -54,6 +55,6 @@ struct HTTPURLResponse {
 };
 
 /// The request as the log shows it: its URL.
-[[nodiscard]] std::string description(const URLRequest& request);
+KOVA_EXPORT [[nodiscard]] std::string description(const URLRequest& request);
 
 } // namespace kova

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "Platform/Foundation/Data.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/URLRequest.h"
 
 #include <functional>
@@ -33,15 +34,15 @@ enum class URLError {
     secureConnectionFailed = -1200,
 };
 
-[[nodiscard]] const std::error_category& urlErrorCategory();
-[[nodiscard]] std::error_code make_error_code(URLError error);
+KOVA_EXPORT [[nodiscard]] const std::error_category& urlErrorCategory();
+KOVA_EXPORT [[nodiscard]] std::error_code make_error_code(URLError error);
 
 /// Takes the body and the head of the reply, or the error. Without an error the body is present, empty when the reply
 /// has none.
 using DataTaskCompletion
     = std::move_only_function<void(std::optional<Data>, std::optional<HTTPURLResponse>, std::error_code)>;
 
-class URLSessionDataTask {
+class KOVA_EXPORT URLSessionDataTask {
 public:
     virtual ~URLSessionDataTask() = default;
 
@@ -53,7 +54,7 @@ public:
     virtual void cancel() = 0;
 };
 
-class URLSession {
+class KOVA_EXPORT URLSession {
 public:
     virtual ~URLSession() = default;
 

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/Value.h"
 
 #include <memory>
@@ -14,7 +15,7 @@
 
 namespace kova {
 
-class UserDefaults {
+class KOVA_EXPORT UserDefaults {
 public:
     virtual ~UserDefaults() = default;
 

@@ -6,6 +6,7 @@
 
 #include "Platform/Foundation/Data.h"
 #include "Platform/Foundation/Date.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/SharedList.h"
 
 #include <concepts>
@@ -18,7 +19,7 @@
 
 namespace kova {
 
-class Value {
+class KOVA_EXPORT Value {
 public:
     using Array = SharedList<Value>;
     using Dictionary = std::map<std::string, Value, std::less<>>;

@@ -13,6 +13,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/ServiceAddresses.h"
 
 #include <chrono>
@@ -38,7 +39,7 @@ enum class MainLoop {
     Host,
 };
 
-struct LinuxPlatformOptions {
+struct KOVA_EXPORT LinuxPlatformOptions {
     /// Names the application and its folder: letters, digits, ".", "-" and "_", not beginning with "." and at most 255
     /// bytes. Anything else stops the process.
     std::string bundleIdentifier;
@@ -56,7 +57,7 @@ struct LinuxPlatformOptions {
     std::shared_ptr<NetworkReachability> reachability {};
 };
 
-class LinuxPlatform {
+class KOVA_EXPORT LinuxPlatform {
 public:
     explicit LinuxPlatform(LinuxPlatformOptions options);
     ~LinuxPlatform();

@@ -14,6 +14,12 @@
 #include <atomic>
 #include <mutex>
 
+// A linker leaves out of a static library what nobody asks for; the macro wants to stand outside of any namespace.
+static void bringScreens()
+{
+    Q_INIT_RESOURCE(centre_qml);
+}
+
 namespace kova {
 
 struct QtPlatform::State {
@@ -37,6 +43,7 @@ QtPlatform::QtPlatform()
 {
     if (!QGuiApplication::instance())
         fatalError("QtPlatform: the application object must be made first");
+    bringScreens();
     m_state = std::make_shared<State>();
     UIScreen::main().scale = qGuiApp->devicePixelRatio();
     m_state->measurerBefore = TextMeasurer::setShared(std::make_shared<QtTextMeasurer>());

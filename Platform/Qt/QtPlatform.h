@@ -16,11 +16,13 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <memory>
 
 namespace kova {
 
-class QtPlatform {
+class KOVA_EXPORT QtPlatform {
 public:
     /// To be called before the application object is made, for the pages of the in-app browser. Does nothing in a build
     /// without Qt WebEngine, where the system's browser shows them.

@@ -9,6 +9,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIViewController.h"
 
 #include <memory>
@@ -18,7 +19,7 @@ class QWidget;
 
 namespace kova {
 
-class QtScreen {
+class KOVA_EXPORT QtScreen {
 public:
     // The area may go before the screen does: what was presented is closed then.
     explicit QtScreen(QQuickItem& area);

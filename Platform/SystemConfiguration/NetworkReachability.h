@@ -6,6 +6,7 @@
 #pragma once
 
 #include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/Export.h"
 
 #include <cstdint>
 #include <functional>
@@ -39,7 +40,7 @@ struct SCNetworkReachabilityContext {
 };
 
 /// One host that is watched.
-class SCNetworkReachability {
+class KOVA_EXPORT SCNetworkReachability {
 public:
     virtual ~SCNetworkReachability() = default;
 
@@ -54,7 +55,7 @@ public:
 };
 
 /// Makes targets.
-class NetworkReachability {
+class KOVA_EXPORT NetworkReachability {
 public:
     virtual ~NetworkReachability() = default;
 

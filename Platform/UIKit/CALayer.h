@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/CGGeometry.h"
 #include "Platform/UIKit/UIColor.h"
 #include "Platform/UIKit/WeakLink.h"
@@ -16,7 +17,7 @@ namespace kova {
 
 class UIView;
 
-class CALayer : public Linkable {
+class KOVA_EXPORT CALayer : public Linkable {
 public:
     CALayer() = default;
     ~CALayer() override;

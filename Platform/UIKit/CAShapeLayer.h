@@ -2,12 +2,13 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/CALayer.h"
 #include "Platform/UIKit/CGPath.h"
 
 namespace kova {
 
-class CAShapeLayer : public CALayer {
+class KOVA_EXPORT CAShapeLayer : public CALayer {
 public:
     [[nodiscard]] const std::optional<CGPath>& path() const { return m_path; }
     void setPath(std::optional<CGPath> path) { assign(m_path, path); }

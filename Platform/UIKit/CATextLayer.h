@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/CALayer.h"
 #include "Platform/UIKit/NSTextAlignment.h"
 
@@ -9,7 +10,7 @@
 
 namespace kova {
 
-class CATextLayer : public CALayer {
+class KOVA_EXPORT CATextLayer : public CALayer {
 public:
     [[nodiscard]] const std::string& string() const { return m_string; }
     void setString(std::string string) { assign(m_string, std::move(string)); }

@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/NSLayoutAttribute.h"
 #include "Platform/UIKit/WeakLink.h"
 
@@ -14,7 +15,7 @@ namespace kova {
 class NSLayoutConstraint;
 class UIView;
 
-class NSLayoutAnchor {
+class KOVA_EXPORT NSLayoutAnchor {
 public:
     NSLayoutAnchor(UIView* view, NSLayoutAttribute attribute)
         : m_view(view)

@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/NSLayoutAttribute.h"
 #include "Platform/UIKit/WeakLink.h"
 
@@ -17,7 +18,7 @@ namespace kova {
 
 class UIView;
 
-class NSLayoutConstraint : public Linkable {
+class KOVA_EXPORT NSLayoutConstraint : public Linkable {
 public:
     using List = std::vector<std::shared_ptr<NSLayoutConstraint>>;
 

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/URL.h"
 #include "Platform/UIKit/UIViewController.h"
 
@@ -9,7 +10,7 @@ namespace kova {
 
 class UIButton;
 
-class SFSafariViewController : public UIViewController {
+class KOVA_EXPORT SFSafariViewController : public UIViewController {
 public:
     explicit SFSafariViewController(URL url);
     ~SFSafariViewController() override;

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/CGGeometry.h"
 #include "Platform/UIKit/UIFont.h"
 
@@ -13,7 +14,7 @@
 
 namespace kova {
 
-class TextMeasurer {
+class KOVA_EXPORT TextMeasurer {
 public:
     virtual ~TextMeasurer() = default;
 

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIView.h"
 
 namespace kova {
@@ -9,7 +10,7 @@ namespace kova {
 /// The toolkit's styles, as this SDK counts them.
 enum class UIActivityIndicatorViewStyle { white = 0, whiteLarge = 1, gray = 2 };
 
-class UIActivityIndicatorView : public UIView {
+class KOVA_EXPORT UIActivityIndicatorView : public UIView {
 public:
     explicit UIActivityIndicatorView(UIActivityIndicatorViewStyle style);
 

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIAlertAction.h"
 #include "Platform/UIKit/UIViewController.h"
 
@@ -11,7 +12,7 @@ namespace kova {
 
 enum class UIAlertControllerStyle { actionSheet = 0, alert = 1 };
 
-class UIAlertController : public UIViewController {
+class KOVA_EXPORT UIAlertController : public UIViewController {
 public:
     UIAlertController(
         std::optional<std::string> title, std::optional<std::string> message, UIAlertControllerStyle preferredStyle);

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIView.h"
 
 #include <functional>
@@ -15,7 +16,7 @@ namespace kova {
 /// The platform's standard buttons that are used here.
 enum class UIBarButtonSystemItem { done = 0, trash = 16 };
 
-class UIBarButtonItem : public Linkable {
+class KOVA_EXPORT UIBarButtonItem : public Linkable {
 public:
     UIBarButtonItem(UIBarButtonSystemItem barButtonSystemItem, WeakLink<Linkable> target, std::function<void()> action);
     UIBarButtonItem(std::string title, WeakLink<Linkable> target, std::function<void()> action);

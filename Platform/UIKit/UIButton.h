@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIControl.h"
 #include "Platform/UIKit/UIFont.h"
 #include "Platform/UIKit/UILabel.h"
@@ -10,7 +11,7 @@ namespace kova {
 
 enum class UIControlState : unsigned { normal = 0 };
 
-class UIButton : public UIControl {
+class KOVA_EXPORT UIButton : public UIControl {
 public:
     UIButton();
     explicit UIButton(const CGRect& frame);

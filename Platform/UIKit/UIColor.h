@@ -2,9 +2,11 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 namespace kova {
 
-struct UIColor {
+struct KOVA_EXPORT UIColor {
     double red = 0;
     double green = 0;
     double blue = 0;

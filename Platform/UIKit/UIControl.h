@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIView.h"
 
 namespace kova {
@@ -9,7 +10,7 @@ namespace kova {
 /// Bits, as the platform has them.
 enum class UIControlEvents : unsigned { touchUpInside = 64 };
 
-class UIControl : public UIView {
+class KOVA_EXPORT UIControl : public UIView {
 public:
     using UIView::UIView;
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Platform/Foundation/Data.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/CGGeometry.h"
 
 #include <functional>
@@ -12,7 +13,7 @@
 
 namespace kova {
 
-class UIImage {
+class KOVA_EXPORT UIImage {
 public:
     /// An empty picture: no size, nothing to draw.
     UIImage() = default;

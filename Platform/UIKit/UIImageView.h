@@ -2,12 +2,13 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIImage.h"
 #include "Platform/UIKit/UIView.h"
 
 namespace kova {
 
-class UIImageView : public UIView {
+class KOVA_EXPORT UIImageView : public UIView {
 public:
     using UIView::UIView;
 

@@ -2,13 +2,14 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/NSTextAlignment.h"
 #include "Platform/UIKit/UIFont.h"
 #include "Platform/UIKit/UIView.h"
 
 namespace kova {
 
-class UILabel : public UIView {
+class KOVA_EXPORT UILabel : public UIView {
 public:
     using UIView::UIView;
 

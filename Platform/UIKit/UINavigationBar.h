@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UINavigationItem.h"
 #include "Platform/UIKit/UIView.h"
 
@@ -12,7 +13,7 @@ namespace kova {
 class UIButton;
 class UILabel;
 
-class UINavigationBar : public UIView {
+class KOVA_EXPORT UINavigationBar : public UIView {
 public:
     /// In points.
     static constexpr double height = 44;

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UINavigationBar.h"
 #include "Platform/UIKit/UIViewController.h"
 
@@ -12,7 +13,7 @@
 
 namespace kova {
 
-class UINavigationController : public UIViewController {
+class KOVA_EXPORT UINavigationController : public UIViewController {
 public:
     explicit UINavigationController(std::shared_ptr<UIViewController> rootViewController);
     ~UINavigationController() override;

@@ -2,13 +2,14 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIBarButtonItem.h"
 
 #include <functional>
 
 namespace kova {
 
-class UINavigationItem : public Linkable {
+class KOVA_EXPORT UINavigationItem : public Linkable {
 public:
     [[nodiscard]] const std::optional<std::string>& title() const { return m_title; }
     void setTitle(std::optional<std::string> title);

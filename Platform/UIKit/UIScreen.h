@@ -2,9 +2,11 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 namespace kova {
 
-class UIScreen {
+class KOVA_EXPORT UIScreen {
 public:
     /// The device's screen; a drawing platform sets its scale. Main thread only.
     [[nodiscard]] static UIScreen& main();

@@ -4,11 +4,12 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIView.h"
 
 namespace kova {
 
-class UIScrollView : public UIView {
+class KOVA_EXPORT UIScrollView : public UIView {
 public:
     using UIView::UIView;
 

@@ -8,6 +8,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/IndexPath.h"
 #include "Platform/UIKit/UIScrollView.h"
 #include "Platform/UIKit/UITableViewCell.h"
@@ -28,7 +29,7 @@ enum class UITableViewStyle { plain = 0, grouped = 1 };
 enum class UITableViewRowAnimation { fade = 0, right = 1, left = 2, top = 3, bottom = 4, none = 5, automatic = 100 };
 enum class UITableViewCellSeparatorStyle { none = 0, singleLine = 1 };
 
-class UITableView : public UIScrollView {
+class KOVA_EXPORT UITableView : public UIScrollView {
 public:
     UITableView(const CGRect& frame, UITableViewStyle style);
     ~UITableView() override;

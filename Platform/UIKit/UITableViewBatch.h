@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UITableView.h"
 #include "Platform/UIKit/UIWindowObserver.h"
 
@@ -12,7 +13,7 @@ namespace kova {
 /// Deletions and reloads name rows as they were before the batch, insertions as they are after it.
 enum class UITableViewRowChange { Delete, Insert, Reload };
 
-class UITableViewBatch {
+class KOVA_EXPORT UITableViewBatch {
 public:
     /// Rows below zero are no rows and are passed over.
     void add(UITableViewRowChange how, const std::vector<IndexPath>& rows, UITableViewRowAnimation animation);

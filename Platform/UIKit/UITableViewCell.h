@@ -2,13 +2,14 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIView.h"
 
 namespace kova {
 
 enum class UITableViewCellStyle { default_ = 0 };
 
-class UITableViewCell : public UIView {
+class KOVA_EXPORT UITableViewCell : public UIView {
 public:
     UITableViewCell(UITableViewCellStyle style, std::optional<std::string> reuseIdentifier);
 

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/IndexPath.h"
 
 #include <cstdint>
@@ -14,7 +15,7 @@ class UITableViewCell;
 
 enum class UITableViewCellEditingStyle { none = 0, delete_ = 1, insert = 2 };
 
-class UITableViewDataSource {
+class KOVA_EXPORT UITableViewDataSource {
 public:
     virtual ~UITableViewDataSource() = default;
 

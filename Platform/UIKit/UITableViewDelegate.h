@@ -2,13 +2,14 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/IndexPath.h"
 
 namespace kova {
 
 class UITableView;
 
-class UITableViewDelegate {
+class KOVA_EXPORT UITableViewDelegate {
 public:
     virtual ~UITableViewDelegate() = default;
 

@@ -5,6 +5,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -12,7 +14,7 @@
 
 namespace kova {
 
-class UITableViewRowHeights {
+class KOVA_EXPORT UITableViewRowHeights {
 public:
     /// What a row measures when nobody says.
     static constexpr double standard = 44;

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/CALayer.h"
 #include "Platform/UIKit/CGGeometry.h"
 #include "Platform/UIKit/NSLayoutAnchor.h"
@@ -30,7 +31,7 @@ enum class UIChange;
 
 enum class UIViewContentMode { scaleToFill = 0, scaleAspectFit = 1, scaleAspectFill = 2 };
 
-class UIView : public Linkable {
+class KOVA_EXPORT UIView : public Linkable {
 public:
     /// A width or height that a view has no opinion on.
     static constexpr double noIntrinsicMetric = -1;

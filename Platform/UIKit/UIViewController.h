@@ -8,6 +8,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UINavigationItem.h"
 #include "Platform/UIKit/UIView.h"
 
@@ -37,7 +38,7 @@ enum class UIModalPresentationStyle {
 enum class UIRectEdge : unsigned { none = 0, all = 15 };
 enum class UIStatusBarStyle { default_ = 0, lightContent = 1 };
 
-class UIViewController : public Linkable, public std::enable_shared_from_this<UIViewController> {
+class KOVA_EXPORT UIViewController : public Linkable, public std::enable_shared_from_this<UIViewController> {
 public:
     UIViewController();
     ~UIViewController() override;

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIView.h"
 
 namespace kova {
@@ -9,7 +10,7 @@ namespace kova {
 class UIViewController;
 class UIWindowObserver;
 
-class UIWindow : public UIView {
+class KOVA_EXPORT UIWindow : public UIView {
 public:
     explicit UIWindow(const CGRect& frame);
     /// Takes its screens off; they hear that they disappear.

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UITableView.h"
 
 namespace kova {
@@ -46,7 +47,7 @@ struct UITableViewUpdate {
     bool reloadedWhole = false;
 };
 
-class UIWindowObserver {
+class KOVA_EXPORT UIWindowObserver {
 public:
     virtual ~UIWindowObserver() = default;
 

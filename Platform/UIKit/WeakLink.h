@@ -5,13 +5,15 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <concepts>
 #include <memory>
 
 namespace kova {
 
 /// What weak links point to. An object has its own identity, so it is never copied.
-class Linkable {
+class KOVA_EXPORT Linkable {
 public:
     Linkable() = default;
     virtual ~Linkable() = default;

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "Platform/Foundation/AnyHashable.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/UserNotifications.h"
 #include "Platform/Foundation/Value.h"
 
@@ -47,7 +48,7 @@ struct OSSubscriptionState {
     std::optional<std::string> userId {};
 };
 
-class OSPermissionSubscriptionState {
+class KOVA_EXPORT OSPermissionSubscriptionState {
 public:
     virtual ~OSPermissionSubscriptionState() = default;
 
@@ -55,7 +56,7 @@ public:
 };
 
 /// The notification as the log shows it: <OSNotification: ID>.
-[[nodiscard]] std::string description(const OSNotification& notification);
+KOVA_EXPORT [[nodiscard]] std::string description(const OSNotification& notification);
 
 using OSHandleNotificationReceived = std::function<void(std::shared_ptr<const OSNotification>)>;
 using OSHandleNotificationAction = std::function<void(std::shared_ptr<const OSNotificationOpenedResult>)>;
@@ -64,7 +65,7 @@ using OSUserResponse = std::function<void(bool accepted)>;
 /// The setting that says whether the vendor asks for push permission when it starts; a boolean.
 inline constexpr const char* kOSSettingsKeyAutoPrompt = "kOSSettingsKeyAutoPrompt";
 
-class OneSignal {
+class KOVA_EXPORT OneSignal {
 public:
     virtual ~OneSignal() = default;
 

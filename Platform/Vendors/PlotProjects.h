@@ -7,6 +7,7 @@
 #pragma once
 
 #include "Platform/Foundation/AnyHashable.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Foundation/Value.h"
 
 #include <functional>
@@ -28,7 +29,7 @@ struct PlotGeotrigger {
 };
 
 /// Geotriggers that fired together.
-class PlotHandleGeotriggers {
+class KOVA_EXPORT PlotHandleGeotriggers {
 public:
     /// In the order in which they fired; no element is null.
     using List = std::vector<std::shared_ptr<const PlotGeotrigger>>;
@@ -41,7 +42,7 @@ public:
 };
 
 /// What the vendor starts with.
-class PlotConfiguration {
+class KOVA_EXPORT PlotConfiguration {
 public:
     virtual ~PlotConfiguration() = default;
 
@@ -49,7 +50,7 @@ public:
 };
 
 /// What the vendor calls. Its operations on notifications are optional, and the SDK implements none of them.
-class PlotDelegate {
+class KOVA_EXPORT PlotDelegate {
 public:
     using ConfigurationLoaded = std::function<void(const std::shared_ptr<PlotConfiguration>&)>;
 
@@ -63,7 +64,7 @@ public:
 };
 
 /// The vendor's entry. That it is the debug variant, and not the one for releases, is contract.
-class PlotDebug {
+class KOVA_EXPORT PlotDebug {
 public:
     virtual ~PlotDebug() = default;
 

@@ -1,9 +1,8 @@
 // A host with a window of its own in Qt Widgets: a press on its button opens the notification centre over it.
 
-#include "KovaSDK/KovaSDK.h"
-#include "Platform/Linux/LinuxPlatform.h"
-#include "Platform/Qt/QtPlatform.h"
-#include "Platform/Qt/QtScreen.h"
+#include <KovaSDK/KovaSDK.h>
+#include <Platform/Qt/QtPlatform.h>
+#include <Platform/Qt/QtScreen.h>
 
 #include <QApplication>
 #include <QPushButton>

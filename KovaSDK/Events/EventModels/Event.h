@@ -9,6 +9,7 @@
 #include "Platform/Foundation/AnyHashable.h"
 #include "Platform/Foundation/Data.h"
 #include "Platform/Foundation/Date.h"
+#include "Platform/Foundation/Export.h"
 
 #include <map>
 #include <optional>
@@ -17,7 +18,7 @@
 
 namespace kova {
 
-class Event {
+class KOVA_EXPORT Event {
 public:
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;

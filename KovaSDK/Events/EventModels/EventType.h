@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <optional>
 #include <string_view>
 
@@ -38,9 +40,9 @@ enum class EventType {
 };
 
 /// The type as it travels: "cart_add_product".
-[[nodiscard]] std::string_view rawValue(EventType type);
+KOVA_EXPORT [[nodiscard]] std::string_view rawValue(EventType type);
 
 /// The type of a raw value: an exact match, letter case included.
-[[nodiscard]] std::optional<EventType> eventTypeFromRawValue(std::string_view rawValue);
+KOVA_EXPORT [[nodiscard]] std::optional<EventType> eventTypeFromRawValue(std::string_view rawValue);
 
 } // namespace kova

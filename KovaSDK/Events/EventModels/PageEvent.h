@@ -3,10 +3,11 @@
 #pragma once
 
 #include "KovaSDK/Events/EventModels/Event.h"
+#include "Platform/Foundation/Export.h"
 
 namespace kova {
 
-class PageEvent final : public Event {
+class KOVA_EXPORT PageEvent final : public Event {
 public:
     /// Takes any type; one of another kind of event is sent as it is.
     explicit PageEvent(EventType given)

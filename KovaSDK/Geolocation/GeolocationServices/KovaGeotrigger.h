@@ -7,6 +7,7 @@
 #pragma once
 
 #include "Platform/Foundation/AnyHashable.h"
+#include "Platform/Foundation/Export.h"
 #include "Platform/Vendors/PlotProjects.h"
 
 #include <memory>
@@ -14,7 +15,7 @@
 
 namespace kova {
 
-class KovaGeotrigger : public PlotDelegate, public std::enable_shared_from_this<KovaGeotrigger> {
+class KOVA_EXPORT KovaGeotrigger : public PlotDelegate, public std::enable_shared_from_this<KovaGeotrigger> {
 public:
     /// Not available: stops the process. Without launch options std::nullopt or {} is to be passed.
     explicit KovaGeotrigger();

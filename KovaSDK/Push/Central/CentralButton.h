@@ -4,6 +4,7 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIButton.h"
 
 #include <memory>
@@ -14,7 +15,7 @@ namespace kova {
 
 class NSCoder;
 
-class CentralButton : public UIButton {
+class KOVA_EXPORT CentralButton : public UIButton {
 public:
     /// Shows no badge yet.
     explicit CentralButton(const CGRect& frame);

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "KovaSDK/Services/Coordinator.h"
+#include "Platform/Foundation/Export.h"
 
 #include <memory>
 
@@ -15,7 +16,7 @@ namespace kova {
 
 class UIViewController;
 
-class CentralCoordinator : public Coordinator {
+class KOVA_EXPORT CentralCoordinator : public Coordinator {
 public:
     /// Without a screen the process stops.
     explicit CentralCoordinator(std::shared_ptr<UIViewController> screen);

@@ -4,11 +4,12 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
 #include "Platform/UIKit/UIColor.h"
 
 namespace kova {
 
-class CentralLayout {
+class KOVA_EXPORT CentralLayout {
 public:
     /// The process-wide colours, made on first access.
     [[nodiscard]] static CentralLayout& default_();
