@@ -1,10 +1,12 @@
 #include "Platform/Libraries/CurlExchange.h"
 
 #include "Platform/Libraries/CurlErrors.h"
+#include "Platform/Libraries/CurlRestingConnections.h"
 
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <charconv>
 #include <new>
 #include <tuple>
 #include <utility>
@@ -46,6 +48,25 @@ bool isSameField(std::string_view left, std::string_view right)
     return !less(left, right) && !less(right, left);
 }
 
+/// Whether the values of all fields of that name are the same number. curl believes the last of several, and of each as
+/// much as it can read; whoever believes another one sees the body end somewhere else.
+bool isOneLength(std::string_view values)
+{
+    std::optional<std::uint64_t> length;
+    while (true) {
+        const auto comma = values.find(',');
+        const auto value = trimmed(values.substr(0, comma));
+        std::uint64_t number = 0;
+        const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+        if (error != std::errc {} || end != value.data() + value.size() || length.value_or(number) != number)
+            return false;
+        length = number;
+        if (comma == std::string_view::npos)
+            return true;
+        values.remove_prefix(comma + 1);
+    }
+}
+
 } // namespace
 
 void CurlExchange::CloseHandle::operator()(void* handle) const
@@ -58,8 +79,9 @@ void CurlExchange::FreeList::operator()(curl_slist* list) const
     curl_slist_free_all(list);
 }
 
-CurlExchange::CurlExchange(const std::string& additionalCertificates)
-    : m_handle(curl_easy_init())
+CurlExchange::CurlExchange(const std::string& additionalCertificates, CurlRestingConnections& restingConnections)
+    : m_restingConnections(restingConnections)
+    , m_handle(curl_easy_init())
 {
     if (!m_handle)
         throw std::bad_alloc {};
@@ -76,6 +98,7 @@ CurlExchange::CurlExchange(const std::string& additionalCertificates)
     curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, oldestIdleConnection);
     if (!additionalCertificates.empty())
         curl_easy_setopt(handle, CURLOPT_CAINFO, additionalCertificates.c_str());
+    m_restingConnections.watch(handle);
     setCallbacks();
 }
 
@@ -121,8 +144,9 @@ void CurlExchange::setCallbacks()
         });
     curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
     curl_easy_setopt(
-        handle, CURLOPT_PREREQFUNCTION, +[](void* self, char*, char*, int, int) noexcept {
-            return static_cast<CurlExchange*>(self)->mayBeSent() ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+        handle, CURLOPT_PREREQFUNCTION, +[](void* self, char*, char* localIP, int, int localPort) noexcept {
+            return static_cast<CurlExchange*>(self)->mayBeSent(localIP, localPort) ? CURL_PREREQFUNC_OK
+                                                                                   : CURL_PREREQFUNC_ABORT;
         });
 }
 
@@ -184,9 +208,9 @@ bool CurlExchange::wasSent() const
     return m_requestsSent > redirects();
 }
 
-bool CurlExchange::mayBeSent()
+bool CurlExchange::mayBeSent(const char* localIP, int localPort)
 {
-    return !wasSent() && ++m_requestsSent > 0;
+    return m_restingConnections.take(m_handle.get(), localIP, localPort) && !wasSent() && ++m_requestsSent > 0;
 }
 
 bool CurlExchange::receiveHeaderLine(std::string_view line)
@@ -227,6 +251,11 @@ bool CurlExchange::receiveHeaderLine(std::string_view line)
 
 bool CurlExchange::endsWithHead()
 {
+    const auto lengths = m_fields.find("Content-Length");
+    if (lengths != m_fields.end() && !isOneLength(lengths->second)) {
+        m_failure = URLError::badServerResponse;
+        return true;
+    }
     // curl takes HEAD with a body for a method that it does not know, and would wait for the body of the reply.
     m_isComplete = m_request->httpBody && !m_request->httpBody->empty() && m_request->httpMethod == "HEAD"
         && statusCode() >= 200;

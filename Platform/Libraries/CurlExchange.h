@@ -18,6 +18,8 @@ struct curl_slist;
 
 namespace kova {
 
+class CurlRestingConnections;
+
 class CurlExchange {
 public:
     struct Reply {
@@ -26,8 +28,9 @@ public:
     };
     using Outcome = std::expected<Reply, URLError>;
 
-    /// The certificates are a file of those that are trusted beside the system's, or empty.
-    explicit CurlExchange(const std::string& additionalCertificates);
+    /// The certificates are a file of those that are trusted beside the system's, or empty. The connections are asked
+    /// whether they may be used again.
+    CurlExchange(const std::string& additionalCertificates, CurlRestingConnections& restingConnections);
     CurlExchange(const CurlExchange&) = delete;
     CurlExchange& operator=(const CurlExchange&) = delete;
 
@@ -61,11 +64,12 @@ private:
     [[nodiscard]] bool endsWithHead();
     /// Whether curl has begun to send the request, or the one that a redirect has led to.
     [[nodiscard]] bool wasSent() const;
-    [[nodiscard]] bool mayBeSent();
+    [[nodiscard]] bool mayBeSent(const char* localIP, int localPort);
     [[nodiscard]] Outcome reply();
     [[nodiscard]] long redirects() const;
     [[nodiscard]] long statusCode() const;
 
+    CurlRestingConnections& m_restingConnections;
     std::unique_ptr<void, CloseHandle> m_handle;
     std::unique_ptr<curl_slist, FreeList> m_headerLines;
     const URLRequest* m_request = nullptr;

@@ -250,11 +250,12 @@ void CurlLoop::startWaiting(const std::string& host)
 std::expected<void, URLError> CurlLoop::handToCurl(CurlTask& task)
 {
     if (m_spare.empty()) {
-        task.m_exchange = std::make_unique<CurlExchange>(m_additionalCertificates);
+        task.m_exchange = std::make_unique<CurlExchange>(m_additionalCertificates, m_restingConnections);
     } else {
         task.m_exchange = std::move(m_spare.back());
         m_spare.pop_back();
     }
+    m_restingConnections.endDisturbed();
     auto& exchange = *task.m_exchange;
     auto prepared = exchange.prepare(task.m_request, task.m_deadline, &task);
     if (prepared && curl_multi_add_handle(m_multi.get(), exchange.handle()) != CURLM_OK)
@@ -276,6 +277,7 @@ void CurlLoop::finishTransfers()
         char* owner = nullptr;
         curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
         const auto task = reinterpret_cast<CurlTask*>(owner)->shared_from_this();
+        m_restingConnections.rest(message->easy_handle);
         auto exchange = takeOut(*task);
         auto outcome = exchange->outcome(code);
         // curl keeps a handle's last error number for ever, so one that has failed does not serve again.
@@ -314,6 +316,7 @@ std::unique_ptr<CurlExchange> CurlLoop::takeOut(CurlTask& task)
         m_hosts.remove(task.m_host, task);
         return nullptr;
     }
+    m_restingConnections.leave(task.m_exchange->handle());
     curl_multi_remove_handle(m_multi.get(), task.m_exchange->handle());
     m_hosts.leave(task.m_host);
     return std::move(task.m_exchange);

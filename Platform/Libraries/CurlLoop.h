@@ -9,6 +9,7 @@
 
 #include "Platform/Libraries/CurlExchange.h"
 #include "Platform/Libraries/CurlHostQueue.h"
+#include "Platform/Libraries/CurlRestingConnections.h"
 #include "Platform/Libraries/CurlTask.h"
 
 #include <chrono>
@@ -88,6 +89,9 @@ private:
     /// Guards the thread's handle and with it the end.
     std::mutex m_joinMutex;
     std::thread m_thread;
+
+    /// The thread's own; sockets are closed into it to the last.
+    CurlRestingConnections m_restingConnections;
 
     /// Guards waking against closing. The thread sets the handle before it starts and takes this only to close it.
     std::mutex m_wakeMutex;

@@ -23,4 +23,16 @@ Reply Reply::paced(std::shared_ptr<Gate> gate) &&
     return std::move(*this);
 }
 
+Reply Reply::endless(std::string block) &&
+{
+    repeated = std::move(block);
+    return std::move(*this);
+}
+
+Reply Reply::before(Afterthought what) &&
+{
+    afterthought = std::move(what);
+    return std::move(*this);
+}
+
 } // namespace kova::tests

@@ -5,12 +5,15 @@
 //     Reply::status(200, "slow").paced(gate)           every byte waits for the gate
 //     Reply::raw("HTTP/1.1 200 OK\r\nContent-Le")      these bytes, then the connection is closed
 //     Reply::close()  Reply::reset()  Reply::never()   no byte, then closed, reset (RST), or nothing ever
+//     Reply::status(200).endless("x")                  and then these bytes again and again, until nobody takes them
+//     Reply::status(200).before({late, "more", sent})  and then, once `late` lets it through, these bytes
 
 #pragma once
 
 #include "Tests/Support/Gate.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,10 +23,20 @@ namespace kova::tests {
 struct Reply {
     enum class Then { keepConnection, close, reset, silence };
 
+    /// What the server does unasked, between two requests.
+    struct Afterthought {
+        std::shared_ptr<Gate> heldBy;
+        std::string bytes;
+        /// Opened when the bytes are out.
+        std::shared_ptr<Gate> sent;
+    };
+
     std::string bytes {};
     Then then = Then::keepConnection;
     std::shared_ptr<Gate> heldBy {};
     std::shared_ptr<Gate> pacedBy {};
+    std::string repeated {};
+    std::optional<Afterthought> afterthought {};
 
     /// A complete reply, with a Content-Length.
     [[nodiscard]] static Reply status(
@@ -35,6 +48,8 @@ struct Reply {
 
     [[nodiscard]] Reply held(std::shared_ptr<Gate> gate) &&;
     [[nodiscard]] Reply paced(std::shared_ptr<Gate> gate) &&;
+    [[nodiscard]] Reply endless(std::string block) &&;
+    [[nodiscard]] Reply before(Afterthought what) &&;
 };
 
 } // namespace kova::tests

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <chrono>
 #include <system_error>
+#include <utility>
 
 namespace kova::tests {
 
@@ -173,6 +174,12 @@ std::vector<RecordedRequest> LoopbackServer::requests() const
     return m_requests;
 }
 
+std::vector<RecordedRequest> LoopbackServer::takeRequests()
+{
+    const std::lock_guard lock {m_mutex};
+    return std::exchange(m_requests, {});
+}
+
 int LoopbackServer::connections() const
 {
     const std::lock_guard lock {m_mutex};
@@ -183,6 +190,12 @@ std::size_t LoopbackServer::mostOpenConnections() const
 {
     const std::lock_guard lock {m_mutex};
     return m_mostOpen;
+}
+
+bool LoopbackServer::waitUntilAllAreClosed() const
+{
+    std::unique_lock lock {m_mutex};
+    return m_changed.wait_for(lock, std::chrono::seconds {10}, [&] { return m_open.empty(); });
 }
 
 void LoopbackServer::acceptConnections()
@@ -240,10 +253,22 @@ bool LoopbackServer::send(int socket, const Reply& reply)
 {
     if (reply.heldBy && !reply.heldBy->enter(m_stop.get_token()))
         return false;
-    if (!reply.pacedBy)
-        return sendAll(socket, reply.bytes);
-    return std::ranges::all_of(reply.bytes,
-        [&](const char& byte) { return reply.pacedBy->enter(m_stop.get_token()) && sendAll(socket, {&byte, 1}); });
+    const auto isSent
+        = !reply.pacedBy ? sendAll(socket, reply.bytes) : std::ranges::all_of(reply.bytes, [&](const char& byte) {
+              return reply.pacedBy->enter(m_stop.get_token()) && sendAll(socket, {&byte, 1});
+          });
+    if (!isSent)
+        return false;
+    while (!reply.repeated.empty()) {
+        if (!sendAll(socket, reply.repeated))
+            return false;
+    }
+    if (!reply.afterthought)
+        return true;
+    if (!reply.afterthought->heldBy->enter(m_stop.get_token()) || !sendAll(socket, reply.afterthought->bytes))
+        return false;
+    reply.afterthought->sent->open();
+    return true;
 }
 
 void LoopbackServer::finish(int socket, Reply::Then then)
@@ -255,6 +280,7 @@ void LoopbackServer::finish(int socket, Reply::Then then)
     }
     m_open.erase(socket);
     ::close(socket);
+    m_changed.notify_all();
 }
 
 } // namespace kova::tests

@@ -65,9 +65,15 @@ public:
     [[nodiscard]] bool waitForRequests(std::size_t count) const;
     [[nodiscard]] std::vector<RecordedRequest> requests() const;
 
+    /// The same, and forgets them.
+    [[nodiscard]] std::vector<RecordedRequest> takeRequests();
+
     /// How many connections were made, and how many were open at most at one time.
     [[nodiscard]] int connections() const;
     [[nodiscard]] std::size_t mostOpenConnections() const;
+
+    /// Waits, at most ten seconds, until every connection has been closed; false when one is still open.
+    [[nodiscard]] bool waitUntilAllAreClosed() const;
 
 private:
     void acceptConnections();

@@ -1,0 +1,90 @@
+#include "Platform/Libraries/CurlRestingConnections.h"
+
+#include <curl/curl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace kova {
+
+namespace {
+
+/// Also when the connection was closed or reset, which is something to read, too.
+bool isDisturbed(int socket)
+{
+    pollfd waiting {.fd = socket, .events = POLLIN, .revents = 0};
+    return ::poll(&waiting, 1, 0) != 0;
+}
+
+} // namespace
+
+void CurlRestingConnections::watch(void* handle)
+{
+    curl_easy_setopt(handle, CURLOPT_CLOSESOCKETDATA, this);
+    curl_easy_setopt(
+        handle, CURLOPT_CLOSESOCKETFUNCTION, +[](void* self, curl_socket_t socket) noexcept {
+            static_cast<CurlRestingConnections*>(self)->close(socket);
+            return 0;
+        });
+}
+
+bool CurlRestingConnections::take(const void* handle, const char* localIP, int localPort)
+{
+    // It may still be in another one's name, who is done with it and whose end curl has not told yet.
+    const auto isSame = [&](const Connection& connection) {
+        return connection.localPort == localPort && connection.localIP == localIP;
+    };
+    const auto found = std::ranges::find_if(m_connections, isSame);
+    if (found == m_connections.end()) {
+        m_connections.push_back({.localIP = localIP, .localPort = localPort, .user = handle});
+        return true;
+    }
+    found->user = handle;
+    const auto socket = std::exchange(found->socket, -1);
+    return socket < 0 || !isDisturbed(socket);
+}
+
+void CurlRestingConnections::rest(void* handle)
+{
+    const auto used = std::ranges::find(m_connections, handle, &Connection::user);
+    if (used == m_connections.end())
+        return;
+    long version = CURL_HTTP_VERSION_NONE;
+    curl_easy_getinfo(handle, CURLINFO_HTTP_VERSION, &version);
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(handle, CURLINFO_ACTIVESOCKET, &socket);
+    if (socket == CURL_SOCKET_BAD || (version != CURL_HTTP_VERSION_1_0 && version != CURL_HTTP_VERSION_1_1))
+        return;
+    used->user = nullptr;
+    used->socket = socket;
+}
+
+void CurlRestingConnections::leave(const void* handle)
+{
+    std::erase_if(m_connections, [handle](const Connection& connection) { return connection.user == handle; });
+}
+
+void CurlRestingConnections::endDisturbed()
+{
+    std::erase_if(m_connections, [](const Connection& connection) {
+        if (connection.socket < 0 || !isDisturbed(connection.socket))
+            return false;
+        // What is left to read would make curl believe that the connection lives.
+        ::shutdown(connection.socket, SHUT_RDWR);
+        std::array<char, 65'536> ignored;
+        while (::recv(connection.socket, ignored.data(), ignored.size(), MSG_DONTWAIT) > 0) { }
+        return true;
+    });
+}
+
+void CurlRestingConnections::close(int socket)
+{
+    std::erase_if(m_connections, [socket](const Connection& connection) { return connection.socket == socket; });
+    ::close(socket);
+}
+
+} // namespace kova
