@@ -1,6 +1,6 @@
-// The end of the session while a name server keeps the resolver waiting.
+// Name servers that never answer, that know nothing, and that are not there.
 //
-// A name server that never answers is made in a child process with a network and a resolver configuration of its own.
+// They are made in a child process with a network and a resolver configuration of its own.
 
 #include "Platform/Libraries/URLSessionCurl.h"
 #include "Tests/Support/HTTPCall.h"
@@ -21,6 +21,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <thread>
 
 using namespace std::chrono_literals;
 
@@ -55,6 +56,62 @@ int becomeOwnNameServer()
     return server;
 }
 
+/// How a task ends, and after how long.
+struct Ending {
+    std::error_code error;
+    std::chrono::steady_clock::duration taken {};
+};
+
+Ending lookUp(URLSession& session, std::chrono::duration<double> timeout)
+{
+    auto request = makeRequest(URL::create("http://slow.kova.example/").value());
+    request.timeoutInterval = timeout;
+    const auto start = std::chrono::steady_clock::now();
+    const auto error = fetch(session, request).error;
+    return {error, std::chrono::steady_clock::now() - start};
+}
+
+/// Sends questions back as answers that say "server failure".
+void failOnce(int nameServer)
+{
+    std::array<char, 512> query;
+    sockaddr_in asker {};
+    socklen_t size = sizeof asker;
+    const auto length
+        = ::recvfrom(nameServer, query.data(), query.size(), 0, reinterpret_cast<sockaddr*>(&asker), &size);
+    if (length < 12)
+        return;
+    query[2] = static_cast<char>(query[2] | '\x80');
+    query[3] = static_cast<char>((query[3] & '\xf0') | 2);
+    (void)::sendto(
+        nameServer, query.data(), static_cast<std::size_t>(length), 0, reinterpret_cast<const sockaddr*>(&asker), size);
+}
+
+[[noreturn]] void failToResolve()
+{
+    const auto nameServer = becomeOwnNameServer();
+    if (nameServer < 0)
+        std::_Exit(cannotBeTried);
+    URLSessionCurl session;
+    const auto silent = lookUp(session, 300ms);
+    std::jthread failing {[nameServer](const std::stop_token& stop) {
+        while (!stop.stop_requested())
+            failOnce(nameServer);
+    }};
+    const auto refused = lookUp(session, 10s);
+    failing.request_stop();
+    ::shutdown(nameServer, SHUT_RDWR);
+    ::close(nameServer);
+    const auto absent = lookUp(session, 10s);
+    const auto ms
+        = [](const Ending& ending) { return std::chrono::duration<double, std::milli> {ending.taken}.count(); };
+    std::cerr << "silent " << ms(silent) << " ms, " << silent.error.message() << "; refused " << ms(refused) << " ms, "
+              << refused.error.message() << "; absent " << ms(absent) << " ms, " << absent.error.message() << "\n";
+    const auto isRight = silent.error == URLError::timedOut && silent.taken < 2s
+        && refused.error == URLError::cannotFindHost && absent.error == URLError::cannotFindHost;
+    std::_Exit(isRight ? 0 : 1);
+}
+
 [[noreturn]] void endWhileResolving()
 {
     const auto nameServer = becomeOwnNameServer();
@@ -71,17 +128,17 @@ int becomeOwnNameServer()
     const auto start = std::chrono::steady_clock::now();
     session.invalidateAndCancel();
     const auto taken = std::chrono::steady_clock::now() - start;
-    const auto isRight = call.wait().error == URLError::cancelled && taken < 1s;
+    const auto isRight = call.wait().error == URLError::cancelled && taken < 500ms;
     std::cerr << "the end took " << std::chrono::duration<double, std::milli> {taken}.count() << " ms\n";
     std::_Exit(isRight ? 0 : 1);
 }
 
-TEST(URLSessionResolverDeathTest, TheEndOfTheSessionDoesNotWaitForTheResolver)
+void runInChild(void (*scene)())
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     int status = 0;
     EXPECT_EXIT(
-        endWhileResolving(),
+        scene(),
         [&](int exitStatus) {
             status = exitStatus;
             return WIFEXITED(status) && (WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == cannotBeTried);
@@ -89,6 +146,16 @@ TEST(URLSessionResolverDeathTest, TheEndOfTheSessionDoesNotWaitForTheResolver)
         "");
     if (WIFEXITED(status) && WEXITSTATUS(status) == cannotBeTried)
         GTEST_SKIP() << "this system gives no network namespace to a test";
+}
+
+TEST(URLSessionResolverDeathTest, TheEndOfTheSessionDoesNotWaitForTheResolver)
+{
+    runInChild(&endWhileResolving);
+}
+
+TEST(URLSessionResolverDeathTest, ANameServerThatFailsOrHangsHoldsNobodyUpForLongerThanTheTimeOut)
+{
+    runInChild(&failToResolve);
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace std::string_literals;
+
 namespace kova::tests {
 namespace {
 
@@ -44,6 +46,21 @@ TEST_F(URLSessionTlsTest, TrustsCertificatesOfKnownAuthoritiesForTheirHostAndTim
         EXPECT_EQ(fetch(*session, makeRequest(server.url())).summary().substr(0, outcome.size()), outcome) << name;
         URLSessionCurl stranger;
         EXPECT_EQ(fetch(stranger, makeRequest(server.url())).summary(), failed) << name;
+    }
+}
+
+TEST_F(URLSessionTlsTest, FollowsARedirectToWhereItIsTrusted)
+{
+    const auto good = authority->issue("good", "IP:127.0.0.1", 2);
+    const auto stranger = authority->issueSelfSigned("self", "IP:127.0.0.1");
+    for (const auto& [certificate, outcome] :
+        {std::pair {good, "200 "s}, std::pair {stranger, summary(URLError::secureConnectionFailed)}}) {
+        const OpenSSLServer secure {certificate};
+        ASSERT_TRUE(secure.isRunning());
+        LoopbackServer plain;
+        plain.setDefault(Reply::status(301, "", {{"Location", secure.url().absoluteString()}}));
+        EXPECT_EQ(fetch(*session, makeRequest(plain.url())).summary().substr(0, outcome.size()), outcome);
+        EXPECT_EQ(plain.requests().size(), 1U);
     }
 }
 
