@@ -9,14 +9,14 @@
 
 namespace kova {
 
-FolderLock::FolderLock(const std::filesystem::path& file, std::chrono::milliseconds timeout)
+FolderLock::FolderLock(const std::filesystem::path& file, const Patience& patience)
     : m_descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
 {
     // A lock on a file cannot be waited for with a bound, so it is tried again and again.
     constexpr std::chrono::milliseconds pause {5};
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    const auto began = Patience::Clock::now();
     while (m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() >= deadline)
+        if ((errno != EWOULDBLOCK && errno != EINTR) || !patience.lastsSince(began))
             return;
         std::this_thread::sleep_for(pause);
     }

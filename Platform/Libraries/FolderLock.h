@@ -5,14 +5,15 @@
 
 #pragma once
 
-#include <chrono>
+#include "Platform/Libraries/Patience.h"
+
 #include <filesystem>
 
 namespace kova {
 
 class FolderLock {
 public:
-    FolderLock(const std::filesystem::path& file, std::chrono::milliseconds timeout);
+    FolderLock(const std::filesystem::path& file, const Patience& patience);
     ~FolderLock();
     FolderLock(const FolderLock&) = delete;
     FolderLock& operator=(const FolderLock&) = delete;

@@ -2,7 +2,11 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <system_error>
+#include <thread>
+#include <utility>
 
 namespace kova {
 
@@ -11,23 +15,61 @@ namespace {
 SQLiteFailure failure(int code, sqlite3* database)
 {
     std::string message = database ? sqlite3_errmsg(database) : sqlite3_errstr(code);
-    if (const int systemError = database ? sqlite3_system_errno(database) : 0)
+    // SQLite keeps the system's error of an earlier failure where the present one has none.
+    const int primary = code & 0xFF;
+    int systemError = 0;
+    if (database && (primary == SQLITE_IOERR || primary == SQLITE_CANTOPEN))
+        systemError = sqlite3_system_errno(database);
+    else if (primary == SQLITE_FULL)
+        systemError = ENOSPC;
+    if (systemError != 0)
         message += " (" + std::generic_category().message(systemError) + ")";
-    return {code & 0xFF, message};
+    return {code, message, systemError};
+}
+
+// In a URI, a few characters of a path have a meaning of their own.
+std::string uri(const std::filesystem::path& file, std::string_view parameters)
+{
+    std::string text = "file:";
+    for (const char letter : file.string()) {
+        if (letter == '%')
+            text += "%25";
+        else if (letter == '?')
+            text += "%3f";
+        else if (letter == '#')
+            text += "%23";
+        else
+            text += letter;
+    }
+    return text.append(parameters);
 }
 
 } // namespace
 
-SQLiteFailure::SQLiteFailure(int primaryCode, const std::string& message)
+SQLiteFailure::SQLiteFailure(int code, const std::string& message, int systemError)
     : std::runtime_error(message)
-    , m_primaryCode(primaryCode)
+    , m_code(code)
+    , m_systemError(systemError)
 {
 }
 
 bool SQLiteFailure::isDamage() const
 {
     // A statement that is no SQL for this file, SQLITE_ERROR, means that its tables are not ours.
-    return m_primaryCode == SQLITE_CORRUPT || m_primaryCode == SQLITE_NOTADB || m_primaryCode == SQLITE_ERROR;
+    const int primary = m_code & 0xFF;
+    return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB || primary == SQLITE_ERROR;
+}
+
+bool SQLiteFailure::isCut() const
+{
+    return m_code == SQLITE_IOERR_SHORT_READ;
+}
+
+bool SQLiteFailure::isForWantOfRoomOrRight() const
+{
+    const int primary = m_code & 0xFF;
+    return primary == SQLITE_FULL || primary == SQLITE_READONLY || m_systemError == ENOSPC || m_systemError == EDQUOT
+        || m_systemError == EROFS || m_systemError == EACCES || m_systemError == EPERM;
 }
 
 SQLiteFailure SQLiteFailure::damage(const std::string& message)
@@ -113,16 +155,44 @@ void SQLiteDatabase::Closer::operator()(sqlite3* database) const
     sqlite3_close_v2(database);
 }
 
-SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout)
+SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::shared_ptr<const Patience> patience, Mode mode)
+    : m_wait(std::make_unique<Wait>(std::move(patience)))
 {
-    sqlite3* database = nullptr;
     // The connection is used by one thread at a time, so SQLite's own locking would be paid for nothing.
-    constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
-    const int code = sqlite3_open_v2(file.empty() ? ":memory:" : file.c_str(), &database, flags, nullptr);
+    int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
+    std::string name = file.empty() ? ":memory:" : file.string();
+    bool readsLog = false;
+    if (mode == Mode::OnlyRead) {
+        // A file that nobody can write needs no index of its log but one in memory, which SQLite only makes for a
+        // connection that is alone; and without a log it is as good as carved in stone.
+        std::error_code missing;
+        const auto logSize = std::filesystem::file_size(file.string() + "-wal", missing);
+        readsLog = !missing && logSize > 0;
+        name = uri(file, readsLog ? "?vfs=unix-none" : "?immutable=1");
+        flags |= SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
+    } else {
+        flags |= SQLITE_OPEN_READWRITE | (mode == Mode::Create ? SQLITE_OPEN_CREATE : 0);
+    }
+    sqlite3* database = nullptr;
+    const int code = sqlite3_open_v2(name.c_str(), &database, flags, nullptr);
     m_database.reset(database);
     if (code != SQLITE_OK)
         throw failure(code, database);
-    sqlite3_busy_timeout(database, static_cast<int>(busyTimeout.count()));
+    sqlite3_busy_handler(database, &goOnWaiting, m_wait.get());
+    if (readsLog)
+        execute("PRAGMA locking_mode = EXCLUSIVE");
+}
+
+int SQLiteDatabase::goOnWaiting(void* wait, int earlierCalls)
+{
+    constexpr int longestPauseMs = 20;
+    auto& self = *static_cast<Wait*>(wait);
+    if (earlierCalls == 0)
+        self.began = Patience::Clock::now();
+    if (!self.patience->lastsSince(self.began))
+        return 0;
+    std::this_thread::sleep_for(std::chrono::milliseconds {std::min(1 + earlierCalls, longestPauseMs)});
+    return 1;
 }
 
 void SQLiteDatabase::execute(const char* sql)
@@ -165,8 +235,25 @@ void SQLiteDatabase::checkpoint()
 {
     // As a statement, because the function of the same name does nothing on a connection that has not read yet.
     auto statement = prepare("PRAGMA wal_checkpoint(PASSIVE)");
-    if (!statement.step() || statement.integer(1) < 0)
+    const bool isBusy = !statement.step() || statement.integer(0) != 0;
+    const auto frames = statement.integer(1);
+    if (!isBusy && frames < 0)
         throw SQLiteFailure {SQLITE_IOERR, "there is no write-ahead log"};
+    // A reader in another process that still needs what the log would replace, or another checkpoint under way.
+    if (isBusy || statement.integer(2) < frames)
+        syncLog();
+}
+
+void SQLiteDatabase::syncLog()
+{
+    // The log is opened by the first reading.
+    execute("PRAGMA schema_version");
+    sqlite3_file* log = nullptr;
+    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    if (!log || !log->pMethods)
+        throw SQLiteFailure {SQLITE_IOERR, "there is no write-ahead log"};
+    if (const int code = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL); code != SQLITE_OK)
+        throw failure(code, nullptr);
 }
 
 SQLiteTransaction::SQLiteTransaction(SQLiteDatabase& database, Kind kind)

@@ -5,6 +5,8 @@
 
 #pragma once
 
+#include "Platform/Libraries/Patience.h"
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -21,7 +23,8 @@ namespace kova {
 
 class SQLiteFailure : public std::runtime_error {
 public:
-    SQLiteFailure(int primaryCode, const std::string& message);
+    /// The code is SQLite's, extended or not; the system's own error, if it is known, is part of the message already.
+    SQLiteFailure(int code, const std::string& message, int systemError = 0);
 
     /// For what SQLite itself does not see.
     [[nodiscard]] static SQLiteFailure damage(const std::string& message);
@@ -30,8 +33,15 @@ public:
     /// ours.
     [[nodiscard]] bool isDamage() const;
 
+    /// Whether a file ended where there should be more of it: somebody else has cut it.
+    [[nodiscard]] bool isCut() const;
+
+    /// Whether there is no room or no right to write. What is stored may be readable then.
+    [[nodiscard]] bool isForWantOfRoomOrRight() const;
+
 private:
-    int m_primaryCode = 0;
+    int m_code = 0;
+    int m_systemError = 0;
 };
 
 class SQLiteStatement {
@@ -77,9 +87,22 @@ private:
 
 class SQLiteDatabase {
 public:
-    /// Opens or creates the file ("" stands for a private database in memory). Another process that holds a lock is
-    /// waited for, at most so long, here and in every statement.
-    SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
+    enum class Mode {
+        /// Made when it is missing.
+        Create,
+        Existing,
+        /// Read without locks and without anything being made beside the file: for when nobody can write it.
+        OnlyRead,
+    };
+
+    /// Opens a file ("" stands for a private database in memory). Another process that holds a lock is waited for as
+    /// long as patience lasts, here and in every statement.
+    SQLiteDatabase(
+        const std::filesystem::path& file, std::shared_ptr<const Patience> patience, Mode mode = Mode::Create);
+    SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout)
+        : SQLiteDatabase(file, std::make_shared<Patience>(busyTimeout))
+    {
+    }
 
     void execute(const char* sql);
 
@@ -99,8 +122,8 @@ public:
     /// log in and deletes both, as it does at first.
     void keepLogOnClose(bool keeps);
 
-    /// Moves the write-ahead log into the file as far as readers allow, after bringing the log to the disk. Writers are
-    /// not held up.
+    /// Brings the write-ahead log to the disk and moves it into the file as far as readers allow. Writers are not held
+    /// up.
     void checkpoint();
 
 private:
@@ -108,9 +131,19 @@ private:
         void operator()(sqlite3* database) const;
     };
 
+    /// A wait for a lock: whose patience, and since when.
+    struct Wait {
+        std::shared_ptr<const Patience> patience;
+        Patience::Clock::time_point began {};
+    };
+
+    static int goOnWaiting(void* wait, int earlierCalls);
+    void syncLog();
+
     /// Preparing such a statement costs as much as running it, so each is kept.
     void runKept(std::optional<SQLiteStatement>& statement, std::string_view sql);
 
+    std::unique_ptr<Wait> m_wait;
     std::unique_ptr<sqlite3, Closer> m_database;
     std::optional<SQLiteStatement> m_beginReading;
     std::optional<SQLiteStatement> m_beginWriting;

@@ -16,14 +16,19 @@ struct StoredValues::EncodedRow {
     Data bytes;
 };
 
-StoredValues::StoredValues(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout)
-    : m_database(file, busyTimeout)
+StoredValues::StoredValues(
+    const std::filesystem::path& file, const std::shared_ptr<const Patience>& patience, SQLiteDatabase::Mode mode)
+    : m_database(file, patience, mode)
 {
     // Should the file turn out to be damaged, its log must not be deleted by the failure.
     m_database.keepLogOnClose(true);
-    m_database.execute("PRAGMA journal_mode = WAL");
-    m_database.execute("PRAGMA synchronous = NORMAL");
-    createTables();
+    if (mode == SQLiteDatabase::Mode::Create) {
+        m_database.execute("PRAGMA journal_mode = WAL");
+        m_database.execute("PRAGMA synchronous = NORMAL");
+    }
+    m_hasTables = findTables(mode);
+    if (!m_hasTables)
+        return;
     m_dataVersion = m_database.prepare("PRAGMA data_version");
     m_readEntry = m_database.prepare("SELECT id, kind, value FROM entry WHERE key = ?1");
     m_writeEntry = m_database.prepare("INSERT INTO entry (key, kind, value) VALUES (?1, ?2, ?3) "
@@ -34,23 +39,27 @@ StoredValues::StoredValues(const std::filesystem::path& file, std::chrono::milli
     m_removeElements = m_database.prepare("DELETE FROM element WHERE entry = ?1 AND position >= ?2 AND position < ?3");
     // Touches every entry, so that most damage shows when the store is opened and not in the middle of the day.
     m_database.execute("SELECT id, key, kind FROM entry");
+    if (mode == SQLiteDatabase::Mode::OnlyRead)
+        return;
     // A damaged header may ask for a file format that SQLite reads but does not write.
     if (m_database.isReadOnly() && access(file.c_str(), W_OK) == 0)
         throw SQLiteFailure::damage("its header asks for a newer file format");
     m_database.keepLogOnClose(false);
 }
 
-void StoredValues::createTables()
+bool StoredValues::findTables(SQLiteDatabase::Mode mode)
 {
     constexpr std::int64_t ourVersion = 1;
     {
         auto statement = m_database.prepare("PRAGMA user_version");
         const auto version = statement.step() ? statement.integer(0) : 0;
         if (version == ourVersion)
-            return;
+            return true;
         if (version > ourVersion)
             throw std::runtime_error {"it was written by a newer version of the SDK"};
     }
+    if (mode == SQLiteDatabase::Mode::OnlyRead)
+        return false;
     SQLiteTransaction transaction {m_database, SQLiteTransaction::Kind::Write};
     m_database.execute("CREATE TABLE IF NOT EXISTS entry ("
                        "id INTEGER PRIMARY KEY, key TEXT NOT NULL UNIQUE, kind INTEGER NOT NULL, value BLOB NOT NULL)");
@@ -59,6 +68,7 @@ void StoredValues::createTables()
                        "PRIMARY KEY (entry, position)) WITHOUT ROWID");
     m_database.execute("PRAGMA user_version = 1");
     transaction.commit();
+    return true;
 }
 
 std::optional<StoredValues::EncodedRow> StoredValues::encoded(const Value& value)
@@ -121,6 +131,8 @@ std::optional<StoredValues::StoredArray> StoredValues::loadArray(std::int64_t en
 
 std::optional<Value> StoredValues::read(std::string_view key)
 {
+    if (!m_hasTables)
+        return std::nullopt;
     forgetArraysIfChangedElsewhere();
     if (const auto known = m_arrays.find(key); known != m_arrays.end())
         return Value {known->second.elements};

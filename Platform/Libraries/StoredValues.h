@@ -7,10 +7,10 @@
 #include "Platform/Foundation/Value.h"
 #include "Platform/Libraries/SQLiteDatabase.h"
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,7 +20,8 @@ namespace kova {
 class StoredValues {
 public:
     /// Opens or creates the tables in a file ("" stands for memory).
-    StoredValues(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout);
+    StoredValues(const std::filesystem::path& file, const std::shared_ptr<const Patience>& patience,
+        SQLiteDatabase::Mode mode = SQLiteDatabase::Mode::Create);
 
     [[nodiscard]] std::optional<Value> read(std::string_view key);
 
@@ -29,7 +30,13 @@ public:
 
     void remove(std::string_view key);
 
-    /// To be called before a damaged file is let go of: the log beside it stays as it is.
+    /// Whether the file turned out to be one that can only be read.
+    [[nodiscard]] bool isReadOnly() const { return m_database.isReadOnly(); }
+
+    /// Moves the log into the file over this connection.
+    void checkpoint() { m_database.checkpoint(); }
+
+    /// To be called before a file is let go of that is damaged or no longer ours: the log beside it stays as it is.
     void leaveLogBehind() { m_database.keepLogOnClose(true); }
 
 private:
@@ -56,7 +63,8 @@ private:
     [[nodiscard]] static std::optional<EncodedRow> encoded(const Value& value);
     [[nodiscard]] static std::optional<Value> decoded(Kind kind, std::string_view bytes);
 
-    void createTables();
+    /// Whether there are tables; without the right to write, none are made.
+    [[nodiscard]] bool findTables(SQLiteDatabase::Mode mode);
     void forgetArraysIfChangedElsewhere();
     [[nodiscard]] std::optional<Entry> readEntry(std::string_view key);
     [[nodiscard]] std::optional<StoredArray> loadArray(std::int64_t entry);
@@ -64,6 +72,7 @@ private:
     std::int64_t writeEntry(std::string_view key, Kind kind, std::string_view bytes);
 
     SQLiteDatabase m_database;
+    bool m_hasTables = false;
     std::optional<SQLiteStatement> m_dataVersion;
     std::optional<SQLiteStatement> m_readEntry;
     std::optional<SQLiteStatement> m_writeEntry;

@@ -4,20 +4,17 @@
 // Writing an array writes the elements that differ; what differs is worked out inside the write transaction, so that
 // two processes never tear each other's lists. A write is in the operating system's hands when setObject returns (a
 // killed process loses nothing) and on the disk within a second (a power cut takes no more). A damaged database is set
-// aside under another name and said once on standard error; where the folder cannot be used at all, that is said and
-// values live in memory until the process ends. Threads: any.
+// aside under another name and a fresh one begun. What cannot be written is kept in memory and written when that works
+// again; what is stored can be read meanwhile. Threads: any.
 
 #pragma once
 
 #include "Platform/Foundation/UserDefaults.h"
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <filesystem>
 #include <memory>
-#include <mutex>
-#include <set>
-#include <string>
 #include <thread>
 
 namespace kova {
@@ -27,10 +24,13 @@ public:
     struct Options {
         /// Created with its parents, for the owner alone, when it is missing.
         std::filesystem::path folder;
-        /// How long another process that holds the store is waited for.
+        /// How long another process that holds the store is waited for. While it goes on holding it, what follows waits
+        /// for a twentieth of a second only.
         std::chrono::milliseconds busyTimeout {5'000};
         /// How long a write may stay in the write-ahead log before it is brought to the disk.
         std::chrono::milliseconds checkpointDelay {500};
+        /// How long close() waits for a disk that hangs.
+        std::chrono::milliseconds closeTimeout {1'000};
     };
 
     explicit UserDefaultsSQLite(Options options);
@@ -44,31 +44,16 @@ public:
     void close();
 
 private:
-    class Store;
+    struct Background;
 
-    void open();
-    void openOrSetAside();
-    void setAside();
-    void complain(const std::string& message);
-    template <typename Result, typename Operation> Result perform(const char* what, Operation operation);
-    void checkpointInBackground(const std::stop_token& stop);
-    void checkpoint();
+    void startThread();
 
     const Options m_options;
-    const std::filesystem::path m_file;
-
-    // Guards everything below, and the use of the connection.
-    std::mutex m_mutex;
-    std::unique_ptr<Store> m_store;
-    std::string m_lastComplaint;
-    /// Keys whose last read failed, other than for damage: the next write of such a key is refused.
-    std::set<std::string> m_failedReads;
-    /// No more work is taken.
-    bool m_isClosed = false;
-    bool m_isInMemory = false;
-    bool m_needsCheckpoint = false;
-    std::condition_variable_any m_written;
-    std::jthread m_checkpointer;
+    /// Shared with the thread, which outlives this object when the disk hangs.
+    const std::shared_ptr<Background> m_background;
+    std::atomic<bool> m_isClosed = false;
+    /// Guarded by the mutex in the background.
+    std::jthread m_thread;
 };
 
 } // namespace kova

@@ -1,6 +1,6 @@
 #include "Platform/Libraries/SQLiteDatabase.h"
 #include "Platform/Libraries/UserDefaultsSQLite.h"
-#include "Tests/Support/TemporaryFolder.h"
+#include "Tests/Support/StoreFolder.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
@@ -16,6 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using Dictionary = Value::Dictionary;
+using tests::bodies;
+using tests::body;
 using std::string_literals::operator""s;
 
 struct UserDefaultsTest : testing::Test {
@@ -43,19 +45,6 @@ struct UserDefaultsTest : testing::Test {
         return names;
     }
 };
-
-Value body(int number)
-{
-    return Data {"body " + std::to_string(number)};
-}
-
-Value::Array bodies(int first, int last)
-{
-    Value::Array list;
-    for (int number = first; number <= last; ++number)
-        list.append(body(number));
-    return list;
-}
 
 void overwrite(const fs::path& file, std::streamoff offset, std::string_view bytes)
 {
@@ -276,7 +265,7 @@ TEST_F(UserDefaultsTest, WorksInMemoryWhereThereIsNoFolder)
     std::ofstream {temporary.path() / "file"} << "not a folder";
     testing::internal::CaptureStderr();
     UserDefaultsSQLite store {{.folder = temporary.path() / "file" / "store"}};
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be made"), std::string::npos);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be written: "), std::string::npos);
     store.setObject("list", bodies(1, 3));
     EXPECT_EQ(store.object("list"), Value {bodies(1, 3)});
 }
@@ -289,11 +278,17 @@ TEST_F(UserDefaultsTest, ABusyStoreIsWaitedForWithABound)
     UserDefaultsSQLite impatient {{.folder = folder, .busyTimeout = std::chrono::milliseconds {50}}};
     testing::internal::CaptureStderr();
     impatient.setObject("a", 2);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("cannot be written"), std::string::npos);
-    EXPECT_EQ(impatient.object("a"), Value {1}) << "readers do not wait";
+    impatient.setObject("b", 2);
+    EXPECT_EQ(impatient.object("a"), Value {2}) << "kept in memory";
+    EXPECT_EQ(UserDefaultsSQLite {{.folder = folder}}.object("a"), Value {1}) << "readers do not wait";
     holder.execute("ROLLBACK");
     impatient.setObject("a", 3);
     EXPECT_EQ(defaults->object("a"), Value {3});
+    EXPECT_EQ(defaults->object("b"), Value {2});
+    const auto said = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::ranges::count(said, '\n'), 2) << said;
+    EXPECT_NE(said.find("cannot be written: database is locked"), std::string::npos) << said;
+    EXPECT_NE(said.find("can be written again"), std::string::npos) << said;
 }
 
 // The log is what a power cut may take; what a copy of the file without it shows is on the disk.

@@ -1,0 +1,102 @@
+// A folder with a store in it, and the lists that tests of the store write.
+
+#pragma once
+
+#include "Platform/Libraries/SQLiteDatabase.h"
+#include "Platform/Libraries/UserDefaultsSQLite.h"
+#include "Tests/Support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace kova::tests {
+
+/// An event's body, so to say.
+[[nodiscard]] inline Value body(int number)
+{
+    return Data {"body " + std::to_string(number)};
+}
+
+[[nodiscard]] inline Value::Array bodies(int first, int last)
+{
+    Value::Array list;
+    for (int number = first; number <= last; ++number)
+        list.append(body(number));
+    return list;
+}
+
+class StoreFolder {
+public:
+    [[nodiscard]] const std::filesystem::path& path() const { return m_temporary.path(); }
+    [[nodiscard]] std::filesystem::path file() const { return path() / "defaults.sqlite"; }
+    [[nodiscard]] std::filesystem::path log() const { return path() / "defaults.sqlite-wal"; }
+
+    /// With short times, so that a test need not wait.
+    [[nodiscard]] std::unique_ptr<UserDefaultsSQLite> open() const
+    {
+        using std::chrono::milliseconds;
+        return std::make_unique<UserDefaultsSQLite>(UserDefaultsSQLite::Options {
+            .folder = path(), .busyTimeout = milliseconds {200}, .checkpointDelay = milliseconds {20}});
+    }
+
+    /// What a process that starts now would read.
+    [[nodiscard]] std::optional<Value> stored(std::string_view key) const { return open()->object(key); }
+
+    /// "ok", or what is wrong with the file.
+    [[nodiscard]] std::string integrity() const
+    {
+        SQLiteDatabase database {file(), std::chrono::seconds {5}};
+        auto statement = database.prepare("PRAGMA integrity_check");
+        return statement.step() ? std::string {statement.bytes(0)} : "nothing";
+    }
+
+private:
+    TemporaryFolder m_temporary;
+};
+
+/// Whether it comes true within ten seconds.
+[[nodiscard]] inline bool comesTrue(const std::function<bool()>& condition)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds {10};
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+    }
+    return true;
+}
+
+/// Collects what is said on standard error while it lives.
+class SaidLines {
+public:
+    SaidLines() { testing::internal::CaptureStderr(); }
+    ~SaidLines()
+    {
+        if (!m_isTaken)
+            testing::internal::GetCapturedStderr();
+    }
+    SaidLines(const SaidLines&) = delete;
+    SaidLines& operator=(const SaidLines&) = delete;
+
+    /// All of it, once.
+    [[nodiscard]] std::string take()
+    {
+        m_isTaken = true;
+        return testing::internal::GetCapturedStderr();
+    }
+
+private:
+    bool m_isTaken = false;
+};
+
+[[nodiscard]] inline std::ptrdiff_t lineCount(std::string_view text)
+{
+    return std::ranges::count(text, '\n');
+}
+
+} // namespace kova::tests
