@@ -54,4 +54,14 @@ bool PrintCapture::waitForLine(std::string_view beginning) const
     });
 }
 
+bool PrintCapture::waitForLast(std::string_view beginning, std::string_view line) const
+{
+    std::unique_lock lock {mutex};
+    return changed.wait_for(lock, std::chrono::seconds {10}, [&] {
+        const auto last = std::find_if(captured.rbegin(), captured.rend(),
+            [beginning](const auto& candidate) { return candidate.starts_with(beginning); });
+        return last != captured.rend() && *last == line;
+    });
+}
+
 } // namespace kova::tests

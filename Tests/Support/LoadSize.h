@@ -1,0 +1,33 @@
+// How much a load test does: a little in the suite, all of it when the environment asks for it.
+//
+//     KOVA_LOAD_SECONDS=60 build/tsan/bin/load-tests --gtest_filter='EightThreads*'
+//     KOVA_LOAD_FULL=1 build/dev/bin/load-tests
+
+#pragma once
+
+#include <chrono>
+#include <cstdlib>
+
+namespace kova::tests {
+
+/// How long a test goes on that goes on for a time.
+[[nodiscard]] inline std::chrono::seconds loadTime()
+{
+    const auto* seconds = std::getenv("KOVA_LOAD_SECONDS");
+    return std::chrono::seconds {seconds ? std::atoi(seconds) : 1};
+}
+
+/// How often a test does what it does.
+[[nodiscard]] inline int loadCount(int inTheSuite, int inFull)
+{
+    return std::getenv("KOVA_LOAD_FULL") ? inFull : inTheSuite;
+}
+
+/// Sanitizers keep what is freed, so that memory says nothing then.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool memoryTells = false;
+#else
+inline constexpr bool memoryTells = true;
+#endif
+
+} // namespace kova::tests
