@@ -45,7 +45,7 @@ if(KOVA_BUILD_TOOLS)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)
   if(KOVA_BUILD_QT)
     set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
-      "qml6-module-qtquick, qml6-module-qtqml-workerscript, fonts-dejavu-core, fonts-noto-color-emoji")
+      "qml6-module-qtquick, qml6-module-qtqml-workerscript, fonts-dejavu-core, fonts-inter, fonts-noto-color-emoji")
   endif()
 endif()
 include(CPack)
