@@ -6,15 +6,19 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
+#include <source_location>
 
 namespace kova {
 
-/// Stops the fuzzer with the input at hand when something that must hold does not.
-inline void require(bool holds)
+/// Stops the fuzzer with the input at hand when something that must hold does not, saying where.
+inline void require(bool holds, const std::source_location& where = std::source_location::current())
 {
-    if (!holds)
-        std::abort();
+    if (holds)
+        return;
+    std::fprintf(stderr, "Fatal error: what must hold does not, %s:%u\n", where.file_name(), where.line());
+    std::abort();
 }
 
 /// Whether two trees are the same after a round trip. Not-a-number equals itself here; and as JSON writes a double

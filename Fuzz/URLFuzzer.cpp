@@ -1,7 +1,11 @@
 #include "Fuzz/Fuzzing.h"
 #include "Platform/Foundation/URL.h"
+#include "Platform/Libraries/CurlHostQueue.h"
 
-// A line of URL and the rest as a path component: a URL keeps its text, and appending yields a URL again.
+#include <string_view>
+
+// A line of URL and the rest as a path component: a URL keeps its text, appending yields a URL again, and that leads to
+// the same server.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size)
 {
     using namespace kova;
@@ -15,5 +19,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const auto appended = url->appendingPathComponent(component);
     const auto again = URL::create(appended.absoluteString());
     require(again && *again == appended);
+    require(CurlHostQueue::host(line) == CurlHostQueue::host(appended.absoluteString()));
     return 0;
 }

@@ -1,0 +1,181 @@
+#include "Fuzz/Support/ReplyServer.h"
+
+#include "Fuzz/Fuzzing.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <string_view>
+#include <utility>
+
+namespace kova::fuzz {
+
+namespace {
+
+// How long a client may wait for what does not come on a connection that is kept.
+constexpr auto patience = std::chrono::milliseconds {2};
+
+// The length of a request with its body; none while it is not all there. Our own client writes it, so it is well
+// formed.
+std::optional<std::size_t> requestLength(std::string_view received)
+{
+    constexpr std::string_view end = "\r\n\r\n";
+    constexpr std::string_view field = "\r\nContent-Length: ";
+    const auto head = received.find(end);
+    if (head == std::string_view::npos)
+        return std::nullopt;
+    std::size_t body = 0;
+    if (const auto length = received.substr(0, head).find(field); length != std::string_view::npos) {
+        const auto* digits = received.data() + length + field.size();
+        require(std::from_chars(digits, received.data() + head, body).ec == std::errc {});
+    }
+    const auto whole = head + end.size() + body;
+    return received.size() >= whole ? std::optional {whole} : std::nullopt;
+}
+
+// A client that has gone is no error.
+void send(int socket, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const auto sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent <= 0)
+            return;
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+}
+
+} // namespace
+
+ReplyServer::ReplyServer()
+    : m_listening(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    , m_wake(eventfd(0, EFD_CLOEXEC))
+{
+    sockaddr_in address {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* const generic = reinterpret_cast<sockaddr*>(&address);
+    socklen_t length = sizeof address;
+    constexpr int backlog = 64;
+    require(m_wake >= 0 && bind(m_listening, generic, length) == 0 && listen(m_listening, backlog) == 0
+        && getsockname(m_listening, generic, &length) == 0);
+    m_port = ntohs(address.sin_port);
+    m_thread = std::jthread {[this] { run(); }};
+}
+
+ReplyServer::~ReplyServer()
+{
+    constexpr std::uint64_t one = 1;
+    require(write(m_wake, &one, sizeof one) == sizeof one);
+    m_thread.join();
+    for (auto& connection : m_connections)
+        close(connection);
+    ::close(m_listening);
+    ::close(m_wake);
+}
+
+void ReplyServer::answerWith(Plan plan)
+{
+    const std::lock_guard lock {m_mutex};
+    m_plan = std::move(plan);
+    m_isFinished = false;
+}
+
+void ReplyServer::finish()
+{
+    const std::lock_guard lock {m_mutex};
+    m_isFinished = true;
+    for (auto& connection : m_connections)
+        connection.closesAt.reset();
+}
+
+void ReplyServer::run()
+{
+    std::vector<pollfd> waited;
+    while (true) {
+        waited.assign(
+            {{.fd = m_wake, .events = POLLIN, .revents = 0}, {.fd = m_listening, .events = POLLIN, .revents = 0}});
+        for (const auto& connection : m_connections)
+            waited.push_back({.fd = connection.socket, .events = POLLIN, .revents = 0});
+        poll(waited.data(), waited.size(), timeout());
+        if (waited[0].revents != 0)
+            return;
+        const std::lock_guard lock {m_mutex};
+        for (std::size_t index = 2; index < waited.size(); ++index) {
+            if (waited[index].revents != 0)
+                receive(m_connections[index - 2]);
+        }
+        closeOverdue();
+        std::erase_if(m_connections, [](const auto& connection) { return connection.socket < 0; });
+        if (waited[1].revents != 0)
+            accept();
+    }
+}
+
+int ReplyServer::timeout()
+{
+    const std::lock_guard lock {m_mutex};
+    const auto isWaiting = [](const auto& connection) { return connection.closesAt.has_value(); };
+    return std::ranges::any_of(m_connections, isWaiting) ? static_cast<int>(patience.count()) : -1;
+}
+
+void ReplyServer::closeOverdue()
+{
+    for (auto& connection : m_connections) {
+        if (connection.closesAt && *connection.closesAt <= Clock::now())
+            close(connection);
+    }
+}
+
+void ReplyServer::accept()
+{
+    const int socket = accept4(m_listening, nullptr, nullptr, SOCK_CLOEXEC);
+    if (socket < 0)
+        return;
+    constexpr int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    m_connections.push_back({.socket = socket});
+}
+
+void ReplyServer::receive(Connection& connection)
+{
+    std::array<char, 4096> chunk;
+    const auto count = recv(connection.socket, chunk.data(), chunk.size(), 0);
+    if (count <= 0)
+        return close(connection);
+    auto& received = connection.received;
+    received.append(chunk.data(), static_cast<std::size_t>(count));
+    while (const auto length = connection.socket < 0 ? std::nullopt : requestLength(received)) {
+        const bool isGood = received.starts_with("GET /good ");
+        received.erase(0, *length);
+        answer(connection, isGood);
+    }
+}
+
+void ReplyServer::answer(Connection& connection, bool isGood)
+{
+    if (isGood)
+        return send(connection.socket, "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\ngood");
+    const std::string_view bytes = m_plan.bytes;
+    send(connection.socket, bytes.substr(0, m_plan.split));
+    send(connection.socket, bytes.substr(m_plan.split));
+    if (!m_plan.keepsConnection)
+        close(connection);
+    else if (!m_isFinished)
+        connection.closesAt = Clock::now() + patience;
+}
+
+void ReplyServer::close(Connection& connection)
+{
+    if (connection.socket >= 0)
+        ::close(std::exchange(connection.socket, -1));
+}
+
+} // namespace kova::fuzz
