@@ -77,6 +77,14 @@ Value::Array actionButtons(const Value& raw)
     return described;
 }
 
+Value openedResult(Value::Dictionary payload, const std::optional<std::string>& action)
+{
+    return Value::Dictionary {
+        {"notification", Value::Dictionary {{"payload", std::move(payload)}, {"shown", true}, {"isAppInFocus", false}}},
+        {"action", action ? Value::Dictionary {{"actionID", *action}} : Value::Dictionary {}},
+    };
+}
+
 } // namespace
 
 std::string repairedJSON(std::string_view text)
@@ -150,12 +158,14 @@ std::optional<std::string> stringifiedResult(
         if (const auto* available = aps->find<std::int64_t>("content-available"); available && *available == 1)
             described.emplace("contentAvailable", true);
     }
-    Value::Dictionary result {
-        {"notification",
-            Value::Dictionary {{"payload", std::move(described)}, {"shown", true}, {"isAppInFocus", false}}},
-        {"action", action ? Value::Dictionary {{"actionID", *action}} : Value::Dictionary {}},
-    };
-    const auto json = JSONSerialization::data(std::move(result));
+    auto json = JSONSerialization::data(openedResult(described, action));
+    if (!json && json.error() == JSONError::nestedTooDeep) {
+        // Around a payload that is nested as deep as JSON may be there is no room for another level, and the handlers
+        // must have a text.
+        for (const auto* deep : {"rawPayload", "additionalData", "badge", "sound"})
+            described.erase(deep);
+        json = JSONSerialization::data(openedResult(std::move(described), action));
+    }
     return json ? decodedText(*json) : std::nullopt;
 }
 

@@ -23,7 +23,7 @@ namespace kova::host {
 /// title, subtitle and body. Legacy keys are ignored.
 [[nodiscard]] std::shared_ptr<OSNotificationPayload> decodedPayload(const Value::Dictionary& rawPayload);
 
-/// The opened result of a payload, as compact JSON.
+/// The opened result of a payload, as compact JSON. Of a payload that is nested too deep for that, only the texts.
 [[nodiscard]] std::optional<std::string> stringifiedResult(
     const OSNotificationPayload& payload, const std::optional<std::string>& action);
 
