@@ -37,6 +37,7 @@ StoredValues::StoredValues(
     m_readElements = m_database.prepare("SELECT position, kind, value FROM element WHERE entry = ?1 ORDER BY position");
     m_insertElement = m_database.prepare("INSERT INTO element (entry, position, kind, value) VALUES (?1, ?2, ?3, ?4)");
     m_removeElements = m_database.prepare("DELETE FROM element WHERE entry = ?1 AND position >= ?2 AND position < ?3");
+    m_removeAllElements = m_database.prepare("DELETE FROM element WHERE entry = ?1");
     // Touches every entry, so that most damage shows when the store is opened and not in the middle of the day.
     m_database.execute("SELECT id, key, kind FROM entry");
     if (mode == SQLiteDatabase::Mode::OnlyRead)
@@ -113,6 +114,9 @@ std::optional<StoredValues::Entry> StoredValues::readEntry(std::string_view key)
 
 std::optional<StoredValues::StoredArray> StoredValues::loadArray(std::int64_t entry)
 {
+    // Positions grow with every element that was ever appended; a list that begins so far out is none of ours, and its
+    // next position may be none.
+    constexpr auto farthest = std::numeric_limits<std::int64_t>::max() / 2;
     StoredArray array {.entry = entry};
     m_readElements->with(entry);
     while (m_readElements->step()) {
@@ -120,7 +124,8 @@ std::optional<StoredValues::StoredArray> StoredValues::loadArray(std::int64_t en
         if (array.elements.empty())
             array.first = position;
         auto value = decoded(static_cast<Kind>(m_readElements->integer(1)), m_readElements->bytes(2));
-        if (!value || position != array.first + static_cast<std::int64_t>(array.elements.size())) {
+        if (!value || array.first < -farthest || array.first > farthest
+            || position != array.first + static_cast<std::int64_t>(array.elements.size())) {
             m_readElements->reset();
             return std::nullopt;
         }
@@ -162,8 +167,7 @@ bool StoredValues::write(std::string_view key, const Value& value)
     SQLiteTransaction transaction {m_database, SQLiteTransaction::Kind::Write};
     forgetArraysIfChangedElsewhere();
     const auto id = writeEntry(key, row->kind, row->bytes.text());
-    m_removeElements->with(id, std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max())
-        .run();
+    m_removeAllElements->with(id).run();
     transaction.commit();
     if (const auto known = m_arrays.find(key); known != m_arrays.end())
         m_arrays.erase(known);
@@ -183,9 +187,7 @@ bool StoredValues::writeArray(std::string_view key, const Value::Array& array)
     }
     if (!stored) {
         stored = StoredArray {.entry = writeEntry(key, Kind::Array, {})};
-        m_removeElements
-            ->with(stored->entry, std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max())
-            .run();
+        m_removeAllElements->with(stored->entry).run();
     }
 
     // The usual changes are at the ends: elements dropped from the front, others appended. What stands in between
@@ -244,9 +246,7 @@ void StoredValues::remove(std::string_view key)
     SQLiteTransaction transaction {m_database, SQLiteTransaction::Kind::Write};
     forgetArraysIfChangedElsewhere();
     if (const auto entry = readEntry(key)) {
-        m_removeElements
-            ->with(entry->id, std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max())
-            .run();
+        m_removeAllElements->with(entry->id).run();
         m_removeEntry->with(key).run();
     }
     transaction.commit();

@@ -80,6 +80,7 @@ private:
     std::optional<SQLiteStatement> m_readElements;
     std::optional<SQLiteStatement> m_insertElement;
     std::optional<SQLiteStatement> m_removeElements;
+    std::optional<SQLiteStatement> m_removeAllElements;
 
     /// Arrays as they stood when the database had the version m_version; trusted only while it has.
     std::map<std::string, StoredArray, std::less<>> m_arrays;
