@@ -1,7 +1,6 @@
 #include "Platform/Libraries/CurlExchange.h"
 
 #include "Platform/Libraries/CurlErrors.h"
-#include "Platform/Libraries/CurlRestingConnections.h"
 
 #include <curl/curl.h>
 
@@ -144,9 +143,11 @@ void CurlExchange::setCallbacks()
         });
     curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
     curl_easy_setopt(
-        handle, CURLOPT_PREREQFUNCTION, +[](void* self, char*, char* localIP, int, int localPort) noexcept {
-            return static_cast<CurlExchange*>(self)->mayBeSent(localIP, localPort) ? CURL_PREREQFUNC_OK
-                                                                                   : CURL_PREREQFUNC_ABORT;
+        handle, CURLOPT_PREREQFUNCTION,
+        +[](void* self, char* remoteIP, char* localIP, int remotePort, int localPort) noexcept {
+            return static_cast<CurlExchange*>(self)->mayBeSent({localIP, localPort, remoteIP, remotePort})
+                ? CURL_PREREQFUNC_OK
+                : CURL_PREREQFUNC_ABORT;
         });
 }
 
@@ -208,9 +209,9 @@ bool CurlExchange::wasSent() const
     return m_requestsSent > redirects();
 }
 
-bool CurlExchange::mayBeSent(const char* localIP, int localPort)
+bool CurlExchange::mayBeSent(CurlRestingConnections::Ends ends)
 {
-    return m_restingConnections.take(m_handle.get(), localIP, localPort) && !wasSent() && ++m_requestsSent > 0;
+    return m_restingConnections.take(m_handle.get(), std::move(ends)) && !wasSent() && ++m_requestsSent > 0;
 }
 
 bool CurlExchange::receiveHeaderLine(std::string_view line)

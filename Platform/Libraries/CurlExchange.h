@@ -5,6 +5,7 @@
 #pragma once
 
 #include "Platform/Foundation/URLSession.h"
+#include "Platform/Libraries/CurlRestingConnections.h"
 
 #include <chrono>
 #include <cstddef>
@@ -17,8 +18,6 @@
 struct curl_slist;
 
 namespace kova {
-
-class CurlRestingConnections;
 
 class CurlExchange {
 public:
@@ -64,7 +63,7 @@ private:
     [[nodiscard]] bool endsWithHead();
     /// Whether curl has begun to send the request, or the one that a redirect has led to.
     [[nodiscard]] bool wasSent() const;
-    [[nodiscard]] bool mayBeSent(const char* localIP, int localPort);
+    [[nodiscard]] bool mayBeSent(CurlRestingConnections::Ends ends);
     [[nodiscard]] Outcome reply();
     [[nodiscard]] long redirects() const;
     [[nodiscard]] long statusCode() const;

@@ -32,15 +32,12 @@ void CurlRestingConnections::watch(void* handle)
         });
 }
 
-bool CurlRestingConnections::take(const void* handle, const char* localIP, int localPort)
+bool CurlRestingConnections::take(const void* handle, Ends ends)
 {
     // It may still be in another one's name, who is done with it and whose end curl has not told yet.
-    const auto isSame = [&](const Connection& connection) {
-        return connection.localPort == localPort && connection.localIP == localIP;
-    };
-    const auto found = std::ranges::find_if(m_connections, isSame);
+    const auto found = std::ranges::find(m_connections, ends, &Connection::ends);
     if (found == m_connections.end()) {
-        m_connections.push_back({.localIP = localIP, .localPort = localPort, .user = handle});
+        m_connections.push_back({.ends = std::move(ends), .user = handle});
         return true;
     }
     found->user = handle;
@@ -70,15 +67,15 @@ void CurlRestingConnections::leave(const void* handle)
 
 void CurlRestingConnections::endDisturbed()
 {
-    std::erase_if(m_connections, [](const Connection& connection) {
+    for (const auto& connection : m_connections) {
         if (connection.socket < 0 || !isDisturbed(connection.socket))
-            return false;
-        // What is left to read would make curl believe that the connection lives.
-        ::shutdown(connection.socket, SHUT_RDWR);
+            continue;
+        // With nothing left to read it looks closed to curl. What still comes makes it look alive, and take() refuse
+        // it. The other direction stays open: saying goodbye must not raise SIGPIPE.
+        ::shutdown(connection.socket, SHUT_RD);
         std::array<char, 65'536> ignored;
         while (::recv(connection.socket, ignored.data(), ignored.size(), MSG_DONTWAIT) > 0) { }
-        return true;
-    });
+    }
 }
 
 void CurlRestingConnections::close(int socket)

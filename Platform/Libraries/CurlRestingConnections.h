@@ -19,9 +19,19 @@ public:
     /// the loop; this object must outlive the loop's multi handle.
     void watch(void* handle);
 
-    /// This handle's request is about to go out over the connection with this local end. False when it has rested until
-    /// now, and there is something to read on it.
-    [[nodiscard]] bool take(const void* handle, const char* localIP, int localPort);
+    /// What tells a connection from all others: a local port alone may serve for several servers.
+    struct Ends {
+        std::string localIP;
+        int localPort = 0;
+        std::string remoteIP;
+        int remotePort = 0;
+
+        friend bool operator==(const Ends&, const Ends&) = default;
+    };
+
+    /// This handle's request is about to go out over this connection. False when it has rested until now, and there is
+    /// something to read on it.
+    [[nodiscard]] bool take(const void* handle, Ends ends);
 
     /// The transfer of this handle has ended; its connection rests now, if curl keeps it. To be called while the handle
     /// is with the multi handle.
@@ -35,8 +45,7 @@ public:
 
 private:
     struct Connection {
-        std::string localIP;
-        int localPort = 0;
+        Ends ends;
         /// Who uses it; null while it rests.
         const void* user = nullptr;
         /// Known while it rests.

@@ -25,8 +25,12 @@ TEST(LinkFlapTest, TheStatusFollowsAndTheLastOneIsRight)
 {
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
-    constexpr int flapsPerRound = 50;
-    const int rounds = loadCount(2, 20);
+    struct Phase {
+        int rounds;
+        int flapsPerRound;
+    };
+    // So fast that they are told as one change, and one by one.
+    const Phase phases[] {{loadCount(2, 20), 50}, {loadCount(10, 500), 1}};
     const NetworkNamespace network;
     const auto reachability = std::make_shared<NetworkReachabilityLinux>(
         NetworkReachabilityLinux::Options {.sysfsRoot = network.sysfsRoot()});
@@ -46,26 +50,28 @@ TEST(LinkFlapTest, TheStatusFollowsAndTheLastOneIsRight)
         const std::string up = "link set eth0 up\nroute add default via 10.9.0.2\n";
         ProcessResources before;
         long announced = 0;
-        for (int round = 0; round < rounds; ++round) {
-            const bool endsUp = round % 2 == 1;
-            ASSERT_TRUE(platform.settle(10s));
-            (void)log.takeLines();
-            // The first round fills what is filled once.
-            before = round == 1 ? ProcessResources::now() : before;
-            std::string batch;
-            for (int flap = 0; flap < flapsPerRound; ++flap)
-                batch += endsUp ? up + (flap + 1 < flapsPerRound ? down : "")
-                                : down + (flap + 1 < flapsPerRound ? up : "");
-            network.runBatch(batch);
-            ASSERT_TRUE(log.waitForLast(heading, heading + (endsUp ? "wifi" : "unreachable"))) << round;
-            ASSERT_TRUE(platform.settle(10s));
-            const auto lines = log.lines();
-            announced += std::ranges::count(lines, "NETWORK : Checking status");
-            EXPECT_EQ(rawValue(KovaNetwork::status()), endsUp ? "wifi" : "unreachable");
+        int flaps = 0;
+        bool isUp = true;
+        for (const auto& [rounds, flapsPerRound] : phases) {
+            for (int round = 0; round < rounds; ++round) {
+                isUp = !isUp;
+                ASSERT_TRUE(platform.settle(10s));
+                (void)log.takeLines();
+                // The first round fills what is filled once.
+                before = flaps == flapsPerRound ? ProcessResources::now() : before;
+                std::string batch = isUp ? up : down;
+                for (int flap = 1; flap < flapsPerRound; ++flap)
+                    batch += isUp ? down + up : up + down;
+                flaps += flapsPerRound;
+                network.runBatch(batch);
+                ASSERT_TRUE(log.waitForLast(heading, heading + (isUp ? "wifi" : "unreachable"))) << flaps;
+                ASSERT_TRUE(platform.settle(10s));
+                EXPECT_EQ(rawValue(KovaNetwork::status()), isUp ? "wifi" : "unreachable");
+                announced += std::ranges::count(log.lines(), "NETWORK : Checking status");
+            }
         }
         const auto after = ProcessResources::afterReturningTo(before);
-        std::cout << rounds * flapsPerRound << " flaps, " << announced << " announced; " << before << ", then " << after
-                  << "\n";
+        std::cout << flaps << " flaps, " << announced << " announced; " << before << ", then " << after << "\n";
         EXPECT_EQ(after.fileDescriptors, before.fileDescriptors);
         EXPECT_EQ(after.threads, before.threads);
         EXPECT_TRUE(!memoryTells || after.residentBytes < before.residentBytes + 1'024UL * 1'024UL);
