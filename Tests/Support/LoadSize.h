@@ -1,4 +1,5 @@
-// How much a load test does: a little in the suite, all of it when the environment asks for it.
+// How much a load test does, a little in the suite and all of it when the environment asks for it, and what its figures
+// are worth.
 //
 //     KOVA_LOAD_SECONDS=60 build/tsan/bin/load-tests --gtest_filter='EightThreads*'
 //     KOVA_LOAD_FULL=1 build/dev/bin/load-tests
@@ -23,11 +24,13 @@ namespace kova::tests {
     return std::getenv("KOVA_LOAD_FULL") ? inFull : inTheSuite;
 }
 
-/// Sanitizers keep what is freed, so that memory says nothing then.
+/// Sanitizers keep what is freed, so that memory says nothing then, and everything takes many times as long.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool memoryTells = false;
+inline constexpr std::chrono::milliseconds promptly {1'000};
 #else
 inline constexpr bool memoryTells = true;
+inline constexpr std::chrono::milliseconds promptly {50};
 #endif
 
 } // namespace kova::tests
