@@ -31,7 +31,8 @@ public:
 
     /// Stores a value, or removes the key when there is none. Of an array only what differs from the stored one is
     /// written. A value that is not a property-list value (null, or text that is not valid UTF-8, at any depth) leaves
-    /// the key as it was. What cannot be written is said on standard error; the caller is not told.
+    /// the key as it was. What cannot be written is said on standard error; the caller is not told. It reads back in
+    /// this process and is written as soon as that works again.
     virtual void setObject(std::string_view key, std::optional<Value> value) = 0;
 
     /// Brings every acknowledged write to the disk itself, so that it outlives a power cut.

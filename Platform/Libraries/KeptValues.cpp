@@ -14,20 +14,6 @@ constexpr std::chrono::milliseconds lookInterval {500};
 
 } // namespace
 
-KeptValues::KeptValues(std::filesystem::path folder, std::chrono::milliseconds busyTimeout)
-    : m_patience(std::make_shared<Patience>(busyTimeout))
-    , m_file(std::move(folder), m_patience)
-{
-    const std::lock_guard lock {m_mutex};
-    try {
-        open();
-        if (!m_whyReadOnly.empty())
-            throw std::runtime_error {m_whyReadOnly};
-    } catch (const std::exception& failure) {
-        failed(Writing, failure);
-    }
-}
-
 void KeptValues::open()
 {
     m_lastLook = std::chrono::steady_clock::now();
@@ -35,12 +21,13 @@ void KeptValues::open()
     try {
         m_store = m_file.open();
         if (m_store->isReadOnly())
-            m_whyReadOnly = "it can only be read";
+            m_whyReadOnly = m_file.whyReadOnly();
     } catch (const std::exception& failure) {
-        if (!StoreFile::isForWantOfRoomOrRight(failure))
+        auto why = m_file.whyReadOnly();
+        if (why.empty() && !StoreFile::isForWantOfRoom(failure))
             throw;
         m_store = m_file.openToReadOnly();
-        m_whyReadOnly = failure.what();
+        m_whyReadOnly = why.empty() ? failure.what() : std::move(why);
     }
 }
 
@@ -59,10 +46,6 @@ void KeptValues::lookAfterFile()
 {
     if (!m_store)
         return;
-    if (!m_whyReadOnly.empty()) {
-        m_store.reset();
-        return;
-    }
     const auto now = std::chrono::steady_clock::now();
     if (now - m_lastLook < lookInterval)
         return;
@@ -95,6 +78,16 @@ void KeptValues::lookAfterFile()
 // Runs an operation on the store, on a fresh one when the present one turns out to be damaged.
 template <typename Operation> auto KeptValues::perform(Operation operation)
 {
+    // What can only be read is let go of at once, or it would stand in the way of whoever can write again.
+    struct AtTheEnd {
+        KeptValues& self;
+        ~AtTheEnd()
+        {
+            if (!self.m_whyReadOnly.empty())
+                self.m_store.reset();
+        }
+    } const atTheEnd {*this};
+
     lookAfterFile();
     if (!m_store)
         open();
@@ -116,6 +109,20 @@ template <typename Operation> auto KeptValues::perform(Operation operation)
     letGo();
     m_store = m_file.beginAfresh();
     return operation(*m_store);
+}
+
+KeptValues::KeptValues(std::filesystem::path folder, std::chrono::milliseconds busyTimeout)
+    : m_patience(std::make_shared<Patience>(busyTimeout))
+    , m_file(std::move(folder), m_patience)
+{
+    const std::lock_guard lock {m_mutex};
+    try {
+        perform([](StoredValues&) { return true; });
+        if (!m_whyReadOnly.empty())
+            throw std::runtime_error {m_whyReadOnly};
+    } catch (const std::exception& failure) {
+        failed(Writing, failure);
+    }
 }
 
 std::optional<Value> KeptValues::read(std::string_view key)
@@ -235,6 +242,7 @@ KeptValues::Progress KeptValues::bringToDisk()
         return Progress::Failed;
     }
     const std::lock_guard lock {m_mutex};
+    m_file.noteLength();
     succeeded(Syncing);
     std::erase_if(m_unsynced, [number](const auto& entry) { return entry.second.number <= number; });
     if (!isWritten)
@@ -253,7 +261,7 @@ void KeptValues::end()
     if (!keys.empty())
         m_file.say("is let go of without what could not be written, which is lost: " + keys);
     // Closing the last connection folds in and deletes the log, which must be its own.
-    if (m_store && m_whyReadOnly.empty() && m_file.changeSinceOpening() != StoreFile::Change::None)
+    if (m_store && m_file.changeSinceOpening() != StoreFile::Change::None)
         m_store->leaveLogBehind();
     m_store.reset();
 }

@@ -68,7 +68,7 @@ private:
     std::mutex m_mutex;
     StoreFile m_file;
     std::unique_ptr<StoredValues> m_store;
-    /// Why the store can only be read; it is opened anew for each operation then.
+    /// Why the store can only be read; it is opened for each operation then, and closed again.
     std::string m_whyReadOnly;
     std::chrono::steady_clock::time_point m_lastLook {};
     /// The latest value of each key that could not be written.

@@ -65,11 +65,9 @@ bool SQLiteFailure::isCut() const
     return m_code == SQLITE_IOERR_SHORT_READ;
 }
 
-bool SQLiteFailure::isForWantOfRoomOrRight() const
+bool SQLiteFailure::isForWantOfRoom() const
 {
-    const int primary = m_code & 0xFF;
-    return primary == SQLITE_FULL || primary == SQLITE_READONLY || m_systemError == ENOSPC || m_systemError == EDQUOT
-        || m_systemError == EROFS || m_systemError == EACCES || m_systemError == EPERM;
+    return (m_code & 0xFF) == SQLITE_FULL || m_systemError == ENOSPC || m_systemError == EDQUOT;
 }
 
 SQLiteFailure SQLiteFailure::damage(const std::string& message)

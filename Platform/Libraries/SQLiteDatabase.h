@@ -36,8 +36,8 @@ public:
     /// Whether a file ended where there should be more of it: somebody else has cut it.
     [[nodiscard]] bool isCut() const;
 
-    /// Whether there is no room or no right to write. What is stored may be readable then.
-    [[nodiscard]] bool isForWantOfRoomOrRight() const;
+    /// Whether there is no room to write. What is stored may be readable then.
+    [[nodiscard]] bool isForWantOfRoom() const;
 
 private:
     int m_code = 0;

@@ -118,6 +118,7 @@ std::unique_ptr<StoredValues> StoreFile::openHere()
     for (std::size_t index = 0; index < suffixes.size(); ++index)
         m_opened[index] = identityOf(m_path.string() + suffixes[index]);
     m_longest = 0;
+    noteLength();
     return store;
 }
 
@@ -131,12 +132,21 @@ std::unique_ptr<StoredValues> StoreFile::openToReadOnly() const
     return std::make_unique<StoredValues>(m_path, m_patience, SQLiteDatabase::Mode::OnlyRead);
 }
 
-bool StoreFile::isForWantOfRoomOrRight(const std::exception& failure)
+bool StoreFile::isForWantOfRoom(const std::exception& failure)
 {
     // What is no failure of SQLite's comes from making the folder or the file.
     if (const auto* ofDatabase = dynamic_cast<const SQLiteFailure*>(&failure))
-        return ofDatabase->isForWantOfRoomOrRight();
+        return ofDatabase->isForWantOfRoom();
     return dynamic_cast<const fs::filesystem_error*>(&failure) != nullptr;
+}
+
+std::string StoreFile::whyReadOnly() const
+{
+    for (const auto& path : {m_path, m_folder}) {
+        if (access(path.c_str(), W_OK) != 0 && errno != ENOENT && errno != ENOTDIR)
+            return "it can only be read (" + std::generic_category().message(errno) + ")";
+    }
+    return {};
 }
 
 void StoreFile::setAside()
@@ -169,11 +179,15 @@ StoreFile::Change StoreFile::changeSinceOpening()
         if (m_opened[index] && identityOf(m_path.string() + suffixes[index]) != m_opened[index])
             return Change::LogLost;
     }
-    const auto size = static_cast<std::uintmax_t>(status.st_size);
-    if (size < m_longest)
-        return Change::Cut;
-    m_longest = size;
-    return Change::None;
+    return static_cast<std::uintmax_t>(status.st_size) < m_longest ? Change::Cut : Change::None;
+}
+
+void StoreFile::noteLength()
+{
+    std::error_code missing;
+    const auto length = fs::file_size(m_path, missing);
+    if (!missing)
+        m_longest = std::max(m_longest, length);
 }
 
 void StoreFile::removeOldLog() const

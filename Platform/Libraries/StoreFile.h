@@ -30,10 +30,12 @@ public:
     [[nodiscard]] std::unique_ptr<StoredValues> open();
     /// Sets the file aside, unless another process has done so already, and begins a fresh one.
     [[nodiscard]] std::unique_ptr<StoredValues> beginAfresh();
-    /// For when open() has failed for this reason and nobody can write: what is stored, nothing when there is no file.
+    /// For when nobody can write: what is stored, nothing when there is no file.
     [[nodiscard]] std::unique_ptr<StoredValues> openToReadOnly() const;
-    /// Whether an open() that failed so may leave something to read.
-    [[nodiscard]] static bool isForWantOfRoomOrRight(const std::exception& failure);
+    /// Whether an open() that failed so did for want of room, so that there may be something to read.
+    [[nodiscard]] static bool isForWantOfRoom(const std::exception& failure);
+    /// Whether the file or its folder can only be read, in the system's words; empty when that is not so.
+    [[nodiscard]] std::string whyReadOnly() const;
 
     enum class Change {
         None,
@@ -47,6 +49,8 @@ public:
 
     /// What somebody else has done since the file was opened.
     [[nodiscard]] Change changeSinceOpening();
+    /// To be called after a checkpoint, the one thing that makes the file longer.
+    void noteLength();
     /// Removes the log of a file that was replaced: read with the new one, it would damage it. To be called when the
     /// old file is let go of.
     void removeOldLog() const;

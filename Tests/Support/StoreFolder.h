@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 namespace kova::tests {
 
@@ -67,6 +68,7 @@ private:
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds {5});
     }
     return true;
 }
