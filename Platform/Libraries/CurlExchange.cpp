@@ -157,8 +157,7 @@ void CurlExchange::setMethodAndBody()
     const auto& method = m_request->httpMethod;
     const auto body = m_request->httpBody ? m_request->httpBody->text() : std::string_view {};
     const bool announcesBody = !body.empty() || method == "POST" || method == "PUT" || method == "PATCH";
-    // The handle remembers its last request, so each of these is said whatever it is. Setting a body makes a POST of
-    // it, and either method undoes a HEAD.
+    // Setting a body makes a POST of it, and either method undoes a HEAD.
     curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
     // Borrowed, not copied; head and body leave in one system call, which a callback would not let them.
     curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body.empty() ? "" : body.data());
@@ -320,21 +319,6 @@ CurlExchange::Outcome CurlExchange::reply()
     if (status == 0)
         return std::unexpected {URLError::badServerResponse};
     return Reply {Data {std::move(m_body)}, {std::move(url), static_cast<int>(status), std::move(m_fields)}};
-}
-
-void CurlExchange::reset()
-{
-    curl_easy_setopt(m_handle.get(), CURLOPT_POSTFIELDS, "");
-    curl_easy_setopt(m_handle.get(), CURLOPT_HTTPHEADER, nullptr);
-    m_headerLines.reset();
-    m_request = nullptr;
-    m_requestsSent = 0;
-    m_fields.clear();
-    m_body = {};
-    m_headerBytes = 0;
-    m_inHead = false;
-    m_failure.reset();
-    m_isComplete = false;
 }
 
 long CurlExchange::redirects() const

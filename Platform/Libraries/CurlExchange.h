@@ -1,4 +1,4 @@
-// One request and its reply on one curl easy handle, used again and again.
+// One request and its reply on one curl easy handle.
 //
 // The loop gives it to curl and takes it back; in between curl calls it, on the loop's thread.
 
@@ -33,16 +33,13 @@ public:
     CurlExchange(const CurlExchange&) = delete;
     CurlExchange& operator=(const CurlExchange&) = delete;
 
-    /// Sets the handle up for the request, which must stay where it is until reset(). An error means that the request
+    /// Sets the handle up for the request, which must stay where it is as long as this. An error means that the request
     /// cannot be sent; the handle must not be used then. curl's private pointer of the handle will be `owner`.
     [[nodiscard]] std::expected<void, URLError> prepare(
         const URLRequest& request, std::chrono::steady_clock::time_point deadline, void* owner);
 
     /// What became of it, from the code with which curl ended the transfer.
     [[nodiscard]] Outcome outcome(int code);
-
-    /// Lets go of the request and the reply.
-    void reset();
 
     [[nodiscard]] void* handle() const { return m_handle.get(); }
 

@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::size_t connectionsPerHost = 6;
 constexpr long idleConnections = 24;
-constexpr std::size_t spareExchanges = 8;
 constexpr auto longestSleep = std::chrono::hours {1};
 /// A time-out of more than a year is none; the clock cannot add just any number.
 constexpr std::chrono::duration<double> longestTimeout = std::chrono::years {1};
@@ -47,14 +46,20 @@ void CurlLoop::CloseMulti::operator()(void* multi) const
     curl_multi_cleanup(multi);
 }
 
+void CurlLoop::CloseShare::operator()(void* share) const
+{
+    curl_share_cleanup(share);
+}
+
 CurlLoop::CurlLoop(std::string additionalCertificates)
     : m_additionalCertificates(std::move(additionalCertificates))
+    , m_share((initialiseCurl(), curl_share_init()))
     , m_hosts(connectionsPerHost)
 {
-    initialiseCurl();
     m_multi.reset(curl_multi_init());
-    if (!m_multi)
-        throw std::runtime_error {"curl has no multi handle to give"};
+    if (!m_multi || !m_share)
+        throw std::runtime_error {"curl has no handle to give"};
+    curl_share_setopt(m_share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
     curl_multi_setopt(m_multi.get(), CURLMOPT_MAXCONNECTS, idleConnections);
 }
 
@@ -249,14 +254,12 @@ void CurlLoop::startWaiting(const std::string& host)
 
 std::expected<void, URLError> CurlLoop::handToCurl(CurlTask& task)
 {
-    if (m_spare.empty()) {
-        task.m_exchange = std::make_unique<CurlExchange>(m_additionalCertificates, m_restingConnections);
-    } else {
-        task.m_exchange = std::move(m_spare.back());
-        m_spare.pop_back();
-    }
+    // A handle serves once. It costs a microsecond, and in one that has had a reply curl 7 remembers the last header
+    // field after that was freed: a next reply that begins with a folded line would be joined to it.
+    task.m_exchange = std::make_unique<CurlExchange>(m_additionalCertificates, m_restingConnections);
     m_restingConnections.endDisturbed();
     auto& exchange = *task.m_exchange;
+    curl_easy_setopt(exchange.handle(), CURLOPT_SHARE, m_share.get());
     auto prepared = exchange.prepare(task.m_request, task.m_deadline, &task);
     if (prepared && curl_multi_add_handle(m_multi.get(), exchange.handle()) != CURLM_OK)
         return std::unexpected {URLError::unknown};
@@ -278,15 +281,9 @@ void CurlLoop::finishTransfers()
         curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
         const auto task = reinterpret_cast<CurlTask*>(owner)->shared_from_this();
         m_restingConnections.rest(message->easy_handle);
-        auto exchange = takeOut(*task);
-        auto outcome = exchange->outcome(code);
-        // curl keeps a handle's last error number for ever, so one that has failed does not serve again.
-        const bool servesAgain = outcome.has_value();
-        complete(*task, std::move(outcome));
-        // Only now, because somebody may have waited for the reply; and the completion may have closed curl.
-        exchange->reset();
-        if (servesAgain && m_multi && m_spare.size() < spareExchanges)
-            m_spare.push_back(std::move(exchange));
+        // Destroyed after the completion, because somebody may wait for that.
+        const auto exchange = takeOut(*task);
+        complete(*task, exchange->outcome(code));
         startWaiting(task->m_host);
     }
 }
@@ -362,7 +359,6 @@ void CurlLoop::close()
     m_hosts.clear();
     while (const auto task = takeUnfinished())
         complete(*task, std::unexpected {URLError::cancelled});
-    m_spare.clear();
     const std::lock_guard lock {m_wakeMutex};
     m_multi.reset();
 }

@@ -55,6 +55,9 @@ private:
     struct CloseMulti {
         void operator()(void* multi) const;
     };
+    struct CloseShare {
+        void operator()(void* share) const;
+    };
 
     void wake();
 
@@ -77,6 +80,8 @@ private:
     void close();
 
     const std::string m_additionalCertificates;
+    /// What outlives an exchange beside its connection: TLS sessions. Used by the thread alone, so it has no locks.
+    const std::unique_ptr<void, CloseShare> m_share;
 
     std::mutex m_mutex;
     /// Guarded by m_mutex.
@@ -103,8 +108,6 @@ private:
     /// Tasks that wait for a connection or are with curl, the first to time out first.
     std::map<std::pair<Clock::time_point, CurlTask*>, std::shared_ptr<CurlTask>> m_underWay;
     CurlHostQueue m_hosts;
-    /// Exchanges at rest: their handles remember TLS sessions and keep their buffers.
-    std::vector<std::unique_ptr<CurlExchange>> m_spare;
 };
 
 } // namespace kova

@@ -103,6 +103,23 @@ TEST(PushPayloadTest, StringifiesLikeTheVendor)
     EXPECT_EQ(*tapped->find("notification")->find("payload")->find("actionButtons"), Value {Value::Array {}});
 }
 
+// The handler of an opened push stops the process when there is no text.
+TEST(PushPayloadTest, APayloadNestedToTheLimitHasATextForm)
+{
+    const auto nest = [](std::size_t levels) { return std::string(levels, '[') + std::string(levels, ']'); };
+    for (const std::string key : {"x", "badge"}) {
+        const auto depth = JSONSerialization::maximumDepth - 2UL;
+        const auto raw = JSONSerialization::jsonObject(
+            R"({"custom":{"i":"a"},"aps":{"alert":"b",")" + key + "\":" + nest(depth) + "}}");
+        ASSERT_TRUE(raw);
+        const auto text = stringifiedResult(*decodedPayload(*raw->as<Dictionary>()), "press");
+        ASSERT_TRUE(text);
+        const auto result = JSONSerialization::jsonObject(*text);
+        EXPECT_EQ(*result->find("notification")->find("payload")->find<std::string>("body"), "b");
+        EXPECT_EQ(*result->find("action")->find<std::string>("actionID"), "press");
+    }
+}
+
 TEST(PushPayloadTest, RepairsTextThatNoStoreCouldHold)
 {
     const std::pair<std::string, std::string> rows[] {

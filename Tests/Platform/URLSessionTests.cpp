@@ -49,7 +49,7 @@ TEST_F(URLSessionTest, SendsTheRequestAsGiven)
         {"get", "a body", "6"},
         {"OPTIONS", {}, {}},
     };
-    // One handle sends them all, and what it sent before must not show: so in both orders.
+    // What was sent before must not show: so in both orders.
     const auto forwards = rows;
     rows.insert(rows.end(), forwards.rbegin(), forwards.rend());
     for (const auto& [method, body, contentLength] : rows) {
@@ -203,6 +203,15 @@ TEST_F(URLSessionTest, HandsOverTheHeadOfTheFinalReply)
     EXPECT_THAT(outcome.response->allHeaderFields,
         testing::UnorderedElementsAre(testing::Pair("X-Twice", "a, b"), testing::Pair("X-Folded", "a b"),
             testing::Pair("X-Empty", ""), testing::Pair("Transfer-Encoding", "chunked")));
+}
+
+// A folded line continues the field before it. A head that begins with one has none, also not that of another reply.
+TEST_F(URLSessionTest, JoinsNoReplyToTheOneBefore)
+{
+    server.enqueue(Reply::status(200, "first", {{"X-Last", "field"}}));
+    server.enqueue(Reply::raw("HTTP/1.1 200 OK\r\n folded\r\nContent-Length: 6\r\n\r\nsecond"));
+    EXPECT_EQ(fetch(session, makeRequest(server.url("/"))).summary(), "200 first");
+    EXPECT_EQ(fetch(session, makeRequest(server.url("/"))).summary(), summary(URLError::badServerResponse));
 }
 
 TEST_F(URLSessionTest, FollowsGetOverFiveRedirectsOnly)

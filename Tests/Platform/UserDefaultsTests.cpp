@@ -324,6 +324,22 @@ TEST_F(UserDefaultsTest, ANewerStoreIsLeftAlone)
     EXPECT_EQ(defaults->object("a"), Value {1}) << "what could not be opened is tried again";
 }
 
+// At the last position there is, the next element had a position that is no number any more.
+TEST_F(UserDefaultsTest, AnArrayAtTheEdgeOfThePositionsReadsAsNone)
+{
+    SQLiteDatabase other {folder / "defaults.sqlite", std::chrono::seconds {5}};
+    for (const auto* move : {"UPDATE element SET position = position + 9223372036854775805",
+             "UPDATE element SET position = position - 9223372036854775806"}) {
+        defaults->setObject("list", bodies(1, 3));
+        other.execute(move);
+        EXPECT_EQ(defaults->object("list"), std::nullopt) << move;
+        defaults->setObject("list", bodies(1, 4));
+        reopen();
+        EXPECT_EQ(defaults->object("list"), Value {bodies(1, 4)}) << move;
+        defaults->setObject("list", std::nullopt);
+    }
+}
+
 // A list that was read as empty because the disk was full must not replace the stored one when there is room again.
 TEST_F(UserDefaultsTest, AWriteAfterAFailedReadIsRefusedOnce)
 {
