@@ -30,7 +30,7 @@ int main(int count, char** arguments)
 {
     const auto options = CollectorOptions::fromArguments({arguments + 1, arguments + std::max(count, 1)});
     if (!options)
-        return fail(usageError, options.error() + " (see --help)");
+        return fail(usageError, options.error() + " (see kova-collector --help)");
     if (options->help) {
         std::cout << helpText() << std::flush;
         return EXIT_SUCCESS;

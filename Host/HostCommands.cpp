@@ -190,28 +190,28 @@ constexpr std::array commands {
         "switches the network, which begins offline (with --network simulated only)", Place::MainQueue, &network},
     HostCommand {"event",
         "kind: class name, type: raw value, [text, userId: text], [attributes, metrics: object], [record: boolean]",
-        "makes an event, fills it (start(with) when there is a text) and saves it; answers {\"saved\":true}, or\n"
-        "      {\"saved\":false,\"error\":…}; a metric may also be \"nan\", \"inf\" or \"-inf\"",
+        "makes an event, fills it (start(with) when there is a text) and saves it; answers {\"saved\":true}, or "
+        "{\"saved\":false,\"error\":…}; a metric may also be \"nan\", \"inf\" or \"-inf\"",
         Place::MainQueue, &event},
     HostCommand {"buffer", "", "answers {\"buffer\":[…buffered event bodies as text, oldest first…]}", Place::MainQueue,
         &buffer},
     HostCommand {"status", "", "answers {\"status\":\"wifi\"}, \"wwan\" or \"unreachable\"; null before the start",
         Place::MainQueue, &status},
     HostCommand {"geo-start", "[launchOptions: object]",
-        "starts a KovaGeotrigger; answers {\"geo-start\":{\"publicToken\":…,\"completions\":n}}, the token that the\n"
-        "      vendor was given and how often the configuration's completion was called",
+        "starts a KovaGeotrigger; answers {\"geo-start\":{\"publicToken\":…,\"completions\":n}}, the token that the "
+        "vendor was given and how often the configuration's completion was called",
         Place::MainQueue, &startGeotriggers},
     HostCommand {"geotriggers", "geotriggers: list of objects, each [data: anything] or [userInfo: object or null]",
         "they fire together; answers {\"geotriggers\":{\"handled\":n}}, how many of them the vendor saw marked "
-        "handled.\n"
-        "      The data is that of the geotrigger, as a text when it is as it should be; a whole userInfo has it "
-        "under\n"
-        "      \"action\"; without a userInfo (null) the process stops",
+        "handled. "
+        "The data is that of the geotrigger, as a text when it is as it should be; a whole userInfo has it "
+        "under "
+        "\"action\"; without a userInfo (null) the process stops",
         Place::ScriptThread, &fireGeotriggers},
     HostCommand {"geo-upload", "data: text",
         "uploads the text as one geotrigger's data and waits; answers {\"geo-upload\":{\"success\":true}}, whatever "
-        "the\n"
-        "      reply's status, or {\"geo-upload\":{\"failure\":…}}",
+        "the "
+        "reply's status, or {\"geo-upload\":{\"failure\":…}}",
         Place::ScriptThread, &uploadGeotrigger},
     HostCommand {"centre", "action: \"open\" or \"close\"",
         "opens the notification centre over the host's screen, or closes it", Place::MainQueue, &centre},

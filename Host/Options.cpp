@@ -1,12 +1,11 @@
 #include "Host/Options.h"
 
-#include "Host/HostCommands.h"
-
 #include <getopt.h>
 
 #include <array>
 #include <charconv>
 #include <cstring>
+#include <string_view>
 
 namespace kova::host {
 
@@ -24,6 +23,8 @@ enum Option {
     Screenshot,
     Payloads,
     Pause,
+    Identifier,
+    Timeout,
     Help
 };
 
@@ -39,23 +40,99 @@ constexpr std::array longOptions {
     option {"screenshot", required_argument, nullptr, Screenshot},
     option {"payloads", required_argument, nullptr, Payloads},
     option {"pause", required_argument, nullptr, Pause},
+    option {"identifier", required_argument, nullptr, Identifier},
+    option {"timeout", required_argument, nullptr, Timeout},
     option {"help", no_argument, nullptr, Help},
     option {nullptr, 0, nullptr, 0},
 };
 
-constexpr const char* usage
-    = "usage: kova-host --data DIR --bundle DIR [--events-url U] [--metrics-url U] [--geotriggers-url U]\n"
-      "                 [--network real|simulated] [--answers FILE] [--pause SECONDS]\n"
-      "                 [--window [--screenshot DIR] [--payloads DIR]] [SCRIPT]\n";
+[[noreturn]] void fail(const std::string& message)
+{
+    throw UsageError {message + " (see kova-host --help)"};
+}
 
-double seconds(const char* text)
+double seconds(const std::string& name, const char* text, double least)
 {
     constexpr double longest = 60;
     double number = -1;
     const auto* end = text + std::strlen(text);
-    if (std::from_chars(text, end, number).ptr != end || !(number >= 0 && number <= longest))
-        throw UsageError {std::string {"--pause is a number of seconds from 0 to 60\n"} + usage};
+    if (std::from_chars(text, end, number).ptr != end || !(number >= least && number <= longest))
+        fail(name + " takes a number of seconds from " + (least > 0 ? "1" : "0") + " to 60, not \"" + text + "\"");
     return number;
+}
+
+// What a doctor looks at, and what only a doctor takes.
+bool isForDoctor(int option)
+{
+    return option == Identifier || option == Timeout;
+}
+
+bool isForBoth(int option)
+{
+    return option == Data || option == Bundle || option == EventsURL || option == MetricsURL || option == GeotriggersURL
+        || option == Help;
+}
+
+void take(Options& options, int option, const char* value)
+{
+    switch (option) {
+    case Data:
+        options.data = value;
+        break;
+    case Bundle:
+        options.bundle = value;
+        break;
+    case EventsURL:
+        options.eventsURL = value;
+        break;
+    case MetricsURL:
+        options.metricsURL = value;
+        break;
+    case GeotriggersURL:
+        options.geotriggersURL = value;
+        break;
+    case Network:
+        options.network = value;
+        break;
+    case AnswersFile:
+        options.answers = value;
+        break;
+    case Window:
+        options.window = true;
+        break;
+    case Screenshot:
+        options.screenshots = value;
+        break;
+    case Payloads:
+        options.payloads = value;
+        break;
+    case Pause:
+        options.pauseSeconds = seconds("--pause", value, 0);
+        break;
+    case Identifier:
+        options.identifier = value;
+        break;
+    case Timeout:
+        options.timeoutSeconds = seconds("--timeout", value, 1);
+        break;
+    default:
+        options.wantsHelp = true;
+        break;
+    }
+}
+
+void check(const Options& options)
+{
+    if (options.data.empty())
+        fail("--data is missing: name the folder where applications keep their data, for example --data /tmp/kova");
+    if (options.bundle.empty())
+        fail("--bundle is missing: name the folder that holds Kova.plist, for example --bundle Host/Resources");
+    if (options.network != "real" && options.network != "simulated")
+        fail("--network is \"real\" or \"simulated\", not \"" + options.network + "\"");
+    if (!options.window && options.screenshots)
+        fail("--screenshot needs --window");
+    if (!options.window && !options.payloads.empty())
+        fail("--payloads needs --window");
 }
 
 } // namespace
@@ -63,98 +140,44 @@ double seconds(const char* text)
 Options Options::parse(int argumentCount, char** arguments)
 {
     Options options;
+    if (argumentCount > 1 && std::string_view {arguments[1]} == "doctor") {
+        options.doctor = true;
+        --argumentCount;
+        ++arguments;
+    }
     opterr = 0;
     optind = 1;
     int found = 0;
-    while ((found = getopt_long(argumentCount, arguments, ":", longOptions.data(), nullptr)) != -1) {
-        switch (found) {
-        case Data:
-            options.data = optarg;
-            break;
-        case Bundle:
-            options.bundle = optarg;
-            break;
-        case EventsURL:
-            options.eventsURL = optarg;
-            break;
-        case MetricsURL:
-            options.metricsURL = optarg;
-            break;
-        case GeotriggersURL:
-            options.geotriggersURL = optarg;
-            break;
-        case Network:
-            options.network = optarg;
-            break;
-        case AnswersFile:
-            options.answers = optarg;
-            break;
-        case Window:
-            options.window = true;
-            break;
-        case Screenshot:
-            options.screenshots = optarg;
-            break;
-        case Payloads:
-            options.payloads = optarg;
-            break;
-        case Pause:
-            options.pauseSeconds = seconds(optarg);
-            break;
-        case Help:
-            options.wantsHelp = true;
+    int index = 0;
+    while ((found = getopt_long(argumentCount, arguments, ":", longOptions.data(), &index)) != -1) {
+        if (found == ':')
+            fail(std::string {arguments[optind - 1]} + " needs a value");
+        if (found == '?')
+            fail(std::string {"unknown option "} + arguments[optind - 1]);
+        if (!isForBoth(found) && isForDoctor(found) != options.doctor)
+            fail(std::string {"--"} + longOptions.at(static_cast<std::size_t>(index)).name
+                + (options.doctor ? " is not for the doctor" : " is for kova-host doctor only"));
+        take(options, found, optarg);
+        if (options.wantsHelp)
             return options;
-        default:
-            throw UsageError {std::string {found == ':' ? "needs a value: " : "unknown option: "}
-                + arguments[optind - 1] + "\n" + usage};
-        }
     }
-    if (options.data.empty() || options.bundle.empty())
-        throw UsageError {std::string {"--data and --bundle are needed\n"} + usage};
-    if (options.network != "real" && options.network != "simulated")
-        throw UsageError {std::string {"--network is \"real\" or \"simulated\"\n"} + usage};
-    if (!options.window && (options.screenshots || !options.payloads.empty()))
-        throw UsageError {std::string {"--screenshot and --payloads are for a --window\n"} + usage};
+    check(options);
+    if (options.doctor && optind < argumentCount)
+        fail(std::string {"the doctor plays no script: "} + arguments[optind]);
     if (argumentCount - optind > 1)
-        throw UsageError {std::string {"one script at most\n"} + usage};
+        fail("one script at most");
     if (optind < argumentCount)
         options.script = arguments[optind];
     return options;
 }
 
-std::string helpText()
+ServiceAddresses Options::serviceAddresses() const
 {
-    std::string text = usage;
-    text += "\nPlays a host application of KovaSDK over a script. The SDK's log goes to standard output.\n"
-            "\n"
-            "  --data DIR              where applications keep their data; the store is DIR/kova-host/defaults.sqlite\n"
-            "  --bundle DIR            the host's resources, the configuration Kova.plist among them\n"
-            "  --events-url U          base URL of the events web service, for example http://127.0.0.1:8080/v2/\n"
-            "  --metrics-url U         base URL of the push-metrics web service, ending in /v2/\n"
-            "  --geotriggers-url U     base URL of the geotrigger web service, ending in /v1/geotriggers/\n"
-            "  --network MODE          real (the default) or simulated: offline until a script switches it\n"
-            "  --answers FILE          where answers go instead of standard error\n"
-            "  --pause SECONDS         waits so long after each line of the script, for who watches\n"
-            "  --window                shows the host's screen, a shop, on which everything can be tried by hand; "
-            "stays\n"
-            "                          until it is closed. With a script it is played before your eyes\n"
-            "  --screenshot DIR        saves what is seen after each line of the script as DIR/NNN-COMMAND.png and "
-            "ends\n"
-            "                          with the script; drawn in memory where there is no screen\n"
-            "  --payloads DIR          raw payloads (*.json) that the shop offers to play\n"
-            "  SCRIPT                  a file; standard input when it is - or missing, nothing with a window\n"
-            "\n"
-            "A script has one JSON object a line, with \"do\" and the fields of that command. Blank lines and lines\n"
-            "that begin with # are skipped. Answers are JSON objects, one a line. Commands:\n\n";
-    for (const auto& command : hostCommands()) {
-        text += std::string {"  "} + command.name;
-        text += *command.fields ? std::string {"  "} + command.fields + "\n" : "\n";
-        text += std::string {"      "} + command.help + "\n";
-    }
-    text += "\nExit status: 0 the script ran and everything settled, or SIGINT or SIGTERM ended it; 2 a line or the\n"
-            "command line is wrong, said as SCRIPT:LINE: message; 3 something did not settle in time. What the SDK\n"
-            "treats as the host's programming error ends the process by abort.\n";
-    return text;
+    auto addresses = ServiceAddresses::builtIn();
+    addresses.eventsBaseURL = eventsURL.value_or(addresses.eventsBaseURL);
+    addresses.metricsBaseURL = metricsURL.value_or(addresses.metricsBaseURL);
+    addresses.geotriggersBaseURL = geotriggersURL.value_or(addresses.geotriggersBaseURL);
+    return addresses;
 }
 
 } // namespace kova::host

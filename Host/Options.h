@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/ServiceAddresses.h"
+
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -15,6 +17,12 @@ public:
 };
 
 struct Options {
+    /// Whether to look for what is wrong instead of playing a host.
+    bool doctor = false;
+    /// Names the application whose store the doctor looks at.
+    std::string identifier = "kova-host";
+    /// How long the doctor waits for the network.
+    double timeoutSeconds = 5;
     std::filesystem::path data;
     std::filesystem::path bundle;
     std::optional<std::string> eventsURL {};
@@ -34,11 +42,11 @@ struct Options {
     std::filesystem::path payloads {};
     bool wantsHelp = false;
 
+    /// Those of the build, but for what the command line says.
+    [[nodiscard]] ServiceAddresses serviceAddresses() const;
+
     /// Throws UsageError.
     [[nodiscard]] static Options parse(int argumentCount, char** arguments);
 };
-
-/// What --help prints: the options and every command.
-[[nodiscard]] std::string helpText();
 
 } // namespace kova::host

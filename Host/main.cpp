@@ -1,7 +1,9 @@
 // kova-host: the reference host application. It links the SDK as any host does and is driven by a script.
 
 #include "Host/Answers.h"
+#include "Host/Doctor/Doctor.h"
 #include "Host/HeadlessWindow.h"
+#include "Host/HelpText.h"
 #include "Host/Interruption.h"
 #include "Host/LogTee.h"
 #include "Host/Options.h"
@@ -33,15 +35,6 @@ int fail(const std::string& message)
 {
     std::fprintf(stderr, "kova-host: %s\n", message.c_str());
     return usageStatus;
-}
-
-ServiceAddresses addresses(const Options& options)
-{
-    auto addresses = ServiceAddresses::builtIn();
-    addresses.eventsBaseURL = options.eventsURL.value_or(addresses.eventsBaseURL);
-    addresses.metricsBaseURL = options.metricsURL.value_or(addresses.metricsBaseURL);
-    addresses.geotriggersBaseURL = options.geotriggersURL.value_or(addresses.geotriggersBaseURL);
-    return addresses;
 }
 
 // Opens the script; -1 when there is none. Opening a pipe without a writer must not hang: the reader waits for it, and
@@ -104,7 +97,7 @@ int run(const Options& options, const Interruption& interruption)
         .bundleIdentifier = "kova-host",
         .bundleFolder = options.bundle,
         .dataFolder = options.data,
-        .serviceAddresses = addresses(options),
+        .serviceAddresses = options.serviceAddresses(),
         .mainLoop = MainLoop::Host,
         .reachability = network,
     }};
@@ -173,7 +166,7 @@ int main(int argumentCount, char** arguments)
             std::fputs(helpText().c_str(), stdout);
             return 0;
         }
-        return run(options, interruption);
+        return options.doctor ? runDoctor(options, interruption.token()) : run(options, interruption);
     } catch (const std::exception& failure) {
         return fail(failure.what());
     }

@@ -168,6 +168,11 @@ SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::shared_pt
         readsLog = !missing && logSize > 0;
         name = uri(file, readsLog ? "?vfs=unix-none" : "?immutable=1");
         flags |= SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
+    } else if (mode == Mode::Unchanged) {
+        // Without index SQLite would make one, unless it is told that nobody else changes the file.
+        const bool isInUse = std::filesystem::exists(file.string() + "-shm");
+        name = uri(file, isInUse ? "?mode=ro" : "?immutable=1");
+        flags |= SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
     } else {
         flags |= SQLITE_OPEN_READWRITE | (mode == Mode::Create ? SQLITE_OPEN_CREATE : 0);
     }

@@ -93,6 +93,9 @@ public:
         Existing,
         /// Read without locks and without anything being made beside the file: for when nobody can write it.
         OnlyRead,
+        /// Read beside those who use it, and left as it is with its log; the index of a log that a killed process has
+        /// left is made anew. A log without an index is not looked into.
+        Unchanged,
     };
 
     /// Opens a file ("" stands for a private database in memory). Another process that holds a lock is waited for as

@@ -1,0 +1,14 @@
+// Whether the folder and the database behind user defaults can be used, and what is in them; nothing is changed.
+
+#pragma once
+
+#include "Host/Doctor/Report.h"
+
+#include <filesystem>
+
+namespace kova::host {
+
+/// `folder` is the application's own, the one with "defaults.sqlite".
+void checkStore(const std::filesystem::path& folder, Report& report);
+
+} // namespace kova::host
