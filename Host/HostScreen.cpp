@@ -196,6 +196,8 @@ void HostScreen::loadView()
     for (const auto& action : actions) {
         shop->chips.push_back(makeButton(action.title, action.line));
         roundOff(*shop->chips.back(), faint, brand);
+        // Four of them in a row also fit into 320 points.
+        shop->chips.back()->titleLabel().setFont(UIFont::boldSystemFont(13));
     }
     shop->tray = m_tray->table();
     shop->log = m_log->table();

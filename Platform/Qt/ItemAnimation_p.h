@@ -9,6 +9,11 @@
 
 namespace kova {
 
+/// How long a screen slides to its side.
+inline constexpr double slideSeconds = 0.35;
+/// How far the screen beneath moves meanwhile, as a part of that.
+inline constexpr double parallax = 0.3;
+
 struct ItemAnimation {
     /// "shift", "fade" or "alpha". One that runs already on the item is replaced, and its end is not told.
     const char* property;

@@ -2,6 +2,7 @@
 #include "Platform/Qt/RowSwipe_p.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kova {
 
@@ -26,8 +27,16 @@ void RowSwipe::drag(
     if (phase == DragPhase::Began) {
         if (m_open.lock() != row)
             close();
-        m_open = row;
+        m_open = m_dragged = row;
         m_start = item.shift().x();
+        return;
+    }
+    if (phase == DragPhase::Cancelled) {
+        // Also one that is on its way to be deleted.
+        if (std::exchange(m_dragged, {}).lock() == row) {
+            m_open = row;
+            close();
+        }
         return;
     }
     if (m_open.lock() != row)

@@ -17,10 +17,10 @@ public:
     void drag(const std::shared_ptr<ViewNode>& row, DragPhase phase, double distance, std::function<void()> commit);
     /// Brings the open row back. False when there is none.
     bool close();
-    [[nodiscard]] bool isOpen() const { return !m_open.expired(); }
 
 private:
     std::weak_ptr<ViewNode> m_open;
+    std::weak_ptr<ViewNode> m_dragged;
     double m_start = 0;
 };
 

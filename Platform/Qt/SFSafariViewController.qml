@@ -1,4 +1,4 @@
-// The page of the in-app browser where there is no engine for it: a word on where the page is.
+// The page of the in-app browser where no engine shows it: a word on where the page is.
 
 import QtQuick
 

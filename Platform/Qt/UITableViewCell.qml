@@ -18,6 +18,7 @@ UIView {
         yAxis.enabled: false
         onActiveChanged: active ? cell.dragBegan() : cell.dragEnded(translation.x)
         onTranslationChanged: if (active) cell.dragMoved(translation.x)
+        onCanceled: (eventPoint) => { if (eventPoint.state !== Qt.TouchPointReleased) cell.dragCancelled() }
     }
 
     // Held down, not merely touched on the way to scrolling.
@@ -49,7 +50,7 @@ UIView {
         }
 
         TapHandler {
-                onTapped: cell.deleteTapped()
+            onTapped: cell.deleteTapped()
         }
     }
 

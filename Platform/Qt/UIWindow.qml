@@ -1,4 +1,4 @@
-// The whole area. A drag from its left edge means "back".
+// The whole area. A drag from its left edge takes the screen on top along, back to the one before.
 
 import QtQuick
 
@@ -17,6 +17,8 @@ UIView {
             enabled: window.draggable
             yAxis.enabled: false
             onActiveChanged: active ? window.dragBegan() : window.dragEnded(translation.x)
+            onTranslationChanged: if (active) window.dragMoved(translation.x)
+            onCanceled: (eventPoint) => { if (eventPoint.state !== Qt.TouchPointReleased) window.dragCancelled() }
         }
     }
 }

@@ -34,12 +34,9 @@ void ViewItem::setShape(const ViewItemShape& shape)
 {
     if (m_shape == shape)
         return;
-    const bool isRadiusNew = m_shape.cornerRadius != shape.cornerRadius;
     m_shape = shape;
     m_isPaintNeeded = true;
     update();
-    if (isRadiusNew)
-        emit contentChanged();
 }
 
 void ViewItem::setContent(const ViewItemContent& content)
@@ -111,6 +108,12 @@ void ViewItem::dragEnded(double distance)
 {
     if (m_listener)
         m_listener->itemDragged(*this, DragPhase::Ended, distance);
+}
+
+void ViewItem::dragCancelled()
+{
+    if (m_listener)
+        m_listener->itemDragged(*this, DragPhase::Cancelled, 0);
 }
 
 void ViewItem::deleteTapped()

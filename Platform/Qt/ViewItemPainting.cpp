@@ -16,13 +16,14 @@ namespace {
 
 /// More pixels than any screen has: what is larger is drawn coarser.
 constexpr double maximumSide = 8192;
+constexpr double figureLineWidth = 1.5;
 
 } // namespace
 
 QSGNode* ViewItem::updatePaintNode(QSGNode* before, UpdatePaintNodeData*)
 {
-    const bool isTextured = m_shape.image || m_shape.cornerRadius > 0 || m_shape.isOval;
-    const bool isSeen = m_shape.image || m_shape.fill.alpha() > 0 || m_shape.stroke.alpha() > 0;
+    const bool isTextured = m_shape.image || m_shape.figure || m_shape.cornerRadius > 0 || m_shape.isOval;
+    const bool isSeen = m_shape.image || m_shape.figure || m_shape.fill.alpha() > 0 || m_shape.stroke.alpha() > 0;
     if (!isSeen || width() <= 0 || height() <= 0 || m_isNodeTextured != isTextured) {
         delete before;
         before = nullptr;
@@ -89,6 +90,12 @@ QImage ViewItem::paint(QSize pixels, double ratio) const
         QPainterPath seen;
         seen.addRect(place);
         painter.fillPath(m_shape.cornerRadius > 0 ? outline.intersected(seen) : seen, brush);
+    }
+
+    if (const auto& figure = m_shape.figure) {
+        painter.translate(figure->place.topLeft());
+        painter.strokePath(
+            figure->lines, QPen {figure->color, figureLineWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin});
     }
     return canvas;
 }

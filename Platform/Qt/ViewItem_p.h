@@ -9,6 +9,7 @@
 #include <QColor>
 #include <QFont>
 #include <QImage>
+#include <QPainterPath>
 #include <QQuickItem>
 #include <memory>
 #include <optional>
@@ -17,7 +18,7 @@ namespace kova {
 
 class ViewItem;
 
-enum class DragPhase { Began, Moved, Ended };
+enum class DragPhase { Began, Moved, Ended, Cancelled };
 
 /// Hears what the user does to an item.
 class ViewItemListener {
@@ -37,6 +38,15 @@ public:
 /// How much larger an item with an outline is than its shape, on each side, in points.
 inline constexpr double outlineMargin = 1;
 
+/// A figure in lines of one colour, in a square.
+struct ViewItemFigure {
+    QPainterPath lines {};
+    QRectF place {};
+    QColor color = Qt::black;
+
+    friend bool operator==(const ViewItemFigure&, const ViewItemFigure&) = default;
+};
+
 /// What the item paints beneath its content.
 struct ViewItemShape {
     QColor fill = Qt::transparent;
@@ -46,6 +56,7 @@ struct ViewItemShape {
     bool isOval = false;
     std::shared_ptr<const QImage> image {};
     Qt::AspectRatioMode imageMode = Qt::KeepAspectRatio;
+    std::optional<ViewItemFigure> figure {};
 
     friend bool operator==(const ViewItemShape&, const ViewItemShape&) = default;
 };
@@ -72,7 +83,6 @@ struct ViewItemContent {
     QString name {};
     QString description {};
     bool isIgnored = true;
-    bool isModal = false;
 
     friend bool operator==(const ViewItemContent&, const ViewItemContent&) = default;
 };
@@ -89,7 +99,6 @@ class ViewItem : public QQuickItem {
     Q_PROPERTY(bool animating READ isAnimating NOTIFY contentChanged)
     Q_PROPERTY(bool draggable READ isDraggable NOTIFY contentChanged)
     Q_PROPERTY(bool focusRing READ hasFocusRing NOTIFY contentChanged)
-    Q_PROPERTY(double cornerRadius READ cornerRadius NOTIFY contentChanged)
     Q_PROPERTY(double contentHeight READ contentHeight NOTIFY contentChanged)
     Q_PROPERTY(double topInset READ topInset NOTIFY contentChanged)
     Q_PROPERTY(double bottomInset READ bottomInset NOTIFY contentChanged)
@@ -100,7 +109,6 @@ class ViewItem : public QQuickItem {
     Q_PROPERTY(QString name READ name NOTIFY contentChanged)
     Q_PROPERTY(QString description READ description NOTIFY contentChanged)
     Q_PROPERTY(bool ignored READ isIgnored NOTIFY contentChanged)
-    Q_PROPERTY(bool modal READ isModal NOTIFY contentChanged)
     // What is animated: they come on top of the model's frame and alpha.
     Q_PROPERTY(QPointF shift READ shift WRITE setShift NOTIFY shiftChanged)
     Q_PROPERTY(double fade READ fade WRITE setFade)
@@ -130,7 +138,6 @@ public:
     [[nodiscard]] bool isAnimating() const { return m_content.isAnimating; }
     [[nodiscard]] bool isDraggable() const { return m_content.isDraggable; }
     [[nodiscard]] bool hasFocusRing() const { return m_content.hasFocusRing; }
-    [[nodiscard]] double cornerRadius() const { return m_shape.cornerRadius; }
     [[nodiscard]] double contentHeight() const { return m_content.contentHeight; }
     [[nodiscard]] double topInset() const { return m_content.topInset; }
     [[nodiscard]] double bottomInset() const { return m_content.bottomInset; }
@@ -141,7 +148,6 @@ public:
     [[nodiscard]] const QString& name() const { return m_content.name; }
     [[nodiscard]] const QString& description() const { return m_content.description; }
     [[nodiscard]] bool isIgnored() const { return m_content.isIgnored; }
-    [[nodiscard]] bool isModal() const { return m_content.isModal; }
 
     [[nodiscard]] QPointF shift() const { return m_shift; }
     void setShift(QPointF shift);
@@ -158,6 +164,8 @@ public:
     Q_INVOKABLE void dragBegan();
     Q_INVOKABLE void dragMoved(double distance);
     Q_INVOKABLE void dragEnded(double distance);
+    /// Comes after dragEnded() when the drag did not end but was taken away.
+    Q_INVOKABLE void dragCancelled();
     Q_INVOKABLE void deleteTapped();
     /// http and https only.
     Q_INVOKABLE [[nodiscard]] static bool isWebAddress(const QUrl& url);

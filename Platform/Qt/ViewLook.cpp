@@ -48,6 +48,45 @@ UIColor blended(const UIColor& front, const UIColor& back)
     return {mix(front.red, back.red), mix(front.green, back.green), mix(front.blue, back.blue), alpha};
 }
 
+/// A can with a lid and its handle, in a square of 24 points.
+QPainterPath trashCan()
+{
+    QPainterPath path;
+    path.moveTo(4, 6);
+    path.lineTo(20, 6);
+    path.moveTo(9, 6);
+    path.lineTo(9, 4.5);
+    path.quadTo(9, 3, 10.5, 3);
+    path.lineTo(13.5, 3);
+    path.quadTo(15, 3, 15, 4.5);
+    path.lineTo(15, 6);
+    path.moveTo(5.75, 6);
+    path.lineTo(6.6, 19.2);
+    path.quadTo(6.75, 21, 8.5, 21);
+    path.lineTo(15.5, 21);
+    path.quadTo(17.25, 21, 17.4, 19.2);
+    path.lineTo(18.25, 6);
+    for (const double x : {9.5, 12.0, 14.5}) {
+        path.moveTo(x, 9.5);
+        path.lineTo(x + (x - 12) * -0.1, 17.5);
+    }
+    return path;
+}
+
+std::optional<ViewItemFigure> figureOf(const UIView& view)
+{
+    const auto* button = dynamic_cast<const UIButton*>(&view);
+    if (!button || button->symbol() != UIButtonSymbol::trash)
+        return std::nullopt;
+    auto color = button->titleColor();
+    if (button->isHighlighted())
+        color.alpha *= heldDownAlpha;
+    const auto frame = button->symbolFrame();
+    return ViewItemFigure {.lines = trashCan(),
+        .place = {frame.minX(), frame.minY(), frame.size.width, frame.size.height},
+        .color = qtColor(color)};
+}
+
 std::optional<UIColor> fillOf(const UIView& view)
 {
     if (const auto* bar = dynamic_cast<const UINavigationBar*>(&view)) {
@@ -174,6 +213,7 @@ ViewItemShape shapeOf(const UIView& view)
     const auto* imageView = dynamic_cast<const UIImageView*>(&view);
     if (imageView && imageView->image() && imageView->image()->pixels())
         shape.image = std::static_pointer_cast<const QImage>(imageView->image()->pixels());
+    shape.figure = figureOf(view);
     switch (view.contentMode()) {
     case UIViewContentMode::scaleToFill:
         shape.imageMode = Qt::IgnoreAspectRatio;

@@ -1,4 +1,4 @@
-// The page of the in-app browser, drawn by the engine. It follows no address but those of the web.
+// The page of the in-app browser, drawn by the engine. It goes nowhere but on the web, and opens no other program.
 
 import QtQuick
 import QtWebEngine
@@ -6,12 +6,27 @@ import QtWebEngine
 UIView {
     id: page
 
+    // Bound here, since a view of the engine loads again whenever its address is set, also to what it is.
+    readonly property url address: page.page
+    onAddressChanged: view.url = address
+
     WebEngineView {
+        id: view
         anchors.fill: parent
-        url: page.isWebAddress(page.page) ? page.page : ""
-        onNavigationRequested: (request) => {
-            request.action = page.isWebAddress(request.url)
-                ? WebEngineNavigationRequest.AcceptRequest : WebEngineNavigationRequest.IgnoreRequest
+        settings.unknownUrlSchemePolicy: WebEngineSettings.DisallowUnknownUrlSchemes
+        onNavigationRequested: (request) => page.isWebAddress(request.url) ? request.accept() : request.reject()
+        // What asks for a window of its own is shown in this one.
+        onNewWindowRequested: (request) => {
+            if (page.isWebAddress(request.requestedUrl))
+                url = request.requestedUrl
         }
+        onContextMenuRequested: (request) => request.accepted = true
+    }
+
+    Rectangle {
+        width: parent.width * view.loadProgress / 100
+        height: 2
+        visible: view.loading
+        color: "#0a6cff"
     }
 }

@@ -9,20 +9,12 @@
 
 namespace kova {
 
-namespace {
-
-#ifdef KOVA_HAS_WEBENGINE
-constexpr const char* pageComponent = "WebPage";
-#else
-constexpr const char* pageComponent = "SFSafariViewController";
-#endif
-
-} // namespace
-
 WindowBridge::WindowBridge(UIWindow& window, QQuickItem& area, std::function<void()> wake)
     : m_window(window)
     , m_area(area)
     , m_wake(std::move(wake))
+    , m_back(
+          window, [this](const UIView& view) { return nodeOf(view); }, m_wake)
     , m_focus(window)
 {
     qmlRegisterType<ViewItem>("KovaSDK.Centre", 1, 0, "ViewItem");
@@ -115,15 +107,21 @@ void WindowBridge::tableDidUpdate(UITableView& table, const UITableViewUpdate& u
 
 // The tree of nodes.
 
-std::unique_ptr<ViewItem> WindowBridge::makeItem(const QString& component)
+QQmlComponent& WindowBridge::component(const QString& name)
 {
-    auto*& found = m_components[component];
+    auto*& found = m_components[name];
     if (!found)
         found = new QQmlComponent {
-            &m_engine, QUrl {QStringLiteral("qrc:/kova/") + component + QStringLiteral(".qml")}, &m_engine};
-    auto* const item = qobject_cast<ViewItem*>(found->create());
+            &m_engine, QUrl {QStringLiteral("qrc:/kova/") + name + QStringLiteral(".qml")}, &m_engine};
+    return *found;
+}
+
+std::unique_ptr<ViewItem> WindowBridge::makeItem(const QString& name)
+{
+    auto& maker = component(name);
+    auto* const item = qobject_cast<ViewItem*>(maker.create());
     if (!item)
-        fatalError("a view cannot be drawn: " + found->errorString().toStdString());
+        fatalError("a view cannot be drawn: " + maker.errorString().toStdString());
     QQmlEngine::setObjectOwnership(item, QQmlEngine::CppOwnership);
     item->setListener(this);
     return std::unique_ptr<ViewItem> {item};
@@ -145,10 +143,8 @@ std::shared_ptr<ViewNode> WindowBridge::enter(UIView& view)
         recall(node);
         return node;
     }
-    const auto* browser = dynamic_cast<const SFSafariViewController*>(m_window.topViewController());
-    const bool isPage = browser && browser->pageView() == &view;
     auto node = std::make_shared<ViewNode>(
-        ViewNode {.view = &view, .item = makeItem(isPage ? QString::fromLatin1(pageComponent) : componentOf(view))});
+        ViewNode {.view = &view, .item = makeItem(pageComponentOf(view).value_or(componentOf(view)))});
     m_nodes[&view] = node;
     list(node);
     return node;
@@ -201,6 +197,7 @@ void WindowBridge::listAll(const ViewNode& node)
 void WindowBridge::update()
 {
     m_isUpdating = true;
+    m_back.follow();
     m_window.layoutIfNeeded();
     m_focus.follow();
     focusMoved();
@@ -217,6 +214,7 @@ void WindowBridge::update()
         if (const auto* table = dynamic_cast<const UITableView*>(node->view.get()))
             m_tables.run(*table, *node, [this](const auto& ghost) { return keep(ghost); });
     }
+    m_back.place();
     runMoves();
     sweep();
     m_isUpdating = false;

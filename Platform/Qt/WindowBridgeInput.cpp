@@ -15,9 +15,6 @@ namespace kova {
 
 namespace {
 
-/// How far a drag from the edge must go to mean "back", in points.
-constexpr double backDistance = 60;
-
 /// Whether another view lies over a view at a point of it. Texts and pictures let touches through.
 bool isCovered(const UIView& view, CGPoint at)
 {
@@ -97,14 +94,12 @@ void WindowBridge::itemScrolled(ViewItem& item, double contentY)
 void WindowBridge::itemDragged(ViewItem& item, DragPhase phase, double distance)
 {
     if (&item == m_root->item.get()) {
-        auto* const top = m_window.topViewController();
-        auto* const stack = top ? top->navigationController() : nullptr;
-        if (phase == DragPhase::Ended && distance > backDistance && stack)
-            stack->popViewController(true);
+        m_back.drag(phase, distance);
         return;
     }
     const auto cell = cellNodeOf(item);
-    if (!cell)
+    // One that may not be deleted does not move at all.
+    if (!cell || (phase == DragPhase::Began && !tableOf(*cell->view.get())->userMayEditRow({.row = cell->row})))
         return;
     m_swipe.drag(cell, phase, distance, [this, node = std::weak_ptr {cell}] {
         if (const auto row = node.lock())

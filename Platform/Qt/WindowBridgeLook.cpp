@@ -17,11 +17,11 @@ namespace kova {
 
 namespace {
 
-#ifdef KOVA_HAS_WEBENGINE
-void showPlace(ViewItemContent&)
+QUrl addressOf(const SFSafariViewController& browser)
 {
+    return QUrl {QString::fromStdString(browser.url().absoluteString())};
 }
-#else
+
 // Says what became of a page that is not shown here; the user interface speaks Portuguese.
 void showPlace(ViewItemContent& content)
 {
@@ -34,9 +34,24 @@ void showPlace(ViewItemContent& content)
     content.name = content.text;
     content.isIgnored = false;
 }
-#endif
 
 } // namespace
+
+/// Whether the engine shows the page here. It has a file in builds with Qt WebEngine only, and the engine's own module
+/// may be missing still.
+bool WindowBridge::showsPage(const SFSafariViewController& browser)
+{
+    return ViewItem::isWebAddress(addressOf(browser)) && component(QStringLiteral("WebPage")).isReady();
+}
+
+/// What draws the view when it is the page of a browser.
+std::optional<QString> WindowBridge::pageComponentOf(const UIView& view)
+{
+    const auto* browser = dynamic_cast<const SFSafariViewController*>(m_window.topViewController());
+    if (!browser || browser->pageView() != &view)
+        return std::nullopt;
+    return showsPage(*browser) ? QStringLiteral("WebPage") : QStringLiteral("SFSafariViewController");
+}
 
 void WindowBridge::numberRows(ViewNode& node, UITableView& table)
 {
@@ -89,8 +104,9 @@ void WindowBridge::complete(ViewItemContent& content, const UIView& view)
         content.isIgnored = false;
     } else if (const auto* browser = dynamic_cast<const SFSafariViewController*>(top);
         browser && browser->pageView() == &view) {
-        content.page = QUrl {QString::fromStdString(browser->url().absoluteString())};
-        showPlace(content);
+        content.page = addressOf(*browser);
+        if (!showsPage(*browser))
+            showPlace(content);
     }
 }
 

@@ -17,10 +17,7 @@ namespace kova {
 namespace {
 
 constexpr double presentSeconds = 0.4;
-constexpr double slideSeconds = 0.35;
 constexpr double alertSeconds = 0.2;
-/// How far the screen beneath moves while another slides over it.
-constexpr double parallax = 0.3;
 
 const UIView* topmost(UIViewController& screen, const UIView* beneath)
 {
@@ -49,14 +46,13 @@ void WindowBridge::didMove(const UITransition& transition)
     list(m_root);
     m_root->needsLook = true;
     m_wake();
-#ifndef KOVA_HAS_WEBENGINE
     // Without a page of our own the system's browser shows it, once.
-    if (const auto* browser = dynamic_cast<const SFSafariViewController*>(&transition.to); browser && isPresent) {
+    const auto* browser = dynamic_cast<const SFSafariViewController*>(&transition.to);
+    if (browser && isPresent && !showsPage(*browser)) {
         const QUrl url {QString::fromStdString(browser->url().absoluteString())};
         if (ViewItem::isWebAddress(url))
             QDesktopServices::openUrl(url);
     }
-#endif
 }
 
 void WindowBridge::runMoves()

@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "Platform/Qt/BackSwipe_p.h"
 #include "Platform/Qt/KeyboardFocus_p.h"
 #include "Platform/Qt/RowSwipe_p.h"
 #include "Platform/Qt/TableUpdates_p.h"
@@ -17,9 +18,12 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <functional>
+#include <optional>
 #include <unordered_map>
 
 namespace kova {
+
+class SFSafariViewController;
 
 class WindowBridge : public UIWindowObserver, private ViewItemListener {
 public:
@@ -62,7 +66,10 @@ private:
     void itemDeleteTapped(ViewItem& item) override;
 
     std::shared_ptr<ViewNode> enter(UIView& view);
-    std::unique_ptr<ViewItem> makeItem(const QString& component);
+    [[nodiscard]] QQmlComponent& component(const QString& name);
+    std::unique_ptr<ViewItem> makeItem(const QString& name);
+    [[nodiscard]] bool showsPage(const SFSafariViewController& browser);
+    [[nodiscard]] std::optional<QString> pageComponentOf(const UIView& view);
     void list(const std::shared_ptr<ViewNode>& node);
     void listAll(const ViewNode& node);
     void refresh(const std::shared_ptr<ViewNode>& node);
@@ -102,6 +109,7 @@ private:
     std::vector<Move> m_moves;
     TableUpdates m_tables;
     RowSwipe m_swipe;
+    BackSwipe m_back;
     KeyboardFocus m_focus;
     /// The view with the focus ring, for comparison only.
     const UIView* m_ringed = nullptr;

@@ -3,6 +3,7 @@
 #include "Platform/UIKit/KeepAlive.h"
 #include "Platform/UIKit/UIButton.h"
 #include "Platform/UIKit/UILabel.h"
+#include "Platform/UIKit/UIScreen.h"
 
 #include <algorithm>
 #include <limits>
@@ -20,6 +21,7 @@ constexpr double buttonHeight = 44;
 constexpr double titleSize = 17;
 constexpr double messageSize = 13;
 constexpr UIColor dimColor = UIColor::withWhite(0, 0.4);
+constexpr UIColor lineColor = UIColor::withWhite(0.78, 1);
 /// So many buttons stand in one row.
 constexpr std::size_t buttonsInARow = 2;
 
@@ -68,9 +70,15 @@ protected:
         y += padding - textGap;
         const bool isRow = m_buttons.size() <= buttonsInARow;
         const double width = isRow ? boxWidth / std::max(1.0, static_cast<double>(m_buttons.size())) : boxWidth;
+        const double hair = 1 / UIScreen::main().scale;
         double x = 0;
-        for (const auto& button : m_buttons) {
-            button->setFrame({x, y, width, buttonHeight});
+        for (std::size_t index = 0; index < m_buttons.size(); ++index) {
+            m_buttons[index]->setFrame({x, y, width, buttonHeight});
+            // Each button's line is above it, but for those that stand to the right of another.
+            if (isRow && index > 0)
+                m_lines[index]->setFrame({x, y, hair, buttonHeight});
+            else
+                m_lines[index]->setFrame({0, y, boxWidth, hair});
             if (isRow)
                 x += width;
             else
@@ -93,13 +101,19 @@ private:
         const bool isCancel = action.style == UIAlertActionStyle::cancel;
         button->titleLabel().setFont(isCancel ? UIFont::boldSystemFont(titleSize) : UIFont::systemFont(titleSize));
         button->addTarget(&owner, [&owner, index] { owner.userChooses(index); }, UIControlEvents::touchUpInside);
+        auto line = std::make_shared<UIView>();
+        line->setBackgroundColor(lineColor);
         box->addSubview(button);
+        box->addSubview(line);
         m_buttons.push_back(std::move(button));
+        m_lines.push_back(std::move(line));
     }
 
     std::shared_ptr<UILabel> m_title;
     std::shared_ptr<UILabel> m_message;
     std::vector<std::shared_ptr<UIButton>> m_buttons;
+    /// As thin as can be seen, one for each button.
+    std::vector<std::shared_ptr<UIView>> m_lines;
 };
 
 UIAlertController::UIAlertController(

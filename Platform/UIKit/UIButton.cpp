@@ -8,6 +8,7 @@ namespace kova {
 namespace {
 
 constexpr double titlePadding = 6;
+constexpr double symbolSide = 24;
 
 } // namespace
 
@@ -47,8 +48,25 @@ void UIButton::setTitleColor(UIColor color, UIControlState)
     m_titleLabel->setTextColor(color);
 }
 
+void UIButton::setSymbol(UIButtonSymbol symbol)
+{
+    assign(m_symbol, symbol);
+    const bool hasSymbol = symbol != UIButtonSymbol::none;
+    m_titleLabel->setHidden(hasSymbol);
+    setAccessibilityLabel(hasSymbol ? title() : std::nullopt);
+    invalidateIntrinsicContentSize();
+}
+
+CGRect UIButton::symbolFrame() const
+{
+    const auto space = frame().size;
+    return {(space.width - symbolSide) / 2, (space.height - symbolSide) / 2, symbolSide, symbolSide};
+}
+
 CGSize UIButton::intrinsicContentSize() const
 {
+    if (m_symbol != UIButtonSymbol::none)
+        return {.width = symbolSide, .height = symbolSide + 2 * titlePadding};
     const auto title = m_titleLabel->intrinsicContentSize();
     return {.width = title.width, .height = title.height + 2 * titlePadding};
 }

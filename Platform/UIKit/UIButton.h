@@ -1,4 +1,4 @@
-// A button with a title in its middle.
+// A button with a title in its middle, or a symbol that stands for it.
 
 #pragma once
 
@@ -10,6 +10,8 @@
 namespace kova {
 
 enum class UIControlState : unsigned { normal = 0 };
+/// A picture of the platform's own.
+enum class UIButtonSymbol { none, trash };
 
 class KOVA_EXPORT UIButton : public UIControl {
 public:
@@ -23,7 +25,13 @@ public:
     /// The label that shows the title, centred in the button. Its font is the host's to set.
     [[nodiscard]] UILabel& titleLabel() const { return *m_titleLabel; }
 
-    /// The title's size with 6 points above and below it.
+    /// Drawn in the title's colour in place of the title, which assistive technology still says.
+    [[nodiscard]] UIButtonSymbol symbol() const { return m_symbol; }
+    void setSymbol(UIButtonSymbol symbol);
+    /// The symbol's square, centred in the button.
+    [[nodiscard]] CGRect symbolFrame() const;
+
+    /// The title's size with 6 points above and below it; a symbol has 24 points a side.
     [[nodiscard]] CGSize intrinsicContentSize() const override;
     [[nodiscard]] CGSize sizeThatFits(CGSize size) const override;
 
@@ -32,6 +40,7 @@ protected:
 
 private:
     std::shared_ptr<UILabel> m_titleLabel;
+    UIButtonSymbol m_symbol = UIButtonSymbol::none;
 };
 
 } // namespace kova

@@ -117,6 +117,8 @@ void UINavigationBar::show(Side& side, const std::shared_ptr<UIBarButtonItem>& i
     auto view = item->lastView();
     if (!view) {
         auto button = makeButton(item->title(), item->systemItem() == UIBarButtonSystemItem::done);
+        if (item->systemItem() == UIBarButtonSystemItem::trash)
+            button->setSymbol(UIButtonSymbol::trash);
         button->addTarget(
             item.get(), [pressed = item.get()] { pressed->sendAction(); }, UIControlEvents::touchUpInside);
         view = std::move(button);

@@ -122,14 +122,35 @@ void UINavigationController::showTopAgain()
         showTop();
 }
 
+UIViewController* UINavigationController::revealPrevious()
+{
+    if (m_stack.size() < 2 || !isOnScreen())
+        return nullptr;
+    auto& previous = *m_stack[m_stack.size() - 2];
+    m_contentView->insertSubview(previous.view(), 0);
+    m_contentView->setNeedsLayout();
+    return &previous;
+}
+
+void UINavigationController::concealPrevious()
+{
+    if (m_contentView)
+        removeAllBut(*m_stack.back()->view());
+}
+
+void UINavigationController::removeAllBut(const UIView& view)
+{
+    for (const auto subviews = m_contentView->subviews(); const auto& other : subviews) {
+        if (other.get() != &view && other != m_navigationBar)
+            other->removeFromSuperview();
+    }
+}
+
 void UINavigationController::showTop()
 {
     const auto top = m_stack.back();
     const auto view = top->view();
-    for (const auto subviews = m_contentView->subviews(); const auto& other : subviews) {
-        if (other != view && other != m_navigationBar)
-            other->removeFromSuperview();
-    }
+    removeAllBut(*view);
     if (view->superview() != m_contentView.get())
         m_contentView->insertSubview(view, 0);
     std::function<void()> back;
@@ -147,23 +168,29 @@ void UINavigationController::layOut()
 {
     const auto size = m_contentView->bounds().size;
     m_navigationBar->setFrame({0, 0, size.width, UINavigationBar::height});
-    const auto& top = *m_stack.back();
-    if (!top.isViewLoaded() || top.m_view->superview() != m_contentView.get())
-        return;
-    const bool isBeneathBar = top.edgesForExtendedLayout() != UIRectEdge::none;
+    for (const auto& screen : m_stack) {
+        if (screen->isViewLoaded() && screen->m_view->superview() == m_contentView.get())
+            place(*screen);
+    }
+}
+
+void UINavigationController::place(const UIViewController& screen)
+{
+    const auto size = m_contentView->bounds().size;
+    const bool isBeneathBar = screen.edgesForExtendedLayout() != UIRectEdge::none;
     const double y = isBeneathBar ? 0 : UINavigationBar::height;
     const CGRect frame {0, y, size.width, std::max(0.0, size.height - y)};
-    const bool isNew = top.m_view->frame() != frame;
-    if (auto* scrollView = scrollViewOf(*top.m_view)) {
+    const bool isNew = screen.m_view->frame() != frame;
+    if (auto* scrollView = scrollViewOf(*screen.m_view)) {
         // One that has no frame yet will fill the view, most likely; its layout tells.
         const bool hasNoFrame = scrollView->frame().size == CGSize {};
-        const bool isFilled = hasNoFrame || scrollView == top.m_view.get()
-            || scrollView->frame() == CGRect {CGPoint {}, top.m_view->frame().size};
+        const bool isFilled = hasNoFrame || scrollView == screen.m_view.get()
+            || scrollView->frame() == CGRect {CGPoint {}, screen.m_view->frame().size};
         scrollView->setAdjustedContentInset({.top = isBeneathBar && isFilled ? UINavigationBar::height : 0});
         if (hasNoFrame && isNew)
             m_contentView->setNeedsLayout();
     }
-    top.m_view->setFrame(frame);
+    screen.m_view->setFrame(frame);
 }
 
 } // namespace kova

@@ -28,6 +28,12 @@ public:
     void popViewController(bool animated);
     void popToRootViewController(bool animated);
 
+    /// Has the screen beneath the topmost one seen behind it, where the topmost is dragged aside and may be popped or
+    /// not. The screens hear nothing of it. Null at the root and when the stack is not on screen.
+    UIViewController* revealPrevious();
+    /// The end of that, unless the topmost has been popped or covered meanwhile.
+    void concealPrevious();
+
 protected:
     void loadView() override;
     void prepareForAppearance() override;
@@ -41,7 +47,9 @@ private:
     void pop(std::size_t remaining, bool animated);
     void showTop();
     void showTopAgain();
+    void removeAllBut(const UIView& view);
     void layOut();
+    void place(const UIViewController& screen);
 
     Screens m_stack;
     std::shared_ptr<UINavigationBar> m_navigationBar;

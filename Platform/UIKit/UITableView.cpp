@@ -81,12 +81,18 @@ void UITableView::userSelectsRow(IndexPath at)
         m_delegate->didSelectRowAt(*this, at);
 }
 
+bool UITableView::userMayEditRow(IndexPath at)
+{
+    const auto screen = keepAlive(m_dataSource.get());
+    return exists(at) && m_dataSource && m_dataSource->canEditRowAt(*this, at);
+}
+
 void UITableView::userDeletesRow(IndexPath at)
 {
     const auto self = keepAlive(*this);
     layoutIfNeeded();
     const auto screen = keepAlive(m_dataSource.get());
-    if (!exists(at) || !m_dataSource || !m_dataSource->canEditRowAt(*this, at))
+    if (!userMayEditRow(at))
         return;
     beginUpdates();
     if (m_dataSource)

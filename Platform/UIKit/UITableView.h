@@ -75,6 +75,8 @@ public:
     // What the user does. A row that does not exist is ignored.
 
     void userSelectsRow(IndexPath at);
+    /// What the data source says of the row.
+    [[nodiscard]] bool userMayEditRow(IndexPath at);
     /// Has the data source commit the deletion, if it lets the row be edited.
     void userDeletesRow(IndexPath at);
 

@@ -6,19 +6,26 @@
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QPropertyAnimation>
+#include <QPointingDevice>
 #include <QQuickItem>
 #include <QTest>
+#include <QTouchEvent>
 #include <cstdlib>
+#include <utility>
 
 namespace kova::tests {
 
 namespace {
 
 constexpr int patienceMs = 5000;
-constexpr int dragSteps = 12;
 /// A hand takes its time: how fast it moved decides how far a list goes on.
 constexpr int stepMs = 5;
+
+QPointingDevice* finger()
+{
+    static auto* const device = QTest::createTouchDevice();
+    return device;
+}
 
 UIButton* buttonIn(UIView& view, const std::string& title)
 {
@@ -94,25 +101,50 @@ void CentreWindow::tap(QPointF at)
     EXPECT_TRUE(settle());
 }
 
-void CentreWindow::drag(QPointF from, QPointF to)
+void CentreWindow::drag(QPointF from, QPointF to, Hand hand)
 {
-    QTest::mousePress(&window, Qt::LeftButton, {}, from.toPoint());
-    for (int step = 1; step <= dragSteps; ++step)
-        QTest::mouseMove(&window, (from + (to - from) * step / dragSteps).toPoint(), stepMs);
-    QTest::mouseRelease(&window, Qt::LeftButton, {}, to.toPoint());
+    press(from, hand);
+    moveTo(to);
+    release();
     EXPECT_TRUE(settle());
 }
 
-void CentreWindow::dragFinger(QPointF from, QPointF to)
+void CentreWindow::press(QPointF at, Hand hand)
 {
-    static auto* const finger = QTest::createTouchDevice();
-    QTest::touchEvent(&window, finger).press(0, from.toPoint());
-    for (int step = 1; step <= dragSteps; ++step) {
-        QTest::qWait(stepMs);
-        QTest::touchEvent(&window, finger).move(0, (from + (to - from) * step / dragSteps).toPoint());
+    m_hand = hand;
+    m_handAt = at;
+    if (hand == Hand::Mouse)
+        QTest::mousePress(&window, Qt::LeftButton, {}, at.toPoint());
+    else
+        QTest::touchEvent(&window, finger()).press(0, at.toPoint());
+}
+
+void CentreWindow::moveTo(QPointF to, int steps)
+{
+    const auto from = std::exchange(m_handAt, to);
+    for (int step = 1; step <= steps; ++step) {
+        const auto at = (from + (to - from) * step / steps).toPoint();
+        if (m_hand == Hand::Mouse) {
+            QTest::mouseMove(&window, at, stepMs);
+        } else {
+            QTest::qWait(stepMs);
+            QTest::touchEvent(&window, finger()).move(0, at);
+        }
     }
-    QTest::touchEvent(&window, finger).release(0, to.toPoint());
-    EXPECT_TRUE(settle());
+}
+
+void CentreWindow::release()
+{
+    if (m_hand == Hand::Mouse)
+        QTest::mouseRelease(&window, Qt::LeftButton, {}, m_handAt.toPoint());
+    else
+        QTest::touchEvent(&window, finger()).release(0, m_handAt.toPoint());
+}
+
+void CentreWindow::cancel()
+{
+    QTouchEvent event {QEvent::TouchCancel, finger()};
+    QCoreApplication::sendEvent(&window, &event);
 }
 
 void CentreWindow::key(Qt::Key key)

@@ -31,6 +31,8 @@ namespace kova::tests {
 [[nodiscard]] std::vector<KovaNotification> sampleInbox();
 [[nodiscard]] std::vector<KovaNotification> inboxOf(int count);
 
+enum class Hand { Mouse, Finger };
+
 class CentreWindow {
 public:
     explicit CentreWindow(QSize size = {390, 844});
@@ -55,9 +57,13 @@ public:
     void tap(QPointF at);
     void tap(const UIView& view) { tap(place(view).center()); }
     void tapRow(std::int64_t row) { tap(placeOfRow(row).center()); }
-    /// In small steps, with the left button held down or with a finger.
-    void drag(QPointF from, QPointF to);
-    void dragFinger(QPointF from, QPointF to);
+    // A drag in small steps, with the left button held down or with a finger: as a whole, or bit by bit.
+    void drag(QPointF from, QPointF to, Hand hand = Hand::Mouse);
+    void press(QPointF at, Hand hand);
+    void moveTo(QPointF to, int steps = 12);
+    void release();
+    /// The finger is taken away by the system.
+    void cancel();
     void key(Qt::Key key);
 
     /// Waits until no animation runs and everything is drawn. False when that takes too long.
@@ -71,6 +77,10 @@ public:
     QtPlatform qt;
     QQuickWindow window;
     std::unique_ptr<QtScreen> screen;
+
+private:
+    Hand m_hand = Hand::Mouse;
+    QPointF m_handAt;
 };
 
 /// The first view of the class at or beneath a view, null when there is none.

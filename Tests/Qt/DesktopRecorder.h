@@ -5,6 +5,7 @@
 #include <QDesktopServices>
 #include <QObject>
 #include <QUrl>
+#include <array>
 #include <vector>
 
 namespace kova::tests {
@@ -15,12 +16,12 @@ class DesktopRecorder : public QObject {
 public:
     DesktopRecorder()
     {
-        for (const auto* scheme : {"http", "https", "file", "javascript"})
+        for (const auto* scheme : schemes)
             QDesktopServices::setUrlHandler(QLatin1String {scheme}, this, "open");
     }
     ~DesktopRecorder() override
     {
-        for (const auto* scheme : {"http", "https", "file", "javascript"})
+        for (const auto* scheme : schemes)
             QDesktopServices::unsetUrlHandler(QLatin1String {scheme});
     }
 
@@ -28,6 +29,9 @@ public:
 
 public slots:
     void open(const QUrl& url) { opened.push_back(url); }
+
+private:
+    static constexpr std::array schemes {"http", "https", "file", "javascript", "mailto", "kova-test"};
 };
 
 } // namespace kova::tests

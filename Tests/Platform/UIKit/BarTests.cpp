@@ -106,7 +106,8 @@ TEST_F(BarTest, ShowsTheItemOfTheTopmostScreen)
     EXPECT_EQ(titleOf(bar.leftView()), "Voltar");
     EXPECT_EQ(titleOf(bar.rightView()), "Apagar");
     EXPECT_EQ(bar.rightView()->frame().maxX(), 320);
-    EXPECT_EQ(bar.rightView()->frame().size.width, 6 * pitch + 16);
+    EXPECT_EQ(bar.rightView()->frame().size.width, 44) << "a can, not the word";
+    EXPECT_EQ(bar.rightView()->accessibilityLabel(), "Apagar");
     detail->setTitle("Later");
     detail->navigationItem().setLeftBarButtonItem(item("Own"));
     EXPECT_EQ(bar.shownTitle(), "Later") << "changes of the item on show are followed";
@@ -264,16 +265,25 @@ TEST_P(AlertTest, StacksMoreThanTwoButtons)
     EXPECT_NEAR(box.frame().size.height, GetParam().height, 1e-9);
     EXPECT_NEAR(box.frame().origin.y, (640 - GetParam().height) / 2, 1e-9);
     std::vector<UIButton*> buttons;
+    std::vector<CGRect> lines;
     for (const auto& view : box.subviews()) {
         if (auto* button = dynamic_cast<UIButton*>(view.get()))
             buttons.push_back(button);
+        else if (view->backgroundColor())
+            lines.push_back(view->frame());
     }
     ASSERT_EQ(buttons.size(), GetParam().buttons.size());
+    ASSERT_EQ(lines.size(), buttons.size());
     for (std::size_t index = 0; index < buttons.size(); ++index) {
         const auto& expected = GetParam().buttons[index];
         EXPECT_EQ(buttons[index]->frame().origin.x, expected.origin.x);
         EXPECT_NEAR(buttons[index]->frame().origin.y, textHeight + expected.origin.y, 1e-9);
         EXPECT_EQ(buttons[index]->frame().size, expected.size);
+        // Between it and what is above it or, in a row, to its left.
+        const bool isUpright = expected.origin.x > 0;
+        EXPECT_EQ(lines[index].origin.x, expected.origin.x);
+        EXPECT_NEAR(lines[index].origin.y, textHeight + expected.origin.y, 1e-9);
+        EXPECT_EQ(lines[index].size, isUpright ? CGSize(1, 44) : CGSize(270, 1));
     }
     if (buttons.empty())
         return;

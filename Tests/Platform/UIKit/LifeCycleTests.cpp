@@ -161,6 +161,32 @@ TEST_F(LifeCycleTest, PushAndPopExchangeTheTopmost)
     EXPECT_THAT(log.take(), IsEmpty()) << "at the root nothing is left to pop";
 }
 
+TEST_F(LifeCycleTest, ARevealedScreenIsSeenAndHearsNothing)
+{
+    const auto nav = presentStack({"list"});
+    EXPECT_EQ(nav->revealPrevious(), nullptr) << "nothing lies beneath the root";
+    const auto list = nav->viewControllers().front();
+    const auto detail = screen("detail");
+    nav->pushViewController(detail, false);
+    log.lines.clear();
+    window->setFrame({0, 0, 844, 390});
+    EXPECT_EQ(nav->revealPrevious(), list.get());
+    window->layoutIfNeeded();
+    const auto views = [&] { return nav->view()->subviews(); };
+    EXPECT_THAT(views(), ElementsAre(list->view(), detail->view(), testing::_)) << "the bar is in front";
+    EXPECT_EQ(list->view()->frame(), detail->view()->frame());
+    nav->concealPrevious();
+    EXPECT_THAT(views(), ElementsAre(detail->view(), testing::_));
+    EXPECT_THAT(log.take(), IsEmpty());
+
+    nav->revealPrevious();
+    nav->popViewController(false);
+    EXPECT_THAT(views(), ElementsAre(list->view(), testing::_));
+    EXPECT_THAT(log.take(),
+        ElementsAre(
+            "detail willDisappear", "list willAppear", "Pop detail > list", "detail didDisappear", "list didAppear"));
+}
+
 TEST_F(LifeCycleTest, PopToRootReleasesAllAbove)
 {
     const auto nav = presentStack({"list", "detail", "more", "most"});

@@ -1,0 +1,176 @@
+// How single kinds of views are drawn. These run at several scale factors.
+
+#include "KovaSDK/Extensions/UIView.h"
+#include "Platform/UIKit/UIAlertController.h"
+#include "Platform/UIKit/UIImageView.h"
+#include "Tests/Qt/CentreWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <QBuffer>
+#include <algorithm>
+
+namespace kova::tests {
+
+namespace {
+
+const QColor white {255, 255, 255};
+const QColor red {255, 0, 0};
+
+/// A white screen with one view on it.
+class ViewPixelTest : public testing::Test {
+protected:
+    void show(const std::shared_ptr<UIView>& view)
+    {
+        auto host = std::make_shared<UIViewController>();
+        host->view()->setBackgroundColor(UIColor::whiteColor());
+        host->view()->addSubview(view);
+        centre.screen->presenter()->present(host, false);
+        ASSERT_TRUE(centre.settle());
+    }
+    [[nodiscard]] QColor colorAt(QPointF point) { return CentreWindow::colorAt(centre.look("view"), point); }
+    /// The pixels of an area given in points.
+    [[nodiscard]] QImage pixels(QRectF area)
+    {
+        const auto image = centre.look("view");
+        const double ratio = image.devicePixelRatio();
+        return image.copy(QRectF {area.topLeft() * ratio, area.size() * ratio}.toRect());
+    }
+
+    CentreWindow centre {{390, 400}};
+};
+
+} // namespace
+
+TEST_F(ViewPixelTest, TheBusyOverlayLiesOverAViewAndFades)
+{
+    const auto box = std::make_shared<UIView>(CGRect {100, 100, 120, 120});
+    box->setBackgroundColor(UIColor::whiteColor());
+    show(box);
+    const QPointF corner {110, 110};
+    const QRectF wheel {141.5, 141.5, 37, 37};
+    lock(*box);
+    ASSERT_TRUE(centre.settle());
+    const auto dimmed = colorAt(corner);
+    EXPECT_EQ(dimmed, QColor(153, 153, 153));
+    EXPECT_EQ(colorAt({99, 110}), white);
+
+    // The wheel begins when the overlay is whole, and turns.
+    const auto hasWheel = [&] {
+        const auto seen = pixels(wheel);
+        for (int y = 0; y < seen.height(); ++y) {
+            for (int x = 0; x < seen.width(); ++x) {
+                if (seen.pixelColor(x, y).lightness() > 230)
+                    return true;
+            }
+        }
+        return false;
+    };
+    ASSERT_TRUE(eventually(hasWheel));
+    const auto before = pixels(wheel);
+    EXPECT_TRUE(eventually([&] { return pixels(wheel) != before; }));
+    EXPECT_EQ(colorAt(corner), dimmed);
+
+    unlock(*box);
+    std::vector<int> shades;
+    ASSERT_TRUE(eventually([&] {
+        shades.push_back(colorAt(corner).lightness());
+        return shades.back() == white.lightness();
+    }));
+    EXPECT_TRUE(std::ranges::is_sorted(shades));
+    EXPECT_TRUE(std::ranges::any_of(
+        shades, [&](int shade) { return shade > dimmed.lightness() && shade < white.lightness(); }));
+    EXPECT_TRUE(eventually([&] { return box->subviews().empty(); }));
+}
+
+TEST_F(ViewPixelTest, PicturesHaveTheirModeAndRoundCorners)
+{
+    QImage file {40, 20, QImage::Format_RGB32};
+    file.fill(Qt::red);
+    QBuffer buffer;
+    file.save(&buffer, "PNG");
+    const auto view = std::make_shared<UIImageView>();
+    view->setFrame({100, 100, 80, 80});
+    view->setImage(UIImage::create(Data {buffer.data().toStdString()}));
+    show(view);
+    struct Case {
+        const char* name;
+        UIViewContentMode mode;
+        double cornerRadius;
+        /// By how much the picture's upper left corner is inside of the view's.
+        QPointF inset;
+    };
+    const Case cases[] {
+        {"stretched", UIViewContentMode::scaleToFill, 0, {0, 0}},
+        {"stretched, round", UIViewContentMode::scaleToFill, 20, {0, 0}},
+        {"whole", UIViewContentMode::scaleAspectFit, 0, {0, 20}},
+        {"whole, round where nothing of it is", UIViewContentMode::scaleAspectFit, 20, {0, 20}},
+        {"filling, round", UIViewContentMode::scaleAspectFill, 20, {0, 0}},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        view->setContentMode(test.mode);
+        view->layer().setCornerRadius(test.cornerRadius);
+        view->setClipsToBounds(true);
+        ASSERT_TRUE(centre.settle());
+        EXPECT_EQ(colorAt({140, 140}), red);
+        const QRectF seen
+            = QRectF {100, 100, 80, 80}.adjusted(test.inset.x(), test.inset.y(), -test.inset.x(), -test.inset.y());
+        const bool isRound = test.cornerRadius > 0 && test.inset.isNull();
+        for (const QPointF side : {QPointF {-1, -1}, QPointF {1, -1}, QPointF {-1, 1}, QPointF {1, 1}}) {
+            const auto inside = [&](double points) {
+                return seen.center()
+                    + QPointF {side.x() * (seen.width() / 2 - points), side.y() * (seen.height() / 2 - points)};
+            };
+            // The circle meets the diagonal 5.9 points from the corner.
+            EXPECT_EQ(colorAt(inside(isRound ? 4 : -1.5)), white);
+            EXPECT_EQ(colorAt(inside(isRound ? 7.5 : 1.5)), red);
+        }
+        EXPECT_EQ(colorAt({140, seen.top() + 1.5}), red);
+        EXPECT_EQ(colorAt({140, seen.top() - 1.5}), white);
+    }
+}
+
+TEST_F(ViewPixelTest, AnAlertHasHairlines)
+{
+    show(std::make_shared<UIView>());
+    auto alert = std::make_shared<UIAlertController>("Aviso", "Tudo bem?", UIAlertControllerStyle::alert);
+    alert->addAction({.title = "Sim"});
+    alert->addAction({.title = "Não"});
+    centre.top().present(alert, false);
+    ASSERT_TRUE(centre.settle());
+    const auto button = centre.place(*centre.button("Não"));
+    const auto linesIn = [&](QRectF area) {
+        const auto seen = pixels(area);
+        int lines = 0;
+        for (int y = 0; y < seen.height(); ++y) {
+            for (int x = 0; x < seen.width(); ++x)
+                lines += seen.pixelColor(x, y) == QColor(199, 199, 199) ? 1 : 0;
+        }
+        return static_cast<double>(lines) / std::max(seen.width(), seen.height());
+    };
+    // One pixel wide, whatever the scale: as many as the area is long.
+    EXPECT_EQ(linesIn({button.left() + 10, button.top() - 3, 60, 6}), 1) << "above the buttons";
+    EXPECT_EQ(linesIn({button.left() - 3, button.top() + 5, 6, 30}), 1) << "between them";
+    EXPECT_EQ(linesIn({button.left() + 10, button.bottom() - 6, 60, 6}), 0);
+}
+
+TEST_F(ViewPixelTest, TheTrashButtonIsACan)
+{
+    centre.open(inboxOf(1));
+    centre.tapRow(0);
+    const auto* button = centre.button("Apagar");
+    ASSERT_TRUE(button);
+    const auto origin = centre.place(*button).center() - QPointF {12, 12};
+    const auto image = centre.look("trash");
+    const auto isInk
+        = [&](double x, double y) { return CentreWindow::colorAt(image, origin + QPointF {x, y}).red() < 150; };
+    EXPECT_TRUE(isInk(7, 6)) << "the lid";
+    EXPECT_TRUE(isInk(12, 3)) << "its handle";
+    EXPECT_TRUE(isInk(12, 21)) << "the bottom";
+    EXPECT_TRUE(isInk(12, 13)) << "a rib";
+    for (const auto& [x, y] : {std::pair {7.9, 13.0}, {12.0, 8.0}, {12.0, 19.2}, {2.0, 13.0}, {22.0, 13.0}, {4.0, 3.0}})
+        EXPECT_FALSE(isInk(x, y)) << x << ", " << y;
+}
+
+} // namespace kova::tests
