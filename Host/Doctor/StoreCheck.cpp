@@ -146,7 +146,8 @@ void checkBuffer(SQLiteDatabase& database, Report& report)
 
 void checkContent(const fs::path& file, Report& report)
 {
-    auto database = SQLiteDatabase::openUnchanged(file);
+    SQLiteDatabase database {file, std::chrono::seconds {1}, SQLiteDatabase::Mode::Unchanged};
+    database.keepLogOnClose(true);
     const auto version = number(database, "PRAGMA user_version");
     if (version > ourVersion) {
         report.wrong("the database was written by a newer version of the SDK, so this one does not use it",

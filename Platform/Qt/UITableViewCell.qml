@@ -18,7 +18,11 @@ UIView {
         yAxis.enabled: false
         onActiveChanged: active ? cell.dragBegan() : cell.dragEnded(translation.x)
         onTranslationChanged: if (active) cell.dragMoved(translation.x)
-        onCanceled: (eventPoint) => { if (eventPoint.state !== Qt.TouchPointReleased) cell.dragCancelled() }
+        // The state is one byte, of which QML sees what lies behind it, too.
+        onCanceled: (eventPoint) => {
+            if ((eventPoint.state & 0xff) !== Qt.TouchPointReleased)
+                cell.dragCancelled()
+        }
     }
 
     // Held down, not merely touched on the way to scrolling.

@@ -18,7 +18,11 @@ UIView {
             yAxis.enabled: false
             onActiveChanged: active ? window.dragBegan() : window.dragEnded(translation.x)
             onTranslationChanged: if (active) window.dragMoved(translation.x)
-            onCanceled: (eventPoint) => { if (eventPoint.state !== Qt.TouchPointReleased) window.dragCancelled() }
+            // The state is one byte, of which QML sees what lies behind it, too.
+            onCanceled: (eventPoint) => {
+                if ((eventPoint.state & 0xff) !== Qt.TouchPointReleased)
+                    window.dragCancelled()
+            }
         }
     }
 }

@@ -59,9 +59,9 @@ TEST(WindowHostTest, SavesWhatIsSeenAfterEachLine)
 TEST(WindowHostTest, TheCommandLineIsChecked)
 {
     const std::pair<std::vector<std::string>, const char*> rows[] {
-        {{"--screenshot", "/tmp"}, "are for a --window"},
-        {{"--pause", "61"}, "--pause is a number of seconds from 0 to 60"},
-        {{"--pause", "soon"}, "--pause is a number of seconds from 0 to 60"},
+        {{"--screenshot", "/tmp"}, "--screenshot needs --window"},
+        {{"--pause", "61"}, "--pause takes a number of seconds from 0 to 60"},
+        {{"--pause", "soon"}, "--pause takes a number of seconds from 0 to 60"},
     };
     for (const auto& [options, message] : rows) {
         HostFolder folder;
