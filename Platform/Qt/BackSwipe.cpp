@@ -11,10 +11,6 @@ namespace {
 
 /// The part of the width beyond which letting go means "back".
 constexpr double backPart = 0.5;
-/// What decides instead when the finger is this fast, in points per second.
-constexpr double flickSpeed = 300;
-/// A finger that has not moved for so long stands still.
-constexpr qint64 restMs = 150;
 constexpr double barSeconds = 0.2;
 
 } // namespace
@@ -32,8 +28,7 @@ void BackSwipe::drag(DragPhase phase, double distance)
         m_completes = false;
     } else {
         m_phase = Phase::Released;
-        const double speed = m_sinceMove.elapsed() < restMs ? m_speed : 0;
-        m_completes = std::abs(speed) > flickSpeed ? speed > 0 : m_distance > m_window.frame().size.width * backPart;
+        m_completes = m_distance > m_window.frame().size.width * backPart;
     }
     m_wake();
 }
@@ -53,18 +48,11 @@ void BackSwipe::begin()
     m_top = top;
     m_beneath = beneath;
     m_phase = Phase::Held;
-    m_speed = 0;
-    m_sinceMove.start();
 }
 
 void BackSwipe::move(double distance)
 {
-    const double before = m_distance;
     m_distance = std::clamp(m_start + distance, 0.0, m_window.frame().size.width);
-    if (const auto elapsed = m_sinceMove.elapsed(); elapsed > 0) {
-        m_speed = (m_distance - before) * 1000 / static_cast<double>(elapsed);
-        m_sinceMove.restart();
-    }
 }
 
 void BackSwipe::follow()

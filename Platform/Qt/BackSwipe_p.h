@@ -1,7 +1,7 @@
 // A drag from the left edge of the window: the screen on top follows the finger and shows the one beneath it.
 //
-// Let go far enough or fast enough it goes all the way, and only then is it popped; else it comes back. Until then the
-// screens hear nothing. What changes the screens meanwhile ends the drag.
+// Let go far enough it goes all the way, and only then is it popped; else it comes back. Until then the screens hear
+// nothing. What changes the screens meanwhile ends the drag.
 
 #pragma once
 
@@ -9,7 +9,6 @@
 #include "Platform/UIKit/UINavigationController.h"
 #include "Platform/UIKit/UIWindow.h"
 
-#include <QElapsedTimer>
 #include <functional>
 #include <memory>
 
@@ -57,9 +56,6 @@ private:
     double m_distance = 0;
     double m_start = 0;
     bool m_completes = false;
-    /// In points per second, as of the last movement.
-    double m_speed = 0;
-    QElapsedTimer m_sinceMove;
     /// The pop has been made: the bar's new texts are to appear.
     bool m_hasPopped = false;
 };
