@@ -102,8 +102,7 @@ public:
     /// long as patience lasts, here and in every statement.
     SQLiteDatabase(
         const std::filesystem::path& file, std::shared_ptr<const Patience> patience, Mode mode = Mode::Create);
-    SQLiteDatabase(
-        const std::filesystem::path& file, std::chrono::milliseconds busyTimeout, Mode mode = Mode::Create)
+    SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout, Mode mode = Mode::Create)
         : SQLiteDatabase(file, std::make_shared<Patience>(busyTimeout), mode)
     {
     }

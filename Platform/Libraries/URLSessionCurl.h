@@ -5,9 +5,9 @@
 // one of URLError. Nothing comes from the environment: no proxy, no password file.
 // A reply takes a bounded amount of memory: at most 1 MiB of header fields, interim replies and trailers (of which this
 // curl by itself takes 300 KiB, and 100 KiB for one line), and 32 MiB of body. A look-up that the system's resolver is
-// still at when its task ends cannot be called off: it stays on a thread of curl's, which touches nothing of the session
-// and ends with the resolver's own patience.
-// Threads: any. The object may be destroyed on any thread, its own included.
+// still at when its task ends cannot be called off: it stays on a thread of curl's, which touches nothing of the
+// session and ends with the resolver's own patience. Threads: any. The object may be destroyed on any thread, its own
+// included.
 
 #pragma once
 

@@ -2,7 +2,6 @@
 #include "Platform/Qt/ItemAnimation_p.h"
 #include "Platform/Qt/ViewLook_p.h"
 #include "Platform/Qt/WindowBridge_p.h"
-#include "Platform/UIKit/SFSafariViewController.h"
 
 #include <algorithm>
 #include <utility>

@@ -205,13 +205,19 @@ TEST_F(URLSessionTest, HandsOverTheHeadOfTheFinalReply)
             testing::Pair("X-Empty", ""), testing::Pair("Transfer-Encoding", "chunked")));
 }
 
-// A folded line continues the field before it. A head that begins with one has none, also not that of another reply.
+// A folded line continues the field before it. A head that begins with one has none, and a handle that remembered the
+// last field of another reply wrote to memory that was no longer its own, which the address sanitizer shows.
 TEST_F(URLSessionTest, JoinsNoReplyToTheOneBefore)
 {
-    server.enqueue(Reply::status(200, "first", {{"X-Last", "field"}}));
-    server.enqueue(Reply::raw("HTTP/1.1 200 OK\r\n folded\r\nContent-Length: 6\r\n\r\nsecond"));
-    EXPECT_EQ(fetch(session, makeRequest(server.url("/"))).summary(), "200 first");
-    EXPECT_EQ(fetch(session, makeRequest(server.url("/"))).summary(), summary(URLError::badServerResponse));
+    for (int count = 0; count < 3; ++count) {
+        server.enqueue(Reply::status(200, "first", {{"X-Last", "field"}}));
+        server.enqueue(Reply::raw("HTTP/1.1 200 OK\r\n folded: line\r\nContent-Length: 6\r\n\r\nsecond"));
+        EXPECT_EQ(fetch(session, makeRequest(server.url())).summary(), "200 first");
+        const auto second = fetch(session, makeRequest(server.url()));
+        EXPECT_EQ(second.summary(), "200 second");
+        ASSERT_TRUE(second.response);
+        EXPECT_EQ(second.response->allHeaderFields, (HTTPHeaderFields {{"Content-Length", "6"}}));
+    }
 }
 
 TEST_F(URLSessionTest, FollowsGetOverFiveRedirectsOnly)
