@@ -62,7 +62,7 @@ void KeptValues::lookAfterFile()
         m_file.say("lost the files beside it while it was in use; they are made anew");
         try {
             m_store->checkpoint();
-        } catch (const SQLiteFailure&) {
+        } catch (const SQLiteFailure&) { // NOLINT(bugprone-empty-catch)
             // What this process has written of late is written again in any case.
         }
         letGo();

@@ -252,7 +252,7 @@ void SQLiteDatabase::syncLog()
     // The log is opened by the first reading.
     execute("PRAGMA schema_version");
     sqlite3_file* log = nullptr;
-    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, static_cast<void*>(&log));
     if (!log || !log->pMethods)
         throw SQLiteFailure {SQLITE_IOERR, "there is no write-ahead log"};
     if (const int code = log->pMethods->xSync(log, SQLITE_SYNC_NORMAL); code != SQLITE_OK)
