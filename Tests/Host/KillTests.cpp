@@ -53,7 +53,7 @@ std::optional<int> eventNumber(const Value& body)
 TEST(KillTest, SavePushAndReleaseSurviveKillsWhole)
 {
     const auto* wanted = std::getenv("KOVA_TEST_KILLS");
-    const auto kills = wanted ? std::strtoul(wanted, nullptr, 10) : 8;
+    const auto kills = wanted ? std::strtoul(wanted, nullptr, 10) : 5;
     Collector collector;
     HostFolder folder;
     folder.services = "http://127.0.0.1:" + std::to_string(collector.port());

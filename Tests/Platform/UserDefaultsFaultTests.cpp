@@ -127,30 +127,28 @@ TEST_F(UserDefaultsFaultTest, AReadingThatFailsLosesNothingStored)
 // shortly before the end. What was set last must be there in the end.
 TEST_F(UserDefaultsFaultTest, NoSingleFailureLosesOrTearsAnything)
 {
-    for (const auto times : {std::size_t {1}, std::size_t {40}}) {
-        for (const int code : {SQLITE_IOERR_WRITE, SQLITE_FULL}) {
-            std::size_t number = 0;
-            for (bool wasHit = true; wasHit; ++number) {
-                SCOPED_TRACE(testing::Message() << times << " calls from call " << number << " on, code " << code);
-                const SaidLines said;
-                const StoreFolder fresh;
-                disk.breakDown({.code = code, .after = number, .times = times});
-                store = fresh.open();
-                for (int last = 1; last <= 12; ++last) {
-                    store->setObject("list", bodies(last / 2, last));
-                    store->setObject("text", Value {std::string(static_cast<std::size_t>(last) * 500, 'x')});
-                    if (last % 4 == 0)
-                        store->synchronize();
-                }
-                wasHit = disk.met() > number;
-                disk.mend();
-                store.reset();
-                ASSERT_EQ(fresh.stored("list"), Value {bodies(6, 12)});
-                ASSERT_EQ(fresh.stored("text"), Value {std::string(6'000, 'x')});
-                ASSERT_EQ(fresh.integrity(), "ok");
+    for (const auto& [times, code] : {std::pair {1U, SQLITE_IOERR_WRITE}, std::pair {40U, SQLITE_FULL}}) {
+        std::size_t number = 0;
+        for (bool wasHit = true; wasHit; ++number) {
+            SCOPED_TRACE(testing::Message() << times << " calls from call " << number << " on, code " << code);
+            const SaidLines said;
+            const StoreFolder fresh;
+            disk.breakDown({.code = code, .after = number, .times = times});
+            store = fresh.open();
+            for (int last = 1; last <= 12; ++last) {
+                store->setObject("list", bodies(last / 2, last));
+                store->setObject("text", Value {std::string(static_cast<std::size_t>(last) * 500, 'x')});
+                if (last % 4 == 0)
+                    store->synchronize();
             }
-            EXPECT_GT(number, 100U);
+            wasHit = disk.met() > number;
+            disk.mend();
+            store.reset();
+            ASSERT_EQ(fresh.stored("list"), Value {bodies(6, 12)});
+            ASSERT_EQ(fresh.stored("text"), Value {std::string(6'000, 'x')});
+            ASSERT_EQ(fresh.integrity(), "ok");
         }
+        EXPECT_GT(number, 100U);
     }
 }
 
