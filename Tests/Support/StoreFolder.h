@@ -39,11 +39,12 @@ public:
     [[nodiscard]] std::filesystem::path log() const { return path() / "defaults.sqlite-wal"; }
 
     /// With short times, so that a test need not wait.
-    [[nodiscard]] std::unique_ptr<UserDefaultsSQLite> open() const
+    [[nodiscard]] std::unique_ptr<UserDefaultsSQLite> open(
+        std::chrono::milliseconds checkpointDelay = std::chrono::milliseconds {20}) const
     {
         using std::chrono::milliseconds;
         return std::make_unique<UserDefaultsSQLite>(UserDefaultsSQLite::Options {
-            .folder = path(), .busyTimeout = milliseconds {200}, .checkpointDelay = milliseconds {20}});
+            .folder = path(), .busyTimeout = milliseconds {200}, .checkpointDelay = checkpointDelay});
     }
 
     /// What a process that starts now would read.
