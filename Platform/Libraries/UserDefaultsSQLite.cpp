@@ -14,7 +14,7 @@ namespace kova {
 namespace {
 
 /// However long something goes wrong, it is tried again after this time.
-constexpr std::chrono::seconds longestRetryDelay {30};
+constexpr std::chrono::seconds longestRetryDelay {5};
 
 } // namespace
 
