@@ -1,68 +1,38 @@
-// The peak memory of kova-host on an empty script, and how long it takes from its start to its end, beside a process
-// that opens curl and SQLite and does nothing with them.
+// What the SDK costs a process: starting it on a full store, the memory that it holds, and its whole life.
 //
-// The kernel counts this process's own memory into that of a child until the child runs its program, so this one stays
-// smaller than either; that is checked.
+// Beside minimal-host stands a process that opens curl and SQLite and does nothing with them. Each is run again and
+// again, so that what a process pays once, such as setting up TLS, is paid every time.
 
 #include "Benchmarks/Support/BenchmarkPlatform.h"
 #include "Benchmarks/Support/Effort.h"
 #include "Benchmarks/Support/Figure.h"
-#include "Benchmarks/Support/Require.h"
-#include "Benchmarks/Support/Series.h"
+#include "Benchmarks/Support/Program.h"
+#include "Benchmarks/Support/SampleInbox.h"
+#include "KovaSDK/Events/EventServices/EventStorage.h"
+#include "KovaSDK/Push/PushServices/NotificationStorage.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <fstream>
 #include <string>
-#include <vector>
 
 namespace {
 
+using namespace kova;
 using namespace kova::benchmarks;
 
-/// A program with its arguments, run again and again with its output thrown away.
-class Program {
-public:
-    explicit Program(std::vector<std::string> commandLine)
-        : m_commandLine(std::move(commandLine))
-    {
-    }
+// What minimal-host prints, and what bare-process prints.
+enum HostNumber { installingUs, startingUs, residentKiB, endingUs };
+enum BareNumber { openingUs, bareResidentKiB };
 
-    void run()
-    {
-        std::vector<char*> arguments;
-        for (auto& argument : m_commandLine)
-            arguments.push_back(argument.data());
-        arguments.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        pid_t child = 0;
-        int status = 0;
-        rusage usage {};
-        m_time.measure([&] {
-            require(posix_spawn(&child, arguments[0], &actions, nullptr, arguments.data(), environ) == 0
-                    && wait4(child, &status, 0, &usage) == child,
-                m_commandLine[0] + " cannot be run");
-        });
-        posix_spawn_file_actions_destroy(&actions);
-        require(WIFEXITED(status) && WEXITSTATUS(status) == 0, m_commandLine[0] + " failed");
-        m_peaks.push_back(static_cast<double>(usage.ru_maxrss) / 1024);
-    }
-
-    [[nodiscard]] double milliseconds() { return m_time.seconds() * 1e3; }
-    [[nodiscard]] double mebibytes() const { return *std::ranges::max_element(m_peaks); }
-
-private:
-    std::vector<std::string> m_commandLine;
-    Series m_time;
-    std::vector<double> m_peaks;
-};
+void fillStore(const std::filesystem::path& dataFolder)
+{
+    constexpr int bufferedEvents = 10'000;
+    constexpr int inboxRecords = 1'000;
+    const LinuxPlatform platform {{.bundleIdentifier = "example.benchmark", .dataFolder = dataFolder}};
+    Value::Array bodies;
+    for (int number = 0; number < bufferedEvents; ++number)
+        bodies.append(Data {std::string(280, 'x') + std::to_string(number)});
+    EventStorage {}.setBuffer(std::move(bodies));
+    NotificationStorage::setBuffer(sampleInbox(inboxRecords));
+}
 
 } // namespace
 
@@ -70,28 +40,42 @@ int main(int argumentCount, char** arguments)
 {
     const Effort effort {argumentCount, arguments};
     const BenchmarkFolder folder;
-    const auto script = folder.path() / "empty";
-    std::ofstream {script} << std::flush;
-    const auto programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-    Program host {
-        {programs / "kova-host", "--data", folder.path() / "data", "--bundle", folder.path(), script.string()}};
-    Program bare {{programs / "bare-process", folder.path() / "bare.sqlite"}};
-    const int rounds = effort.rounds(300);
+    const auto full = folder.path() / "full";
+    fillStore(full);
+    Program bare {"bare-process", {folder.path() / "bare.sqlite"}};
+    Program host {"minimal-host", {folder.path() / "data", folder.path()}};
+    Program fullHost {"minimal-host", {full, folder.path()}};
+    const int rounds = effort.rounds(200);
     for (int round = 0; round < rounds; ++round) {
         bare.run();
         host.run();
+        fullHost.run();
     }
-    rusage own {};
-    getrusage(RUSAGE_SELF, &own);
-    require(
-        static_cast<double>(own.ru_maxrss) / 1024 < bare.mebibytes(), "this process is too large to measure another");
-    report({.what = "kova-host, empty script: start to end",
+    const auto opening = bare.printed(openingUs).median() / 1e3;
+    const auto installing = fullHost.printed(installingUs).median() / 1e3;
+    const auto starting = fullHost.printed(startingUs).median() / 1e3;
+    report({.what = "initWithCallbacks(), 10000 buffered, inbox of 1000",
         .unit = "ms",
-        .value = host.milliseconds(),
-        .bound = bare.milliseconds()});
-    report({.what = "kova-host, empty script: peak memory",
+        .value = starting,
+        .goal = Goal::value(3)});
+    report({.what = "platform installed and initWithCallbacks()",
+        .unit = "ms",
+        .value = installing + starting,
+        .bound = opening});
+    report({.what = "minimal host: start to end of the process",
+        .unit = "ms",
+        .value = host.wholeRun().median() * 1e3,
+        .bound = bare.wholeRun().median() * 1e3});
+    report({.what = "minimal host: shutdown, nothing under way",
+        .unit = "ms",
+        .value = host.printed(endingUs).median() / 1e3,
+        .goal = Goal::value(50)});
+    report({.what = "minimal host: resident memory",
         .unit = "MiB",
-        .value = host.mebibytes(),
-        .bound = bare.mebibytes()});
+        .value = host.printed(residentKiB).median() / 1024,
+        .bound = bare.printed(bareResidentKiB).median() / 1024,
+        .goal = Goal::excess(3)});
+    note("resident with 10000 buffered and an inbox of 1000: " + shown(fullHost.printed(residentKiB).median() / 1024)
+        + " MiB");
     return 0;
 }

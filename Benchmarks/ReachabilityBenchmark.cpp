@@ -91,13 +91,13 @@ void compare(const char* host, std::array<unsigned char, 4> address, const Effor
         .unit = "us",
         .value = flags.microseconds(),
         .bound = bare.microseconds(),
-        .atMost = 1.3});
+        .goal = Goal::ratio(1.3)});
     // Contract: the flags of a host that is reachable are read three times.
     report({.what = "isConnectedToNetwork" + to,
         .unit = "us",
         .value = connected.microseconds(),
         .bound = 3 * bare.microseconds(),
-        .atMost = 1.3});
+        .goal = Goal::ratio(1.3)});
 }
 
 } // namespace

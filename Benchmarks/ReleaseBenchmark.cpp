@@ -4,7 +4,7 @@
 // contract.
 
 #include "Benchmarks/Support/BarePost.h"
-#include "Benchmarks/Support/BareRow.h"
+#include "Benchmarks/Support/BareStore.h"
 #include "Benchmarks/Support/BenchmarkPlatform.h"
 #include "Benchmarks/Support/Effort.h"
 #include "Benchmarks/Support/Figure.h"
@@ -23,7 +23,7 @@ int main(int argumentCount, char** arguments)
     const BenchmarkPlatform platform {kSCNetworkReachabilityFlagsReachable, server.url("/v2/")};
     const auto body = *sampleEvent()->toJSON();
     BareMultiPost multi {server.url("/v2/6a1f0c3e9b7d2e4f80a1c5d3"), std::string {body.text()}};
-    BareRow row {platform.folder().path() / "bare"};
+    BareStore row {platform.folder().path() / "bare"};
 
     Series release;
     Series post;

@@ -16,6 +16,9 @@ target_compile_options(KovaCompilerSettings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   $<$<BOOL:${KOVA_WARNINGS_AS_ERRORS}>:-Werror>)
 
+# A host that links the libraries with -Wl,--gc-sections then holds only what it uses.
+target_compile_options(KovaCompilerSettings INTERFACE $<$<NOT:$<CONFIG:Debug>>:-ffunction-sections -fdata-sections>)
+
 if(KOVA_SANITIZE)
   target_compile_options(KovaCompilerSettings INTERFACE
     -fsanitize=${KOVA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -50,6 +50,7 @@ LinuxPlatformOptions options(const BenchmarkFolder& folder, SCNetworkReachabilit
 {
     auto addresses = ServiceAddresses::builtIn();
     addresses.eventsBaseURL = eventsBaseURL;
+    addresses.metricsBaseURL = eventsBaseURL;
     return {.bundleIdentifier = "example.benchmark",
         .bundleFolder = folder.path(),
         .dataFolder = folder.path() / "data",
@@ -78,8 +79,8 @@ BenchmarkFolder::~BenchmarkFolder()
 
 BenchmarkPlatform::BenchmarkPlatform(
     SCNetworkReachabilityFlags flags, const std::string& eventsBaseURL, MainLoop mainLoop)
-    : m_platform(options(m_folder, flags, eventsBaseURL, mainLoop))
 {
+    m_platform.emplace(options(m_folder, flags, eventsBaseURL, mainLoop));
     setPrintSink(&writeLog);
     KovaNetwork::setReachability(Reachability::create("host.example"));
 }

@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -40,7 +41,10 @@ public:
     BenchmarkPlatform& operator=(const BenchmarkPlatform&) = delete;
 
     [[nodiscard]] const BenchmarkFolder& folder() const { return m_folder; }
-    [[nodiscard]] const LinuxPlatform& platform() const { return m_platform; }
+    [[nodiscard]] const LinuxPlatform& platform() const { return *m_platform; }
+
+    /// Ends the platform before its folder goes.
+    void shutDown() { m_platform.reset(); }
 
     /// One bare read and parse of the configuration.
     void readConfiguration() const;
@@ -49,7 +53,7 @@ public:
 
 private:
     const BenchmarkFolder m_folder;
-    LinuxPlatform m_platform;
+    std::optional<LinuxPlatform> m_platform;
 };
 
 } // namespace kova::benchmarks

@@ -8,14 +8,27 @@ namespace kova::benchmarks {
 
 namespace {
 
-std::string goal(const Figure& figure, double ratio)
+std::string verdict(const Figure& figure)
 {
-    if (!figure.atMost && !figure.atLeast)
+    if (!figure.goal)
         return "-";
-    const bool isMet = ratio <= figure.atMost.value_or(ratio) && ratio >= figure.atLeast.value_or(ratio);
+    const auto bound = figure.bound.value_or(0);
+    switch (const auto [of, limit] = *figure.goal; of) {
+    case Goal::Of::Ratio:
+        return "<= " + shown(limit) + (figure.value / bound <= limit ? "  met" : "  MISSED");
+    case Goal::Of::Value:
+        return "<= " + shown(limit) + " " + figure.unit + (figure.value <= limit ? "  met" : "  MISSED");
+    case Goal::Of::Excess:
+        return "<= bound + " + shown(limit) + " " + figure.unit
+            + (figure.value - bound <= limit ? "  met" : "  MISSED");
+    }
+    return {};
+}
+
+std::string fixed(double number, int digits)
+{
     std::ostringstream text;
-    text << std::fixed << std::setprecision(2) << (figure.atMost ? "<= " : ">= ")
-         << figure.atMost.value_or(figure.atLeast.value_or(0)) << (isMet ? "  met" : "  MISSED");
+    text << std::fixed << std::setprecision(digits) << number;
     return text.str();
 }
 
@@ -23,19 +36,17 @@ std::string goal(const Figure& figure, double ratio)
 
 std::string shown(double number)
 {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(number < 100 ? 2 : 0) << number;
-    return text.str();
+    return fixed(number, number < 100 ? 2 : 0);
 }
 
 // ./bench prints the heading over these columns.
 void report(const Figure& figure)
 {
-    const auto ratio = figure.value / figure.bound;
     std::ostringstream line;
-    line << std::left << std::setw(50) << figure.what << std::right << std::setw(10) << shown(figure.value)
-         << std::setw(10) << shown(figure.bound) << "  " << std::left << std::setw(10) << figure.unit << std::right
-         << std::fixed << std::setprecision(2) << std::setw(6) << ratio << "  " << goal(figure, ratio);
+    line << std::left << std::setw(54) << figure.what << std::right << std::setw(10) << shown(figure.value)
+         << std::setw(10) << (figure.bound ? shown(*figure.bound) : "-") << "  " << std::left << std::setw(5)
+         << figure.unit << std::right << std::setw(8) << (figure.bound ? fixed(figure.value / *figure.bound, 2) : "-")
+         << "  " << verdict(figure);
     std::cout << line.str() << std::endl;
 }
 

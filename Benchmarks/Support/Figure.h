@@ -8,15 +8,32 @@
 
 namespace kova::benchmarks {
 
+/// What is aimed at. Every goal is an upper limit.
+struct Goal {
+    enum class Of {
+        /// What was measured, divided by its bound.
+        Ratio,
+        /// What was measured.
+        Value,
+        /// What was measured, its bound subtracted.
+        Excess,
+    };
+
+    Of of;
+    double limit;
+
+    static constexpr Goal ratio(double limit) { return {Of::Ratio, limit}; }
+    static constexpr Goal value(double limit) { return {Of::Value, limit}; }
+    static constexpr Goal excess(double limit) { return {Of::Excess, limit}; }
+};
+
 struct Figure {
     std::string what;
-    const char* unit;
+    std::string unit;
     double value = 0;
-    /// What the parts cost that cannot be done without, measured bare.
-    double bound = 0;
-    /// The ratio that is aimed at, for what should be little, or for what should be much.
-    std::optional<double> atMost {};
-    std::optional<double> atLeast {};
+    /// What the parts cost that cannot be done without, measured bare; none when nothing stands for them.
+    std::optional<double> bound {};
+    std::optional<Goal> goal {};
 };
 
 /// Prints a figure as one line.

@@ -1,5 +1,6 @@
 #include "Benchmarks/Support/OkServer.h"
 
+#include "Benchmarks/Support/LoopbackListener.h"
 #include "Benchmarks/Support/Require.h"
 
 #include <netinet/in.h>
@@ -32,17 +33,8 @@ std::size_t wholeRequest(std::string_view bytes)
 } // namespace
 
 OkServer::OkServer()
-    : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    : m_listener(listenOnLoopback(m_port))
 {
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    require(bind(m_listener, generic, size) == 0 && listen(m_listener, SOMAXCONN) == 0
-            && getsockname(m_listener, generic, &size) == 0,
-        "no loopback server can be made");
-    m_port = ntohs(address.sin_port);
     m_acceptor = std::thread {[this] { acceptConnections(); }};
 }
 

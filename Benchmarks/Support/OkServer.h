@@ -28,8 +28,8 @@ private:
     void acceptConnections();
     void serve(int connection);
 
-    int m_listener;
     std::uint16_t m_port = 0;
+    int m_listener;
     std::atomic<std::uint64_t> m_requests = 0;
     std::vector<std::thread> m_threads;
     std::thread m_acceptor;

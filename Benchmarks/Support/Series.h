@@ -1,4 +1,4 @@
-// Times one thing again and again.
+// Measures one thing again and again.
 //
 // What is compared is measured in turn, round by round, so that a busy machine slows all of it alike, and the median of
 // each is shown.
@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace kova::benchmarks {
@@ -24,20 +25,23 @@ public:
     }
     template <typename Call> void measure(Call call) { measure(1, std::move(call)); }
 
-    void add(std::chrono::duration<double> time, int calls) { m_seconds.push_back(time.count() / calls); }
+    void add(std::chrono::duration<double> time, int calls) { add(time.count() / calls); }
+    /// For what is no time.
+    void add(double number) { m_numbers.push_back(number); }
 
     /// The middle of what was measured.
-    [[nodiscard]] double seconds() { return quantile(0.5); }
-    [[nodiscard]] double microseconds() { return seconds() * 1e6; }
+    [[nodiscard]] double median() { return quantile(0.5); }
+    [[nodiscard]] double seconds() { return median(); }
+    [[nodiscard]] double microseconds() { return median() * 1e6; }
     [[nodiscard]] double quantile(double part)
     {
-        const auto index = static_cast<std::ptrdiff_t>(part * static_cast<double>(m_seconds.size() - 1));
-        std::ranges::nth_element(m_seconds, m_seconds.begin() + index);
-        return m_seconds[static_cast<std::size_t>(index)];
+        const auto index = static_cast<std::ptrdiff_t>(part * static_cast<double>(m_numbers.size() - 1));
+        std::ranges::nth_element(m_numbers, m_numbers.begin() + index);
+        return m_numbers[static_cast<std::size_t>(index)];
     }
 
 private:
-    std::vector<double> m_seconds;
+    std::vector<double> m_numbers;
 };
 
 } // namespace kova::benchmarks
