@@ -83,7 +83,7 @@ void liveOnce(const TemporaryFolder& folder, LoopbackServer& server, bool isAnsw
 
 TEST(MemoryTest, ThePlatformGivesBackWhatItTook)
 {
-    const auto threads = ProcessResources::now().threads;
+    const auto none = ProcessResources::now();
     const TemporaryFolder folder;
     PrintCapture log;
     const int lives = loadCount(10, 50);
@@ -97,10 +97,10 @@ TEST(MemoryTest, ThePlatformGivesBackWhatItTook)
             first = ProcessResources::now();
         (void)log.takeLines();
     }
-    const auto last = ProcessResources::afterReturningTo(first);
+    const auto last = ProcessResources::afterReturningTo({first.fileDescriptors, none.threads});
     std::cout << "after " << lives / 5 << " lives " << first << ", after " << lives << " " << last << "\n";
-    EXPECT_EQ(last.fileDescriptors, first.fileDescriptors);
-    EXPECT_EQ(last.threads, threads) << "nothing runs after the end";
+    EXPECT_LE(last.fileDescriptors, first.fileDescriptors);
+    EXPECT_EQ(last.threads, none.threads) << "nothing runs after the end";
     EXPECT_TRUE(!memoryTells || last.residentBytes < first.residentBytes + mebibyte);
 }
 
