@@ -83,7 +83,6 @@ void liveOnce(const TemporaryFolder& folder, LoopbackServer& server, bool isAnsw
 
 TEST(MemoryTest, ThePlatformGivesBackWhatItTook)
 {
-    const auto none = ProcessResources::now();
     const TemporaryFolder folder;
     PrintCapture log;
     const int lives = loadCount(10, 50);
@@ -97,10 +96,10 @@ TEST(MemoryTest, ThePlatformGivesBackWhatItTook)
             first = ProcessResources::now();
         (void)log.takeLines();
     }
-    const auto last = ProcessResources::afterReturningTo({first.fileDescriptors, none.threads});
+    const auto last = ProcessResources::afterReturningTo({first.fileDescriptors, threadsAtRest});
     std::cout << "after " << lives / 5 << " lives " << first << ", after " << lives << " " << last << "\n";
     EXPECT_LE(last.fileDescriptors, first.fileDescriptors);
-    EXPECT_EQ(last.threads, none.threads) << "nothing runs after the end";
+    EXPECT_EQ(last.threads, threadsAtRest) << "nothing runs after the end";
     EXPECT_TRUE(!memoryTells || last.residentBytes < first.residentBytes + mebibyte);
 }
 

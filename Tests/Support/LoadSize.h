@@ -7,6 +7,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 
 namespace kova::tests {
@@ -31,6 +32,14 @@ inline constexpr std::chrono::milliseconds promptly {1'000};
 #else
 inline constexpr bool memoryTells = true;
 inline constexpr std::chrono::milliseconds promptly {50};
+#endif
+
+/// The threads of a process in which all that were started have ended. The thread sanitizer keeps one for itself from
+/// then on.
+#if defined(__SANITIZE_THREAD__)
+inline constexpr std::size_t threadsAtRest = 2;
+#else
+inline constexpr std::size_t threadsAtRest = 1;
 #endif
 
 } // namespace kova::tests
