@@ -20,8 +20,12 @@ void KeptValues::open()
     m_whyReadOnly.clear();
     try {
         m_store = m_file.open();
-        if (m_store->isReadOnly())
-            m_whyReadOnly = m_file.whyReadOnly();
+        if (!m_store->isReadOnly())
+            return;
+        m_whyReadOnly = m_file.whyReadOnly();
+        // It has become writable since; the next time it is opened so.
+        if (m_whyReadOnly.empty())
+            m_whyReadOnly = "it could only be read";
     } catch (const std::exception& failure) {
         auto why = m_file.whyReadOnly();
         if (why.empty() && !StoreFile::isForWantOfRoom(failure))

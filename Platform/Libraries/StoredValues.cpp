@@ -2,8 +2,6 @@
 
 #include "Platform/Foundation/PropertyList.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
@@ -20,6 +18,7 @@ StoredValues::StoredValues(
     const std::filesystem::path& file, const std::shared_ptr<const Patience>& patience, SQLiteDatabase::Mode mode)
     : m_database(file, patience, mode)
 {
+    const bool canOnlyBeRead = m_database.isReadOnly();
     // Should the file turn out to be damaged, its log must not be deleted by the failure.
     m_database.keepLogOnClose(true);
     if (mode == SQLiteDatabase::Mode::Create) {
@@ -43,7 +42,7 @@ StoredValues::StoredValues(
     if (mode == SQLiteDatabase::Mode::OnlyRead)
         return;
     // A damaged header may ask for a file format that SQLite reads but does not write.
-    if (m_database.isReadOnly() && access(file.c_str(), W_OK) == 0)
+    if (m_database.isReadOnly() && !canOnlyBeRead)
         throw SQLiteFailure::damage("its header asks for a newer file format");
     m_database.keepLogOnClose(false);
 }
