@@ -10,7 +10,6 @@ namespace kova {
 
 WindowBridge::WindowBridge(UIWindow& window, QQuickItem& area, std::function<void()> wake)
     : m_window(window)
-    , m_area(area)
     , m_wake(std::move(wake))
     , m_back(
           window, [this](const UIView& view) { return nodeOf(view); }, m_wake)

@@ -92,7 +92,6 @@ private:
     void focusMoved();
 
     UIWindow& m_window;
-    QQuickItem& m_area;
     std::function<void()> m_wake;
     QQmlEngine m_engine;
     QHash<QString, QQmlComponent*> m_components;
