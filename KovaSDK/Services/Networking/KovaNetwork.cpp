@@ -10,7 +10,7 @@ namespace kova {
 namespace {
 
 // The log's lines hold a line break after their first half.
-const std::string errorHeading = "NETWORK : Network error:\n";
+constexpr const char* errorHeading = "NETWORK : Network error:\n";
 
 } // namespace
 
@@ -60,32 +60,32 @@ std::string description(const SocketAddress& address)
     return text + ":" + std::to_string(port[0] * 256 + port[1]);
 }
 
-KovaNetwork::Error::Error(Kind kind, std::string message)
+KovaNetwork::Error::Error(Kind kind, const std::string& message)
     : m_kind(std::move(kind))
-    , m_message(std::move(message))
+    , m_message(errorHeading + message)
 {
 }
 
 KovaNetwork::Error KovaNetwork::Error::failedToCreateWith(std::string hostname)
 {
-    auto message = errorHeading + "Failed to create reachability object With host named: " + singleLine(hostname);
-    return {FailedToCreateWith {std::move(hostname)}, std::move(message)};
+    const auto message = "Failed to create reachability object With host named: " + singleLine(hostname);
+    return {FailedToCreateWith {std::move(hostname)}, message};
 }
 
 KovaNetwork::Error KovaNetwork::Error::failedToInitializeWith(SocketAddress address)
 {
     return {FailedToInitializeWith {address},
-        errorHeading + "Failed to initialize reachability object With address: " + description(address)};
+        "Failed to initialize reachability object With address: " + description(address)};
 }
 
 KovaNetwork::Error KovaNetwork::Error::failedToSetCallout()
 {
-    return {FailedToSetCallout {}, errorHeading + "Failed to set callout"};
+    return {FailedToSetCallout {}, "Failed to set callout"};
 }
 
 KovaNetwork::Error KovaNetwork::Error::failedToSetDispatchQueue()
 {
-    return {FailedToSetDispatchQueue {}, errorHeading + "Failed to set DispatchQueue"};
+    return {FailedToSetDispatchQueue {}, "Failed to set DispatchQueue"};
 }
 
 } // namespace kova

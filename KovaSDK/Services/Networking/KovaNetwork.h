@@ -77,7 +77,7 @@ public:
     [[nodiscard]] const Kind& kind() const { return m_kind; }
 
 private:
-    Error(Kind kind, std::string message);
+    Error(Kind kind, const std::string& message);
 
     Kind m_kind;
     std::string m_message;
