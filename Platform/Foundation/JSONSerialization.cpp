@@ -29,7 +29,8 @@ public:
 
 std::error_code make_error_code(JSONError error)
 {
-    static const JSONErrorCategory category;
+    // Never destroyed: a thread may still ask for a text while main's statics go away.
+    static const auto& category = *new JSONErrorCategory;
     return {static_cast<int>(error), category};
 }
 

@@ -27,7 +27,8 @@ public:
 
 std::error_code make_error_code(PropertyListError error)
 {
-    static const PropertyListErrorCategory category;
+    // Never destroyed: a thread may still ask for a text while main's statics go away.
+    static const auto& category = *new PropertyListErrorCategory;
     return {static_cast<int>(error), category};
 }
 

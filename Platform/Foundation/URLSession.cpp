@@ -45,7 +45,8 @@ public:
 
 const std::error_category& urlErrorCategory()
 {
-    static const URLErrorCategory category;
+    // Never destroyed: a thread may still ask for a text while main's statics go away.
+    static const auto& category = *new URLErrorCategory;
     return category;
 }
 

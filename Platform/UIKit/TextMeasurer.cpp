@@ -10,7 +10,8 @@ namespace {
 
 std::shared_ptr<TextMeasurer>& installed()
 {
-    static std::shared_ptr<TextMeasurer> measurer = std::make_shared<FixedPitchMeasurer>();
+    // Never destroyed: a screen may still be taken apart while main's statics go away.
+    static auto& measurer = *new std::shared_ptr<TextMeasurer> {std::make_shared<FixedPitchMeasurer>()};
     return measurer;
 }
 

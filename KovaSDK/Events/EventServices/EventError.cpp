@@ -26,7 +26,8 @@ public:
 
 std::error_code make_error_code(EventError error)
 {
-    static const EventErrorCategory category;
+    // Never destroyed: a thread may still ask for a text while main's statics go away.
+    static const auto& category = *new EventErrorCategory;
     return {static_cast<int>(error), category};
 }
 

@@ -54,7 +54,8 @@ std::string_view description(NetworkError error)
 
 std::error_code make_error_code(NetworkError error)
 {
-    static const NetworkErrorCategory category;
+    // Never destroyed: a thread may still ask for a text while main's statics go away.
+    static const auto& category = *new NetworkErrorCategory;
     return {static_cast<int>(error), category};
 }
 
