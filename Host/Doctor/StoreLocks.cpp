@@ -81,8 +81,8 @@ void checkLocks(const std::filesystem::path& folder, Report& report)
     });
     if (isHeld) {
         report.wrong("the process " + std::to_string(holder.value_or(0))
-                + " holds the database for writing; the application waits five seconds for it, and then loses the push "
-                  "or event",
+                + " holds the database for writing; the application waits five seconds for it, and then keeps pushes "
+                  "and events in memory only",
             "Find out why it does not let go, or end it.");
     }
     if (!isBeingOpened && !isHeld)
