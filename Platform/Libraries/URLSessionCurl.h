@@ -2,7 +2,8 @@
 //
 // What the session adds to the library, because the contract of URLSession wants it: nothing is ever sent twice, a
 // time-out counts from resume() and also while a task waits for a connection, sizes are bounded, and every failure is
-// one of URLError. Nothing comes from the environment: no proxy, no password file.
+// one of URLError. Of the environment it takes no proxy and no password file; SSLKEYLOGFILE, which has curl write the
+// keys of TLS sessions to a file, cannot be kept from curl.
 // A reply takes a bounded amount of memory: at most 1 MiB of header fields, interim replies and trailers (of which this
 // curl by itself takes 300 KiB, and 100 KiB for one line), and 32 MiB of body. A look-up that the system's resolver is
 // still at when its task ends cannot be called off: it stays on a thread of curl's, which touches nothing of the
