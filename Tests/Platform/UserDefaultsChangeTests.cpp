@@ -5,16 +5,27 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
+#include <functional>
 
 namespace kova::tests {
 namespace {
 
 namespace fs = std::filesystem;
 
-void removeBeside(const StoreFolder& folder, const char* suffix)
+using Change = std::function<void(const StoreFolder&)>;
+
+// Deletes the files with these suffixes.
+Change deletes(std::vector<std::string> suffixes)
 {
-    fs::remove(folder.file().string() + suffix);
+    return [suffixes = std::move(suffixes)](const StoreFolder& folder) {
+        for (const auto& suffix : suffixes)
+            fs::remove(folder.file().string() + suffix);
+    };
+}
+
+Change cutsTo(std::uintmax_t size)
+{
+    return [size](const StoreFolder& folder) { fs::resize_file(folder.file(), size); };
 }
 
 // Somebody puts a store of another day in this one's place: just the file, and the log that stood there stays.
@@ -31,88 +42,67 @@ void replace(const StoreFolder& folder)
     fs::rename(folder.path() / "new", folder.file());
 }
 
-struct ChangeRow {
-    const char* name;
-    void (*change)(const StoreFolder&);
-    /// What is there then of a key that was set long before.
-    std::optional<Value> inbox;
-};
-
-void PrintTo(const ChangeRow& row, std::ostream* stream)
+TEST(UserDefaultsChangeTest, WhatIsSetAfterwardsIsKept)
 {
-    *stream << row.name;
+    struct Row {
+        const char* name;
+        Change change;
+        /// What is there then of a key that was set long before.
+        std::optional<Value> inbox;
+    };
+    const Value before {"long before"};
+    const Row rows[] {
+        {"the file deleted", deletes({""}), std::nullopt},
+        {"everything deleted", deletes({"", "-wal", "-shm"}), std::nullopt},
+        {"the folder deleted", [](const StoreFolder& folder) { fs::remove_all(folder.path()); }, std::nullopt},
+        {"the file replaced", &replace, Value {"of the other"}},
+        {"the log deleted", deletes({"-wal"}), before},
+        {"the index deleted", deletes({"-shm"}), before},
+        {"log and index deleted", deletes({"-wal", "-shm"}), before},
+        {"the file emptied", cutsTo(0), std::nullopt},
+        {"the file cut", cutsTo(5'000), std::nullopt},
+    };
+    for (const auto& [name, change, inbox] : rows) {
+        SCOPED_TRACE(name);
+        const StoreFolder folder;
+        SaidLines said;
+        // No checkpoint by itself: one that crosses the change would hide it.
+        auto store = folder.open(std::chrono::minutes {1});
+        store->setObject("inbox", before);
+        store->setObject("list", bodies(1, 1'000));
+        store->synchronize();
+        store->setObject("list", bodies(1, 1'001));
+        store->setObject("just before", 1);
+
+        change(folder);
+        store->setObject("list", bodies(1, 1'002));
+        EXPECT_EQ(store->object("list"), Value {bodies(1, 1'002)});
+        store->setObject("after", 2);
+        store->synchronize();
+        store->setObject("text", "later");
+        store.reset();
+        EXPECT_NE(lineCount(said.take()), 0) << "it is said";
+
+        store = folder.open();
+        EXPECT_EQ(store->object("list"), Value {bodies(1, 1'002)});
+        EXPECT_EQ(store->object("after"), Value {2});
+        EXPECT_EQ(store->object("text"), Value {"later"});
+        EXPECT_EQ(store->object("inbox"), inbox);
+        store.reset();
+        EXPECT_EQ(folder.integrity(), "ok");
+    }
 }
-
-struct UserDefaultsChangeTest : testing::TestWithParam<ChangeRow> { };
-
-TEST_P(UserDefaultsChangeTest, WhatIsSetAfterwardsIsKept)
-{
-    const StoreFolder folder;
-    SaidLines said;
-    // No checkpoint by itself: one that crosses the change would hide it.
-    auto store = folder.open(std::chrono::minutes {1});
-    store->setObject("inbox", "long before");
-    store->setObject("list", bodies(1, 1'000));
-    store->synchronize();
-    store->setObject("list", bodies(1, 1'001));
-    store->setObject("just before", 1);
-
-    GetParam().change(folder);
-    store->setObject("list", bodies(1, 1'002));
-    EXPECT_EQ(store->object("list"), Value {bodies(1, 1'002)});
-    store->setObject("after", 2);
-    store->synchronize();
-    store->setObject("text", "later");
-    store.reset();
-    EXPECT_NE(lineCount(said.take()), 0) << "it is said";
-
-    store = folder.open();
-    EXPECT_EQ(store->object("list"), Value {bodies(1, 1'002)});
-    EXPECT_EQ(store->object("after"), Value {2});
-    EXPECT_EQ(store->object("text"), Value {"later"});
-    EXPECT_EQ(store->object("inbox"), GetParam().inbox);
-    store.reset();
-    EXPECT_EQ(folder.integrity(), "ok");
-}
-
-INSTANTIATE_TEST_SUITE_P(Changes, UserDefaultsChangeTest,
-    testing::Values(
-        ChangeRow {"the file deleted", [](const StoreFolder& folder) { fs::remove(folder.file()); }, std::nullopt},
-        ChangeRow {"everything deleted",
-            [](const StoreFolder& folder) {
-                for (const auto* suffix : {"", "-wal", "-shm"})
-                    removeBeside(folder, suffix);
-            },
-            std::nullopt},
-        ChangeRow {
-            "the folder deleted", [](const StoreFolder& folder) { fs::remove_all(folder.path()); }, std::nullopt},
-        ChangeRow {"the file replaced", &replace, Value {"of the other"}},
-        ChangeRow {
-            "the log deleted", [](const StoreFolder& folder) { removeBeside(folder, "-wal"); }, Value {"long before"}},
-        ChangeRow {"the index deleted", [](const StoreFolder& folder) { removeBeside(folder, "-shm"); },
-            Value {"long before"}},
-        ChangeRow {"log and index deleted",
-            [](const StoreFolder& folder) {
-                removeBeside(folder, "-wal");
-                removeBeside(folder, "-shm");
-            },
-            Value {"long before"}},
-        ChangeRow {
-            "the file emptied", [](const StoreFolder& folder) { fs::resize_file(folder.file(), 0); }, std::nullopt},
-        ChangeRow {
-            "the file cut", [](const StoreFolder& folder) { fs::resize_file(folder.file(), 5'000); }, std::nullopt}));
 
 // Another process has found the file damaged and set it aside, while this one held it open and saw nothing wrong.
-TEST(UserDefaultsSetAsideTest, AFileThatAnotherProcessSetAsideIsLeft)
+TEST(UserDefaultsChangeTest, AFileThatAnotherProcessSetAsideIsLeft)
 {
     const StoreFolder folder;
     const SaidLines said;
     auto store = folder.open();
     store->setObject("list", bodies(1, 100));
     store->synchronize();
-    fs::rename(folder.file(), folder.path() / "defaults.sqlite.damaged");
-    for (const auto* suffix : {"-wal", "-shm"})
-        fs::rename(folder.file().string() + suffix, folder.path() / (std::string {"defaults.sqlite.damaged"} + suffix));
+    for (const std::string suffix : {"", "-wal", "-shm"})
+        fs::rename(folder.file().string() + suffix, folder.file().string() + ".damaged" + suffix);
     const auto other = folder.open();
     other->setObject("other", 1);
     store->setObject("list", bodies(1, 101));

@@ -8,6 +8,7 @@
 #include <sqlite3.h>
 
 #include <thread>
+#include <tuple>
 
 namespace kova::tests {
 namespace {
@@ -121,6 +122,8 @@ TEST_F(UserDefaultsFaultTest, AReadingThatFailsLosesNothingStored)
     EXPECT_THAT(lines, HasSubstr(" cannot be read: "));
     EXPECT_THAT(lines, HasSubstr("so a value is lost (key \"list\")"));
     EXPECT_THAT(lines, HasSubstr(" can be read again"));
+    store->setObject("list", bodies(1, 3));
+    EXPECT_EQ(store->object("list"), Value {bodies(1, 3)}) << "only one is refused";
 }
 
 // Every call that a life of the store makes fails once, and then, in another life, every one from there on until
@@ -190,13 +193,15 @@ TEST_F(UserDefaultsFaultTest, AWriterThatHangsDoesNotHoldUpTheEnd)
     EXPECT_EQ(folder.stored("text"), Value {"hangs"});
 }
 
-// Another process that takes the store for itself, whole or only for writing, and keeps it.
+// Another process that takes the store for itself, whole or only for writing, and keeps it or lets go in the end.
 TEST_F(UserDefaultsFaultTest, ALockHeldForLongHasABoundForReadersWritersAndTheEnd)
 {
     store->setObject("text", "stored");
     store->synchronize();
-    for (const bool isWhole : {false, true}) {
-        SCOPED_TRACE(isWhole ? "whole" : "for writing");
+    const std::tuple<const char*, bool, bool> rows[] {
+        {"for writing", false, false}, {"whole", true, false}, {"for a time", false, true}};
+    for (const auto& [name, isWhole, letsGo] : rows) {
+        SCOPED_TRACE(name);
         store.reset();
         SQLiteDatabase holder {folder.file(), std::chrono::seconds {5}};
         if (isWhole)
@@ -218,11 +223,16 @@ TEST_F(UserDefaultsFaultTest, ALockHeldForLongHasABoundForReadersWritersAndTheEn
             store->setObject("list", bodies(1, last));
         EXPECT_EQ(store->object("list"), Value {bodies(1, 5)});
         EXPECT_LT(lap(), std::chrono::milliseconds {1'500});
+        if (letsGo) {
+            holder.execute("ROLLBACK");
+            EXPECT_TRUE(comesTrue([this] { return folder.stored("list") == Value {bodies(1, 5)}; }));
+            began = Clock::now();
+        }
         store->close();
         EXPECT_LT(lap(), std::chrono::seconds {3});
         const auto lines = said.take();
         EXPECT_THAT(lines, HasSubstr("cannot be written: database is locked"));
-        EXPECT_THAT(lines, HasSubstr("which is lost: \"list\""));
+        EXPECT_THAT(lines, HasSubstr(letsGo ? "can be written again" : "which is lost: \"list\""));
     }
 }
 

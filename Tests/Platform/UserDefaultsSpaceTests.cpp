@@ -51,142 +51,101 @@ private:
     fs::path m_folder;
 };
 
-struct UserDefaultsSpaceTest : testing::Test {
-    StoreFolder folder;
+/// What stands in the folder before.
+enum class Leftover { Nothing, EmptyFile, ClosedStore, KilledStore, LogWithoutIndex };
 
+void leave(const StoreFolder& folder, Leftover leftover)
+{
+    if (leftover == Leftover::EmptyFile)
+        std::ofstream {folder.file()};
+    if (leftover == Leftover::ClosedStore)
+        folder.open()->setObject("list", bodies(1, 300));
+    if (leftover < Leftover::KilledStore)
+        return;
     // What a process leaves that is killed: the log, and its index, beside the file.
-    void leaveByKill(const Value& list) const
-    {
-        const auto child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            const auto store = folder.open();
-            store->setObject("list", list);
-            kill(getpid(), SIGKILL);
+    const auto child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        const auto store = folder.open();
+        store->setObject("list", bodies(1, 300));
+        kill(getpid(), SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    if (leftover == Leftover::LogWithoutIndex)
+        fs::remove(folder.path() / "defaults.sqlite-shm");
+}
+
+TEST(UserDefaultsSpaceTest, NothingIsLostWhereNothingCanBeWritten)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    enum class Trouble { Full, FullUnderWay, ReadOnly };
+    struct Row {
+        const char* name;
+        Leftover leftover;
+        Trouble trouble;
+    };
+    const Row rows[] {
+        {"full, without a store", Leftover::Nothing, Trouble::Full},
+        {"full, over an empty file", Leftover::EmptyFile, Trouble::Full},
+        {"full, over a store that was closed", Leftover::ClosedStore, Trouble::Full},
+        {"full, over a store whose process was killed", Leftover::KilledStore, Trouble::Full},
+        {"full, over a log without its index", Leftover::LogWithoutIndex, Trouble::Full},
+        {"filled up under way", Leftover::Nothing, Trouble::FullUnderWay},
+        {"read-only, a store that was closed", Leftover::ClosedStore, Trouble::ReadOnly},
+        {"read-only, a store whose process was killed", Leftover::KilledStore, Trouble::ReadOnly},
+        {"read-only, a log without its index", Leftover::LogWithoutIndex, Trouble::ReadOnly},
+    };
+    const StoreFolder folder;
+    const Value text {std::string(100'000, 'x')};
+    for (const auto& [name, leftover, trouble] : rows) {
+        SCOPED_TRACE(name);
+        const bool isReadOnly = trouble == Trouble::ReadOnly;
+        const bool isUnderWay = trouble == Trouble::FullUnderWay;
+        const bool isStored = isUnderWay || leftover >= Leftover::ClosedStore;
+        const SmallDisk disk {folder.path()};
+        leave(folder, leftover);
+        std::unique_ptr<UserDefaultsSQLite> store;
+        if (isUnderWay) {
+            store = folder.open();
+            store->setObject("list", bodies(1, 300));
+            store->synchronize();
         }
-        int status = 0;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        ASSERT_TRUE(WIFSIGNALED(status));
-    }
+        if (isReadOnly)
+            disk.setWritable(false);
+        else
+            disk.fill();
+        SaidLines said;
+        if (!store)
+            store = folder.open();
 
-    // With nothing to be written: what is stored is there, and what is set reads back.
-    void expectKept(UserDefaultsSQLite& store, const std::optional<Value>& stored) const
-    {
-        EXPECT_EQ(store.object("list"), stored);
-        EXPECT_EQ(store.object("none"), std::nullopt);
-        store.setObject("list", bodies(1, 301));
-        store.setObject("text", std::string(100'000, 'x'));
-        store.synchronize();
-        EXPECT_EQ(store.object("list"), Value {bodies(1, 301)});
-        EXPECT_EQ(store.object("text"), Value {std::string(100'000, 'x')});
-    }
+        // What is stored is there, and what is set reads back.
+        EXPECT_EQ(store->object("list"), isStored ? std::optional<Value> {bodies(1, 300)} : std::nullopt);
+        EXPECT_EQ(store->object("none"), std::nullopt);
+        store->setObject("list", bodies(1, 301));
+        store->setObject("text", text);
+        store->synchronize();
+        EXPECT_EQ(store->object("list"), Value {bodies(1, 301)});
+        EXPECT_EQ(store->object("text"), text);
+        if (isUnderWay) {
+            EXPECT_EQ(folder.stored("text"), std::nullopt) << "another process still reads what was there";
+        }
 
-    void expectWritten() const
-    {
-        EXPECT_TRUE(comesTrue([this] {
-            return folder.stored("list") == Value {bodies(1, 301)}
-            && folder.stored("text") == Value {std::string(100'000, 'x')};
-        }));
+        if (isReadOnly)
+            disk.setWritable(true);
+        else
+            disk.makeRoom();
+        EXPECT_TRUE(comesTrue(
+            [&] { return folder.stored("list") == Value {bodies(1, 301)} && folder.stored("text") == text; }));
         EXPECT_EQ(folder.integrity(), "ok");
-    }
-
-    static void expectSaidOnce(const std::string& lines, std::string_view why)
-    {
+        store.reset();
+        const auto lines = said.take();
         EXPECT_EQ(lineCount(lines), 2) << lines;
         EXPECT_THAT(lines, HasSubstr(" cannot be written: "));
-        EXPECT_THAT(lines, HasSubstr(why));
+        EXPECT_THAT(lines, HasSubstr(isReadOnly ? "(Read-only file system)" : "(No space left on device)"));
         EXPECT_THAT(lines, HasSubstr(" can be written again"));
-    }
-};
-
-TEST_F(UserDefaultsSpaceTest, AFullDiskLosesNothing)
-{
-    if (!NetworkNamespace::isInside())
-        return NetworkNamespace::runThisTestInside();
-    struct Row {
-        const char* name;
-        std::optional<Value> stored;
-        void (*leave)(const UserDefaultsSpaceTest&);
-    };
-    const Row rows[] {
-        {"no store", std::nullopt, [](const UserDefaultsSpaceTest&) {}},
-        {"an empty file", std::nullopt, [](const UserDefaultsSpaceTest& test) { std::ofstream {test.folder.file()}; }},
-        {"a store that was closed", bodies(1, 300),
-            [](const UserDefaultsSpaceTest& test) { test.folder.open()->setObject("list", bodies(1, 300)); }},
-        {"a store whose process was killed", bodies(1, 300),
-            [](const UserDefaultsSpaceTest& test) { test.leaveByKill(bodies(1, 300)); }},
-        {"a log without its index", bodies(1, 300),
-            [](const UserDefaultsSpaceTest& test) {
-                test.leaveByKill(bodies(1, 300));
-                fs::remove(test.folder.path() / "defaults.sqlite-shm");
-            }},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const SmallDisk disk {folder.path()};
-        row.leave(*this);
-        disk.fill();
-        SaidLines said;
-        auto store = folder.open();
-        expectKept(*store, row.stored);
-        disk.makeRoom();
-        expectWritten();
-        store.reset();
-        expectSaidOnce(said.take(), "(No space left on device)");
-    }
-}
-
-TEST_F(UserDefaultsSpaceTest, ADiskThatFillsUpUnderWayLosesNothing)
-{
-    if (!NetworkNamespace::isInside())
-        return NetworkNamespace::runThisTestInside();
-    const SmallDisk disk {folder.path()};
-    auto store = folder.open();
-    store->setObject("list", bodies(1, 300));
-    store->synchronize();
-    disk.fill();
-    SaidLines said;
-    expectKept(*store, bodies(1, 300));
-    EXPECT_EQ(folder.stored("text"), std::nullopt) << "another process still reads what was there";
-    disk.makeRoom();
-    expectWritten();
-    store.reset();
-    expectSaidOnce(said.take(), "(No space left on device)");
-}
-
-TEST_F(UserDefaultsSpaceTest, WhatCanOnlyBeReadIsRead)
-{
-    if (!NetworkNamespace::isInside())
-        return NetworkNamespace::runThisTestInside();
-    struct Row {
-        const char* name;
-        void (*leave)(const UserDefaultsSpaceTest&);
-    };
-    const Row rows[] {
-        {"a store that was closed",
-            [](const UserDefaultsSpaceTest& test) { test.folder.open()->setObject("list", bodies(1, 300)); }},
-        {"a store whose process was killed",
-            [](const UserDefaultsSpaceTest& test) { test.leaveByKill(bodies(1, 300)); }},
-        {
-            "a log without its index",
-            [](const UserDefaultsSpaceTest& test) {
-                test.leaveByKill(bodies(1, 300));
-                fs::remove(test.folder.path() / "defaults.sqlite-shm");
-            },
-        },
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        const SmallDisk disk {folder.path()};
-        row.leave(*this);
-        disk.setWritable(false);
-        SaidLines said;
-        auto store = folder.open();
-        expectKept(*store, bodies(1, 300));
-        disk.setWritable(true);
-        expectWritten();
-        store.reset();
-        expectSaidOnce(said.take(), "(Read-only file system)");
     }
 }
 

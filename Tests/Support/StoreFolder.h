@@ -36,7 +36,6 @@ class StoreFolder {
 public:
     [[nodiscard]] const std::filesystem::path& path() const { return m_temporary.path(); }
     [[nodiscard]] std::filesystem::path file() const { return path() / "defaults.sqlite"; }
-    [[nodiscard]] std::filesystem::path log() const { return path() / "defaults.sqlite-wal"; }
 
     /// With short times, so that a test need not wait.
     [[nodiscard]] std::unique_ptr<UserDefaultsSQLite> open(
