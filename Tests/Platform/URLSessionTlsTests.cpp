@@ -70,7 +70,7 @@ TEST_F(URLSessionTlsTest, OffersHTTP2)
     OpenSSLServer server {authority->issue("good", "IP:127.0.0.1", 2), {"-www", "-alpn", "http/1.1", "-naccept", "1"}};
     ASSERT_TRUE(server.isRunning());
     EXPECT_FALSE(fetch(*session, makeRequest(server.url())).error);
-    EXPECT_TRUE(server.waitForOutput("ALPN protocols advertised by the client: h2, http/1.1"));
+    EXPECT_TRUE(server.waitForLine("ALPN protocols advertised by the client: h2, http/1.1"));
 }
 
 TEST_F(URLSessionTlsTest, TrustsNobodyWhenTheAdditionalCertificatesCannotBeRead)

@@ -44,12 +44,13 @@ struct NameServer::Pending {
     }
 };
 
-NameServer::NameServer()
+NameServer::NameServer(std::uint16_t port)
     : m_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0), "socket")
     , m_end(eventfd(0, EFD_CLOEXEC), "eventfd")
 {
     sockaddr_in local {};
     local.sin_family = AF_INET;
+    local.sin_port = htons(port);
     local.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (bind(m_socket.get(), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0)
         throw std::system_error(errno, std::generic_category(), "bind");
@@ -109,19 +110,20 @@ void NameServer::run()
         const std::lock_guard lock {m_mutex};
         m_questions.push_back(pending.question);
         m_changed.notify_all();
-        if (m_answer.empty())
-            m_pending.push_back(std::move(pending));
-        else
+        if (m_answer)
             reply(pending);
+        else
+            m_pending.push_back(std::move(pending));
     }
 }
 
 void NameServer::reply(const Pending& pending) const
 {
     auto packet = pending.packet;
-    // A response, recursion available, no error; one question, and one answer for an IPv4 address.
-    const bool hasAddress = pending.question.type == typeA;
-    constexpr std::array<unsigned char, 10> header {0x81, 0x80, 0, 1, 0, 0, 0, 0, 0, 0};
+    // A response, recursion available, no error or a failure; one question, and one answer for an IPv4 address.
+    const bool hasAddress = pending.question.type == typeA && !m_answer->empty();
+    const std::array<unsigned char, 10> header {
+        0x81, static_cast<unsigned char>(m_answer->empty() ? 0x82 : 0x80), 0, 1, 0, 0, 0, 0, 0, 0};
     packet.replace(2, header.size(), reinterpret_cast<const char*>(header.data()), header.size());
     if (hasAddress) {
         packet[7] = 1;
@@ -129,7 +131,7 @@ void NameServer::reply(const Pending& pending) const
         constexpr std::array<unsigned char, 12> record {0xc0, headerSize, 0, typeA, 0, 1, 0, 0, 0, 60, 0, 4};
         packet.append(reinterpret_cast<const char*>(record.data()), record.size());
         in_addr address {};
-        inet_pton(AF_INET, m_answer.c_str(), &address);
+        inet_pton(AF_INET, m_answer->c_str(), &address);
         packet.append(reinterpret_cast<const char*>(&address), sizeof address);
     }
     sendto(m_socket.get(), packet.data(), packet.size(), 0, reinterpret_cast<const sockaddr*>(&pending.sender),

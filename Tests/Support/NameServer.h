@@ -24,7 +24,8 @@ public:
         std::uint16_t type = 0;
     };
 
-    NameServer();
+    /// On a port of its own, unless one is given.
+    explicit NameServer(std::uint16_t port = 0);
     ~NameServer();
     NameServer(const NameServer&) = delete;
     NameServer& operator=(const NameServer&) = delete;
@@ -34,6 +35,9 @@ public:
 
     /// From now on every name has this IPv4 address and no IPv6 one; questions that are waiting are answered too.
     void answer(const std::string& hostAddress);
+
+    /// From now on all that is said is that something went wrong here.
+    void fail() { answer({}); }
 
     /// The next question that has not been returned before; none when there is none in time.
     [[nodiscard]] std::optional<Question> waitForQuestion(std::chrono::milliseconds timeout);
@@ -51,7 +55,8 @@ private:
     std::condition_variable m_changed;
     std::vector<Question> m_questions;
     std::vector<Pending> m_pending;
-    std::string m_answer;
+    /// None keeps silent, an empty one fails.
+    std::optional<std::string> m_answer;
     std::size_t m_seen = 0;
 
     std::thread m_thread;

@@ -4,8 +4,8 @@
 #pragma once
 
 #include "Platform/Foundation/URL.h"
-
-#include <sys/types.h>
+#include "Tests/Support/Process.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 #include <filesystem>
 #include <string>
@@ -18,15 +18,12 @@ namespace kova::tests {
 class TestAuthority {
 public:
     TestAuthority();
-    ~TestAuthority();
-    TestAuthority(const TestAuthority&) = delete;
-    TestAuthority& operator=(const TestAuthority&) = delete;
 
     /// Whether there is an `openssl` command at all.
     [[nodiscard]] static bool isAvailable();
 
     /// The authority's own certificate.
-    [[nodiscard]] std::filesystem::path certificate() const { return m_folder / "authority.pem"; }
+    [[nodiscard]] std::filesystem::path certificate() const { return m_folder.path() / "authority.pem"; }
 
     /// Makes a key and a certificate with one subject alternative name ("IP:127.0.0.1") that is valid from now on for
     /// so many days. Returns the path of both, without ".key" and ".pem".
@@ -36,7 +33,7 @@ public:
     [[nodiscard]] std::filesystem::path issueSelfSigned(const std::string& name, const std::string& subject) const;
 
 private:
-    std::filesystem::path m_folder;
+    TemporaryFolder m_folder;
 };
 
 class OpenSSLServer {
@@ -44,20 +41,18 @@ public:
     /// Serves with the given certificate; without other options every GET gets a page. See isRunning() for whether it
     /// could.
     explicit OpenSSLServer(const std::filesystem::path& certificate, std::vector<std::string> options = {"-www"});
-    ~OpenSSLServer();
-    OpenSSLServer(const OpenSSLServer&) = delete;
-    OpenSSLServer& operator=(const OpenSSLServer&) = delete;
 
     [[nodiscard]] bool isRunning() const { return !m_port.empty(); }
-    [[nodiscard]] URL url(std::string_view host = "127.0.0.1") const;
+    [[nodiscard]] URL url() const;
 
-    /// Reads what the server prints until it has said `text`, ten seconds at most.
-    [[nodiscard]] bool waitForOutput(std::string_view text);
+    /// Waits until the server has printed a line that begins so.
+    [[nodiscard]] bool waitForLine(std::string_view beginning)
+    {
+        return m_process.waitForOutputLine(beginning).has_value();
+    }
 
 private:
-    pid_t m_process = -1;
-    int m_output = -1;
-    std::string m_printed;
+    Process m_process;
     std::string m_port;
 };
 
