@@ -73,24 +73,6 @@ TEST_F(DelayedTaskTest, DelaysThatAreNoneAndDelaysWithoutEnd)
     EXPECT_EQ(order.back(), 4);
 }
 
-TEST_F(DelayedTaskTest, ClockThatATestMoves)
-{
-    tests::ManualClock clock;
-    submit(200ms, 2);
-    submit(100ms, 1);
-    submit(200ms, 3);
-    // Nothing moves by itself, so waiting for quiet does not wait for the clock.
-    ASSERT_TRUE(becomesIdle());
-    EXPECT_TRUE(order.empty());
-    clock.advance(199ms);
-    ASSERT_TRUE(becomesIdle());
-    EXPECT_EQ(order, (std::vector {1}));
-    clock.advance(1ms);
-    ASSERT_TRUE(becomesIdle());
-    EXPECT_EQ(order, (std::vector {1, 2, 3}));
-    EXPECT_EQ(clock.waiting(), 0U);
-}
-
 TEST_F(DelayedTaskTest, DeferralKeepsBackThatTheDelayBegins)
 {
     tests::ManualClock clock;

@@ -7,7 +7,6 @@
 #include <atomic>
 #include <chrono>
 #include <semaphore>
-#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -91,29 +90,6 @@ TEST_F(DispatchQueueTest, ShutDownWaitsForWhatRunsAndDropsTheRest)
     bool ran = false;
     queue->sync([&ran] { ran = true; });
     EXPECT_TRUE(ran);
-}
-
-TEST_F(DispatchQueueTest, MainQueueRunsWhereTheHostRunsIt)
-{
-    int woken = 0;
-    DispatchQueue::setMainLoopWaker([&woken] { ++woken; });
-    std::vector<int> order;
-    DispatchQueue::main().async([&] {
-        EXPECT_TRUE(DispatchQueue::main().isCurrent());
-        order.push_back(1);
-        DispatchQueue::main().async([&] { order.push_back(2); });
-    });
-    EXPECT_TRUE(order.empty());
-    DispatchQueue::drainMain();
-    EXPECT_EQ(order, (std::vector {1, 2}));
-    EXPECT_EQ(woken, 2);
-    DispatchQueue::setMainLoopWaker(nullptr);
-
-    std::stop_source stop;
-    std::jthread loop {[&stop] { DispatchQueue::runMain(stop.get_token()); }};
-    DispatchQueue::main().sync([&] { order.push_back(3); });
-    EXPECT_EQ(order.back(), 3);
-    stop.request_stop();
 }
 
 TEST_F(DispatchQueueTest, WaitingForOneselfIsSaid)

@@ -3,12 +3,10 @@
 // The tests with links run in a network namespace of their own: each starts itself anew inside one.
 
 #include "Platform/Foundation/DispatchQueue.h"
-#include "Platform/Linux/LinuxPlatform.h"
 #include "Platform/Linux/NetworkReachabilityLinux.h"
 #include "Tests/Support/Gate.h"
 #include "Tests/Support/NameServer.h"
 #include "Tests/Support/NetworkNamespace.h"
-#include "Tests/Support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +25,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr auto reachable = kSCNetworkReachabilityFlagsReachable;
-constexpr auto cellular = kSCNetworkReachabilityFlagsReachable | kSCNetworkReachabilityFlagsIsWWAN;
 constexpr auto bound = 10s;
 
 TEST(NetworkReachabilityTest, MakesTargetsOnlyForWhatCanBeAHostName)
@@ -88,28 +85,6 @@ TEST(NetworkReachabilityTest, TargetsOutliveTheService)
     EXPECT_TRUE(target->setDispatchQueue(DispatchQueue::create("late")));
 }
 
-/// Brings its own service along.
-class OwnReachability final : public NetworkReachability {
-public:
-    std::shared_ptr<SCNetworkReachability> createWithName(const std::string&) override { return nullptr; }
-};
-
-TEST(NetworkReachabilityTest, ThePlatformInstallsItUnlessTheHostBringsItsOwn)
-{
-    const TemporaryFolder folder;
-    {
-        const LinuxPlatform platform {{.bundleIdentifier = "example.test", .dataFolder = folder.path()}};
-        EXPECT_TRUE(NetworkReachability::shared()->createWithName("127.0.0.1"));
-    }
-    const auto own = std::make_shared<OwnReachability>();
-    {
-        const LinuxPlatform platform {
-            {.bundleIdentifier = "example.test", .dataFolder = folder.path(), .reachability = own}};
-        EXPECT_EQ(NetworkReachability::shared(), own);
-    }
-    NetworkReachability::setShared(nullptr);
-}
-
 /// A target with callback and queue, and everything that it was told.
 class Listener {
 public:
@@ -140,19 +115,12 @@ public:
         return m_record->all;
     }
 
-    bool wasToldElsewhere()
-    {
-        const std::lock_guard lock {m_record->mutex};
-        return m_record->isElsewhere;
-    }
-
 private:
     struct Record {
         std::shared_ptr<DispatchQueue> queue;
         std::mutex mutex;
         std::condition_variable changed;
         std::vector<SCNetworkReachabilityFlags> all;
-        bool isElsewhere = false;
     };
 
     static void told(
@@ -163,7 +131,7 @@ private:
             return;
         const std::lock_guard lock {record->mutex};
         record->all.push_back(flags);
-        record->isElsewhere = record->isElsewhere || !record->queue->isCurrent();
+        EXPECT_TRUE(record->queue->isCurrent());
         record->changed.notify_all();
     }
 
@@ -230,32 +198,6 @@ TEST_F(NetworkReachabilityLinksTest, FollowsLinksRoutesAndCarrier)
     }
     service.end();
     EXPECT_EQ(listener.all(), expected) << "something was told more than once";
-    EXPECT_FALSE(listener.wasToldElsewhere());
-}
-
-TEST_F(NetworkReachabilityLinksTest, TellsThatTheWayHasBecomeCellular)
-{
-    if (!NetworkNamespace::isInside())
-        return NetworkNamespace::runThisTestInside();
-    NetworkNamespace network;
-    const auto modem = network.makeRawIPLink("wwan0");
-    if (!modem)
-        GTEST_SKIP() << "a tun device cannot be made here";
-    network.connect();
-    NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
-    Listener listener {service, documentationHost};
-    Listener direct {service, "10.9.0.2"};
-    ASSERT_EQ(listener.target().flags(), reachable);
-
-    network.run("ip link set wwan0 up");
-    network.run("ip route replace default dev wwan0");
-    EXPECT_EQ(listener.next(), cellular);
-    EXPECT_EQ(direct.target().flags(), reachable) << "a packet to this host still goes over eth0";
-    network.run("ip route replace default via 10.9.0.2");
-    EXPECT_EQ(listener.next(), reachable);
-    service.end();
-    EXPECT_THAT(listener.all(), ElementsAre(cellular, reachable));
-    EXPECT_THAT(direct.all(), IsEmpty());
 }
 
 TEST_F(NetworkReachabilityLinksTest, TellsABurstOnce)

@@ -17,26 +17,6 @@ std::string xml(std::string_view body)
         + std::string {body} + "</plist>\n";
 }
 
-Value sample()
-{
-    Value::Array numbers;
-    for (const std::int64_t number : {0LL, 1LL, 127LL, 255LL, 256LL, 65'535LL, 65'536LL, 4'294'967'295LL,
-             4'294'967'296LL, -1LL, std::numeric_limits<long long>::max(), std::numeric_limits<long long>::min()})
-        numbers.append(number);
-    return Value::Dictionary {
-        {"numbers", numbers},
-        {"reals", Value::Array {0.0, -0.5, 0.1, 1e300, 5e-324}},
-        {"flags", Value::Array {true, false}},
-        {"texts",
-            Value::Array {"", "plain", "é", "日本語", "😀 end", "a\0b"s, std::string(14, 'x'), std::string(15, 'y'),
-                std::string(300, 'z'), "\u00e9" + std::string(70'000, 'w')}},
-        {"data", Value::Array {Data {}, Data {"\0\xFF\x80"s}, Data {std::string(5'000, '\7')}}},
-        {"date", Date {1'706'702'400.25}},
-        {"early date", Date {-2'208'988'800}},
-        {"Schlüssel 🔑", Value::Dictionary {{"", Value::Array {}}, {"numbers", Value::Dictionary {}}}},
-    };
-}
-
 Value nested(int depth)
 {
     Value value = Value::Array {};
@@ -47,26 +27,16 @@ Value nested(int depth)
 
 TEST(PropertyListTest, ComesBackAsItWas)
 {
-    Value::Array records;
-    for (int number = 0; number < 1'000; ++number)
-        records.append(Value::Dictionary {{"id", "id-" + std::to_string(number)}, {"count", number}, {"read", false}});
-    const struct {
-        std::string_view name;
-        Value value;
-    } rows[] = {
-        {"every kind", sample()},
-        {"indexes of two bytes", records},
-        {"a scalar on top", "text"},
-        {"an empty dictionary on top", Value::Dictionary {}},
+    const std::pair<const char*, Value> rows[] = {
+        {"NUL in a text", "a\0b"s},
+        {"part of a second", Date {1'706'702'400.25}},
         {"greatest depth", nested(PropertyListDecoder::maximumDepth)},
         {"one long text", std::string(3'000'000, 'a')},
     };
-    for (const auto& row : rows) {
-        const auto data = PropertyListEncoder::encode(row.value);
-        ASSERT_TRUE(data) << row.name;
-        const auto value = PropertyListDecoder::decode(data->text());
-        ASSERT_TRUE(value) << row.name << ": " << value.error().message();
-        EXPECT_TRUE(*value == row.value) << row.name;
+    for (const auto& [name, original] : rows) {
+        const auto data = PropertyListEncoder::encode(original);
+        ASSERT_TRUE(data) << name;
+        EXPECT_TRUE(PropertyListDecoder::decode(data->text()) == original) << name;
     }
 }
 
@@ -113,15 +83,11 @@ TEST(XMLPropertyListTest, ReadsEveryElement)
         std::string_view body;
         Value expected;
     } rows[] = {
-        {"<dict/>", Value::Dictionary {}},
         {" <array>\n<true/><false></false>\t</array> ", Value::Array {true, false}},
         {"<string> a&lt;b&#233;&amp;<![CDATA[<c>]]> </string>", " a<bé&<c> "},
-        {"<string/>", ""},
         {"<string><!-- note -->x<?hint?></string>", "x"},
         {"<integer> -42\n</integer>", -42},
-        {"<integer>+7</integer>", 7},
         {"<integer>0x7fffFFFF</integer>", 0x7FFFFFFF},
-        {"<integer>-0x10</integer>", -16},
         {"<integer>-9223372036854775808</integer>", std::numeric_limits<std::int64_t>::min()},
         {"<integer>18446744073709551615</integer>", 18446744073709551615.0},
         {"<real>-1.5e3</real>", -1500.0},
@@ -129,7 +95,6 @@ TEST(XMLPropertyListTest, ReadsEveryElement)
         {"<date>2024-01-31T12:00:00Z</date>", Date {1'706'702'400}},
         {"<date>1969-12-31T23:59:59Z</date>", Date {-1}},
         {"<data>\n\tAP+A\n\tYQ==\n</data>", Data {"\0\xFF\x80"s + "a"}},
-        {"<data></data>", Data {}},
         {"<dict><key>a</key><integer>1</integer><key/><string>e</string><key>a</key><array><dict/></array></dict>",
             Value::Dictionary {{"", "e"}, {"a", Value::Array {Value::Dictionary {}}}}},
     };
@@ -155,48 +120,31 @@ TEST(XMLPropertyListTest, RefusesEverythingElse)
         PropertyListError error = PropertyListError::malformed;
     } rows[] = {
         {""},
-        {"  \n"},
-        {"\xEF\xBB\xBF"},
         {"text"},
         {"<dict/>"},
-        {"<list><dict/></list>"},
         {xml("")},
-        {xml("<true/><true/>")},
-        {xml("<true/>x")},
-        {xml("<true/>") + "x"},
-        {xml("<true/>") + "<plist/>"},
         {xml("<true/>") + '\0'},
-        {xml("<plist><true/></plist>")},
+        {xml("<true/><true/>")},
         {xml("<null/>")},
+        {"<list><dict/></list>"},
         {xml("<array><key>a</key></array>")},
-        {xml("<key>a</key>")},
         {xml("<dict><key>a</key></dict>")},
         {xml("<dict><true/></dict>")},
         {xml("<dict><key>a</key><key>b</key><true/></dict>")},
-        {xml("<dict><key>a</key><true/><true/></dict>")},
         {xml("<dict>x<key>a</key><true/></dict>")},
         {xml("<string>a<string>b</string></string>")},
         {xml("<true>yes</true>")},
-        {xml("<array><true/>")},
-        {xml("<string>\xFF</string>")},
-        {xml("<string>&#0;</string>")},
-        {xml("<string>&unknown;</string>")},
         {xml("<integer></integer>")},
         {xml("<integer>1.5</integer>")},
-        {xml("<integer>--1</integer>")},
         {xml("<integer>0x</integer>")},
         {xml("<integer>0x10000000000000000</integer>")},
-        {xml("<integer>12 3</integer>")},
         {xml("<real>1,5</real>")},
-        {xml("<real></real>")},
         {xml("<real>1e999</real>")},
         {xml("<date>2024-02-30T12:00:00Z</date>")},
         {xml("<date>2024-01-31T24:00:00Z</date>")},
         {xml("<date>2024-01-31 12:00:00Z</date>")},
-        {xml("<date>2024-01-31T12:00:00</date>")},
         {xml("<data>A</data>")},
         {xml("<data>AA</data>")},
-        {xml("<data>AA=A</data>")},
         {xml("<data>AA*=</data>")},
         {R"(<!DOCTYPE plist [<!ENTITY a "x">]><plist><string>x</string></plist>)"},
         {R"(<!DOCTYPE plist [<!ENTITY % p "x">]><plist><true/></plist>)"},

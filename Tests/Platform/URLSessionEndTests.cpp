@@ -85,20 +85,10 @@ struct Scene {
 
 TEST(URLSessionEndTest, TakesNoTimeAndLeavesNothingWhateverIsUnderWay)
 {
-    struct Row {
-        const char* name;
-        std::function<void(Scene&)> begin;
-    };
-    const Row rows[] = {
-        {"nothing", [](Scene&) {}},
+    const std::pair<const char*, std::function<void(Scene&)>> rows[] = {
         {"an idle connection",
             [](Scene& scene) { EXPECT_EQ(fetch(scene.session, makeRequest(scene.server.url())).summary(), "200 "); }},
-        {"a reply that does not come", [](Scene& scene) { scene.startAndWait(Reply::never()); }},
         {"half a head", [](Scene& scene) { scene.startAndWait(Reply::raw(ok, Reply::Then::silence)); }},
-        {"half a body",
-            [](Scene& scene) {
-                scene.startAndWait(Reply::raw(ok + "Content-Length: 9\r\n\r\nbody", Reply::Then::silence));
-            }},
         {"a chunk without an end",
             [](Scene& scene) {
                 scene.startAndWait(

@@ -1,4 +1,4 @@
-// Servers that mean harm, or are broken: replies without an end, lengths that lie, and bytes that nobody asked for.
+// Servers that mean harm, or are broken: replies without an end, and bytes that nobody asked for.
 
 #include "Platform/Libraries/URLSessionCurl.h"
 #include "Tests/Support/HTTPCall.h"
@@ -70,39 +70,6 @@ TEST_F(URLSessionHostileTest, WhatHasNoEndEndsInTimeAndTakesABoundedAmountOfMemo
     // A body of 32 MiB, and once more where its buffer grows.
     if (memoryTells) {
         EXPECT_LT(ProcessResources::now().peakResidentBytes - before, 110U << 20U);
-    }
-}
-
-TEST_F(URLSessionHostileTest, LengthsThatContradictThemselvesMakeNoReply)
-{
-    struct Row {
-        std::string fields;
-        std::string outcome;
-    };
-    const auto bad = summary(URLError::badServerResponse);
-    const auto lost = summary(URLError::networkConnectionLost);
-    const Row rows[] = {
-        {"Content-Length: 2\r\n", "200 bo"},
-        {"Content-Length: 5\r\n", lost},
-        {"Content-Length: 4\r\nContent-Length: 4\r\n", "200 body"},
-        {"Content-Length: 4, 4\r\n", "200 body"},
-        {"Content-Length: 4\r\nContent-Length: 2\r\n", bad},
-        {"Content-Length: 2\r\nX: y\r\ncontent-length: 4\r\n", bad},
-        {"Content-Length: 2, 4\r\n", bad},
-        {"Content-Length: 4,\r\n", bad},
-        {"Content-Length: 4x\r\n", bad},
-        {"Content-Length: 4\r\n 4\r\n", bad},
-        {"Content-Length: 2\r\nContent-Length: 4\r\nTransfer-Encoding: chunked\r\n", bad},
-        {"Content-Length: +4\r\n", bad},
-        {"Content-Length: 0x4\r\n", bad},
-        {"Content-Length: -4\r\n", bad},
-        {"Content-Length: 18446744073709551620\r\n", bad},
-    };
-    for (const auto& [fields, outcome] : rows) {
-        LoopbackServer fresh;
-        fresh.setDefault(Reply::raw(ok + fields + "\r\nbody"));
-        EXPECT_EQ(fetch(session, makeRequest(fresh.url())).summary(), outcome) << fields;
-        EXPECT_EQ(fresh.requests().size(), 1U) << fields;
     }
 }
 

@@ -25,6 +25,14 @@ protected:
     URLSessionCurl session;
 };
 
+std::string repeated(std::string_view text, int count)
+{
+    std::string result;
+    for (int round = 0; round < count; ++round)
+        result += text;
+    return result;
+}
+
 TEST_F(URLSessionTest, SendsTheRequestAsGiven)
 {
     struct Row {
@@ -39,15 +47,11 @@ TEST_F(URLSessionTest, SendsTheRequestAsGiven)
         {"POST", {}, "0"},
         {"POST", "{\"a\":\"\0\"}"s, "9"},
         {"POST", std::string(2 * mebibyte, 'x'), "2097152"},
-        {"PUT", {}, "0"},
-        {"PUT", "a body", "6"},
         {"PATCH", "a body", "6"},
         {"DELETE", {}, {}},
-        {"DELETE", "a body", "6"},
         {"HEAD", {}, {}},
         {"HEAD", "a body", "6"},
         {"get", "a body", "6"},
-        {"OPTIONS", {}, {}},
     };
     // What was sent before must not show: so in both orders.
     const auto forwards = rows;
@@ -155,14 +159,27 @@ TEST_F(URLSessionTest, EveryReplyBecomesOneOutcome)
         {ok + "Transfer-Encoding: chunked\r\n\r\n4\r\nbo", lost},
         {ok + "Transfer-Encoding: chunked\r\n\r\n2\r\nbo\r\n", lost},
         {ok + "Transfer-Encoding: chunked\r\n\r\nzz\r\nbo\r\n", bad},
+        {ok + "Content-Length: 2\r\n\r\nbody", "200 bo"},
+        {ok + "Content-Length: 4\r\nContent-Length: 4\r\n\r\nbody", "200 body"},
+        {ok + "Content-Length: 4, 4\r\n\r\nbody", "200 body"},
+        {ok + "Content-Length: 2\r\nX: y\r\ncontent-length: 4\r\n\r\nbody", bad},
+        {ok + "Content-Length: 2, 4\r\n\r\nbody", bad},
+        {ok + "Content-Length: 4,\r\n\r\nbody", bad},
+        {ok + "Content-Length: 4x\r\n\r\nbody", bad},
+        {ok + "Content-Length: 4\r\n 4\r\n\r\nbody", bad},
+        {ok + "Content-Length: 2\r\nContent-Length: 4\r\nTransfer-Encoding: chunked\r\n\r\nbody", bad},
+        {ok + "Content-Length: +4\r\n\r\nbody", bad},
+        {ok + "Content-Length: 0x4\r\n\r\nbody", bad},
         {ok + "Content-Length: -4\r\n\r\nbody", bad},
-        {ok + "Content-Length: many\r\n\r\nbody", bad},
+        {ok + "Content-Length: 18446744073709551620\r\n\r\nbody", bad},
         {"garbage\r\n\r\n", bad},
         {std::string(100, '\0'), bad},
         {"HTTP/1.1 abc OK\r\n\r\n", bad},
         {"HTTP/9.9 200 OK\r\n\r\n", bad},
         {"220 mail.example ready\r\n", bad, Reply::Then::silence},
         {ok + "X: " + std::string(200'000, 'x') + "\r\nContent-Length: 0\r\n\r\n", bad},
+        {ok + repeated("X-Field: " + std::string(1'000, 'x') + "\r\n", 1'024) + "Content-Length: 0\r\n\r\n", bad},
+        {repeated("HTTP/1.1 103 Early\r\nX: y\r\n\r\n", 80'000), bad, Reply::Then::silence},
         {"HTTP/1.1 304 Not Modified\r\n\r\n", "304 "},
         {"HTTP/1.1 302 Found\r\nContent-Length: 0\r\n\r\n", "302 "},
     };
@@ -172,21 +189,6 @@ TEST_F(URLSessionTest, EveryReplyBecomesOneOutcome)
         EXPECT_EQ(fetch(session, makeRequest(fresh.url())).summary(), outcome) << bytes.substr(0, 100);
         EXPECT_EQ(fresh.requests().size(), 1U) << bytes.substr(0, 100);
     }
-}
-
-TEST_F(URLSessionTest, BoundsTheHeadOfTheReply)
-{
-    std::string fields;
-    while (fields.size() < mebibyte)
-        fields += "X-Field: " + std::string(1'000, 'x') + "\r\n";
-    server.enqueue(Reply::raw("HTTP/1.1 200 OK\r\n" + fields + "Content-Length: 0\r\n\r\n"));
-    EXPECT_EQ(fetch(session, makeRequest(server.url())).summary(), summary(URLError::badServerResponse));
-
-    std::string interim;
-    while (interim.size() < 2 * mebibyte)
-        interim += "HTTP/1.1 103 Early\r\nX: y\r\n\r\n";
-    server.enqueue(Reply::raw(interim, Reply::Then::silence));
-    EXPECT_EQ(fetch(session, makeRequest(server.url())).summary(), summary(URLError::badServerResponse));
 }
 
 TEST_F(URLSessionTest, HandsOverTheHeadOfTheFinalReply)

@@ -1,6 +1,7 @@
 #include "Tests/Support/Collector.h"
 
 #include "Platform/Foundation/JSONSerialization.h"
+#include "Platform/Foundation/URLRequest.h"
 
 #include <poll.h>
 #include <sys/inotify.h>
@@ -28,19 +29,13 @@ Collector::Request parsed(std::string_view line)
     return {.method = *method, .path = *path, .headers = *headers, .body = *body, .line = *json};
 }
 
-bool equalsIgnoringCase(std::string_view left, std::string_view right)
-{
-    const auto lowered
-        = [](char letter) { return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter; };
-    return std::ranges::equal(left, right, {}, lowered, lowered);
-}
-
 } // namespace
 
 const std::string* Collector::Request::header(std::string_view name) const
 {
-    const auto found
-        = std::ranges::find_if(headers, [name](const auto& field) { return equalsIgnoringCase(field.first, name); });
+    const HeaderFieldLess less;
+    const auto found = std::ranges::find_if(
+        headers, [&](const auto& field) { return !less(field.first, name) && !less(name, field.first); });
     return found != headers.end() ? found->second.as<std::string>() : nullptr;
 }
 

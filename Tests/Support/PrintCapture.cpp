@@ -46,14 +46,6 @@ std::vector<std::string> PrintCapture::takeLines()
     return std::exchange(captured, {});
 }
 
-bool PrintCapture::waitForLine(std::string_view beginning) const
-{
-    std::unique_lock lock {mutex};
-    return changed.wait_for(lock, std::chrono::seconds {10}, [beginning] {
-        return std::ranges::any_of(captured, [beginning](const auto& line) { return line.starts_with(beginning); });
-    });
-}
-
 bool PrintCapture::waitForLast(std::string_view beginning, std::string_view line) const
 {
     std::unique_lock lock {mutex};

@@ -21,9 +21,6 @@ public:
     /// The same, and forgets them.
     std::vector<std::string> takeLines();
 
-    /// Waits, at most ten seconds, until a line has begun so; false when none came.
-    [[nodiscard]] bool waitForLine(std::string_view beginning) const;
-
     /// Waits, at most ten seconds, until this is the last of the lines that begin so; false when it is not.
     [[nodiscard]] bool waitForLast(std::string_view beginning, std::string_view line) const;
 };
