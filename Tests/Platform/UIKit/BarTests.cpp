@@ -5,13 +5,10 @@
 #include "Platform/UIKit/UITableView.h"
 #include "Platform/UIKit/UIWindow.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace kova::tests {
 namespace {
-
-using testing::ElementsAre;
 
 /// In the fixed pitch of the model: a code point of the bar's 17 points is this wide.
 constexpr double pitch = 17 * 0.6;
@@ -42,45 +39,40 @@ struct BarTest : testing::Test {
     {
         return button ? dynamic_cast<UIButton&>(*button).title().value_or("") : "none";
     }
-    CGRect titleFrame() const { return bar.subviews().front()->frame(); }
 };
 
-struct TitleCase {
-    const char* name;
-    const char* title;
-    const char* left;
-    const char* right;
-    double width;
-    double x;
-    double titleWidth;
-};
-
-class BarTitleTest : public BarTest, public testing::WithParamInterface<TitleCase> { };
-
-TEST_P(BarTitleTest, StandsInTheMiddleOfWhatTheButtonsLeave)
+TEST_F(BarTest, TheTitleStandsInTheMiddleOfWhatTheButtonsLeave)
 {
-    const auto& row = GetParam();
-    root->setTitle(row.title);
-    if (row.left)
-        root->navigationItem().setLeftBarButtonItem(item(row.left));
-    if (row.right)
-        root->navigationItem().setRightBarButtonItem(item(row.right));
-    show(row.width);
-    EXPECT_EQ(bar.frame(), CGRect(0, 0, row.width, 44));
-    EXPECT_EQ(bar.shownTitle(), row.title);
-    EXPECT_NEAR(titleFrame().origin.x, row.x, 1e-9);
-    EXPECT_NEAR(titleFrame().size.width, row.titleWidth, 1e-9);
-    EXPECT_NEAR(titleFrame().origin.y + titleFrame().size.height / 2, 22, 1e-9);
+    struct Case {
+        const char* title;
+        const char* left;
+        const char* right;
+        double width;
+        double x;
+        double titleWidth;
+    };
+    const Case cases[] {
+        {"Title", nullptr, nullptr, 320, 160 - 2.5 * pitch, 5 * pitch},
+        {"Title", "OK", "Close", 320, 160 - 2.5 * pitch, 5 * pitch},
+        // Pushed aside, cut, and without any room.
+        {"0123456789012345", nullptr, "Apagar", 320, 312 - (6 * pitch + 16) - 16 * pitch, 16 * pitch},
+        {"01234567890123456789012345678901234567890", "OK", "OK", 320, 52, 320 - 2 * 52},
+        {"Title", "OK", "OK", 60, 52, 0},
+    };
+    for (const auto& [title, left, right, width, x, titleWidth] : cases) {
+        SCOPED_TRACE(testing::Message() << title << " within " << width);
+        root->setTitle(title);
+        root->navigationItem().setLeftBarButtonItem(left ? item(left) : nullptr);
+        root->navigationItem().setRightBarButtonItem(right ? item(right) : nullptr);
+        show(width);
+        EXPECT_EQ(bar.frame(), CGRect(0, 0, width, 44));
+        EXPECT_EQ(bar.shownTitle(), title);
+        const auto frame = bar.subviews().front()->frame();
+        EXPECT_NEAR(frame.origin.x, x, 1e-9);
+        EXPECT_NEAR(frame.size.width, titleWidth, 1e-9);
+        EXPECT_NEAR(frame.origin.y + frame.size.height / 2, 22, 1e-9);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Titles, BarTitleTest,
-    testing::Values(TitleCase {"Alone", "Title", nullptr, nullptr, 320, 160 - 2.5 * pitch, 5 * pitch},
-        TitleCase {"BetweenButtons", "Title", "OK", "Close", 320, 160 - 2.5 * pitch, 5 * pitch},
-        TitleCase {
-            "PushedAside", "0123456789012345", nullptr, "Apagar", 320, 312 - (6 * pitch + 16) - 16 * pitch, 16 * pitch},
-        TitleCase {"Cut", "01234567890123456789012345678901234567890", "OK", "OK", 320, 52, 320 - 2 * 52},
-        TitleCase {"NoRoomAtAll", "Title", "OK", "OK", 60, 52, 0}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(BarTest, ShowsTheItemOfTheTopmostScreen)
 {
@@ -152,17 +144,6 @@ TEST_F(BarTest, AButtonMayCloseTheStackItIsIn)
     EXPECT_TRUE(released.expired());
 }
 
-struct EdgeCase {
-    const char* name;
-    /// Makes the screen's view, with the scroll view in question.
-    std::shared_ptr<UIView> (*make)(const std::shared_ptr<UIScrollView>& scrollView);
-    UIRectEdge edges;
-    CGRect frame;
-    double inset;
-};
-
-class EdgeTest : public BarTest, public testing::WithParamInterface<EdgeCase> { };
-
 std::shared_ptr<UIView> asItself(const std::shared_ptr<UIScrollView>& scrollView)
 {
     return scrollView;
@@ -189,30 +170,42 @@ std::shared_ptr<UIView> amongOthers(const std::shared_ptr<UIScrollView>& scrollV
     return view;
 }
 
-TEST_P(EdgeTest, TheTopmostLiesBeneathTheBarOrBelowIt)
+TEST_F(BarTest, TheTopmostLiesBeneathTheBarOrBelowIt)
 {
-    const auto scrollView = std::make_shared<UIScrollView>();
-    root->setView(GetParam().make(scrollView));
-    root->setEdgesForExtendedLayout(GetParam().edges);
-    show();
-    EXPECT_EQ(root->view()->frame(), GetParam().frame);
-    EXPECT_EQ(scrollView->adjustedContentInset().top, GetParam().inset);
-    EXPECT_EQ(scrollView->contentOffset().y, -GetParam().inset);
-    window->setFrame({0, 0, 640, 320});
-    window->layoutIfNeeded();
-    EXPECT_EQ(root->view()->frame().size.width, 640);
-    EXPECT_EQ(root->view()->frame().maxY(), 320);
-    EXPECT_EQ(scrollView->adjustedContentInset().top, GetParam().inset);
-    EXPECT_EQ(scrollView->clampedOffset({.x = 0, .y = -1000}).y, -GetParam().inset);
+    struct Case {
+        const char* name;
+        /// Makes the screen's view, with the scroll view in question.
+        std::shared_ptr<UIView> (*make)(const std::shared_ptr<UIScrollView>& scrollView);
+        UIRectEdge edges;
+        CGRect frame;
+        double inset;
+    };
+    const Case cases[] {
+        {"is the scroll view", asItself, UIRectEdge::all, {0, 0, 320, 640}, 44},
+        {"is filled by it", within<0>, UIRectEdge::all, {0, 0, 320, 640}, 44},
+        {"has it lower", within<100>, UIRectEdge::all, {0, 0, 320, 640}, 0},
+        {"has it among others", amongOthers, UIRectEdge::all, {0, 0, 320, 640}, 0},
+        {"lies below the bar", within<0>, UIRectEdge::none, {0, 44, 320, 596}, 0},
+    };
+    for (const auto& [name, make, edges, frame, inset] : cases) {
+        SCOPED_TRACE(name);
+        root = std::make_shared<UIViewController>();
+        stack = std::make_shared<UINavigationController>(root);
+        const auto scrollView = std::make_shared<UIScrollView>();
+        root->setView(make(scrollView));
+        root->setEdgesForExtendedLayout(edges);
+        show();
+        EXPECT_EQ(root->view()->frame(), frame);
+        EXPECT_EQ(scrollView->adjustedContentInset().top, inset);
+        EXPECT_EQ(scrollView->contentOffset().y, -inset);
+        window->setFrame({0, 0, 640, 320});
+        window->layoutIfNeeded();
+        EXPECT_EQ(root->view()->frame().size.width, 640);
+        EXPECT_EQ(root->view()->frame().maxY(), 320);
+        EXPECT_EQ(scrollView->adjustedContentInset().top, inset);
+        EXPECT_EQ(scrollView->clampedOffset({.x = 0, .y = -1000}).y, -inset);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Edges, EdgeTest,
-    testing::Values(EdgeCase {"ScrollView", asItself, UIRectEdge::all, {0, 0, 320, 640}, 44},
-        EdgeCase {"FillsTheView", within<0>, UIRectEdge::all, {0, 0, 320, 640}, 44},
-        EdgeCase {"LiesLower", within<100>, UIRectEdge::all, {0, 0, 320, 640}, 0},
-        EdgeCase {"AmongOthers", amongOthers, UIRectEdge::all, {0, 0, 320, 640}, 0},
-        EdgeCase {"BelowTheBar", within<0>, UIRectEdge::none, {0, 44, 320, 596}, 0}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(BarTest, ATableBeneathTheBarAsksOnlyForWhatIsSeen)
 {
@@ -235,69 +228,65 @@ TEST_F(BarTest, ATableBeneathTheBarAsksOnlyForWhatIsSeen)
     EXPECT_EQ(table->convert(table->rectForRow({.row = 0}), nullptr).origin.y, 44);
 }
 
-struct AlertCase {
-    const char* name;
-    std::vector<std::string> actions;
-    double height;
-    std::vector<CGRect> buttons;
-};
-
-class AlertTest : public BarTest, public testing::WithParamInterface<AlertCase> { };
-
-// The title is one line of 20.4 points, the message two of 15.6, with 4 between them and 16 around.
-constexpr double textHeight = 16 + 20.4 + 4 + 31.2 + 16;
-
-TEST_P(AlertTest, StacksMoreThanTwoButtons)
+TEST_F(BarTest, AnAlertStacksMoreThanTwoButtons)
 {
-    const auto alert = std::make_shared<UIAlertController>(
-        "Aviso", "Deseja apagar esta notificação agora?", UIAlertControllerStyle::alert);
-    std::string chosen;
-    for (const auto& title : GetParam().actions)
-        alert->addAction({.title = title, .handler = [&chosen, title] { chosen = title; }});
+    struct Case {
+        std::vector<std::string> actions;
+        std::vector<CGRect> buttons;
+    };
+    const Case cases[] {
+        {{}, {}},
+        {{"a"}, {{0, 0, 270, 44}}},
+        {{"a", "b"}, {{0, 0, 135, 44}, {135, 0, 135, 44}}},
+        {{"a", "b", "c"}, {{0, 0, 270, 44}, {0, 44, 270, 44}, {0, 88, 270, 44}}},
+    };
+    // The title is one line of 20.4 points, the message two of 15.6, with 4 between them and 16 around.
+    constexpr double textHeight = 16 + 20.4 + 4 + 31.2 + 16;
     show();
-    root->present(alert, true);
-    const auto& box = *alert->boxView();
-    EXPECT_EQ(alert->view()->frame(), CGRect(0, 0, 320, 640));
-    EXPECT_EQ(alert->view()->backgroundColor(), UIColor::withWhite(0, 0.4));
-    EXPECT_EQ(box.layer().cornerRadius(), 14);
-    EXPECT_EQ(box.frame().origin.x, 25);
-    EXPECT_EQ(box.frame().size.width, 270);
-    EXPECT_NEAR(box.frame().size.height, GetParam().height, 1e-9);
-    EXPECT_NEAR(box.frame().origin.y, (640 - GetParam().height) / 2, 1e-9);
-    std::vector<UIButton*> buttons;
-    std::vector<CGRect> lines;
-    for (const auto& view : box.subviews()) {
-        if (auto* button = dynamic_cast<UIButton*>(view.get()))
-            buttons.push_back(button);
-        else if (view->backgroundColor())
-            lines.push_back(view->frame());
+    for (const auto& [actions, expected] : cases) {
+        SCOPED_TRACE(actions.size());
+        const auto alert = std::make_shared<UIAlertController>(
+            "Aviso", "Deseja apagar esta notificação agora?", UIAlertControllerStyle::alert);
+        std::string chosen;
+        for (const auto& title : actions)
+            alert->addAction({.title = title, .handler = [&chosen, title] { chosen = title; }});
+        root->present(alert, true);
+        const auto& box = *alert->boxView();
+        const auto height = textHeight + (expected.empty() ? 0 : expected.back().maxY());
+        EXPECT_EQ(alert->view()->frame(), CGRect(0, 0, 320, 640));
+        EXPECT_EQ(box.frame().origin.x, 25);
+        EXPECT_EQ(box.frame().size.width, 270);
+        EXPECT_NEAR(box.frame().size.height, height, 1e-9);
+        EXPECT_NEAR(box.frame().origin.y, (640 - height) / 2, 1e-9);
+        std::vector<UIButton*> buttons;
+        std::vector<CGRect> lines;
+        for (const auto& view : box.subviews()) {
+            if (auto* button = dynamic_cast<UIButton*>(view.get()))
+                buttons.push_back(button);
+            else if (view->backgroundColor())
+                lines.push_back(view->frame());
+        }
+        ASSERT_EQ(buttons.size(), expected.size());
+        ASSERT_EQ(lines.size(), expected.size());
+        for (std::size_t index = 0; index < expected.size(); ++index) {
+            const auto& [origin, size] = expected[index];
+            EXPECT_EQ(buttons[index]->frame().origin.x, origin.x);
+            EXPECT_NEAR(buttons[index]->frame().origin.y, textHeight + origin.y, 1e-9);
+            EXPECT_EQ(buttons[index]->frame().size, size);
+            // Between it and what is above it or, in a row, to its left.
+            EXPECT_EQ(lines[index].origin.x, origin.x);
+            EXPECT_NEAR(lines[index].origin.y, textHeight + origin.y, 1e-9);
+            EXPECT_EQ(lines[index].size, origin.x > 0 ? CGSize(1, 44) : CGSize(270, 1));
+        }
+        if (buttons.empty()) {
+            alert->dismiss(true);
+        } else {
+            press(buttons.back());
+            EXPECT_EQ(chosen, actions.back());
+        }
+        EXPECT_EQ(window->topViewController(), root.get());
     }
-    ASSERT_EQ(buttons.size(), GetParam().buttons.size());
-    ASSERT_EQ(lines.size(), buttons.size());
-    for (std::size_t index = 0; index < buttons.size(); ++index) {
-        const auto& expected = GetParam().buttons[index];
-        EXPECT_EQ(buttons[index]->frame().origin.x, expected.origin.x);
-        EXPECT_NEAR(buttons[index]->frame().origin.y, textHeight + expected.origin.y, 1e-9);
-        EXPECT_EQ(buttons[index]->frame().size, expected.size);
-        // Between it and what is above it or, in a row, to its left.
-        const bool isUpright = expected.origin.x > 0;
-        EXPECT_EQ(lines[index].origin.x, expected.origin.x);
-        EXPECT_NEAR(lines[index].origin.y, textHeight + expected.origin.y, 1e-9);
-        EXPECT_EQ(lines[index].size, isUpright ? CGSize(1, 44) : CGSize(270, 1));
-    }
-    if (buttons.empty())
-        return;
-    press(buttons.back());
-    EXPECT_EQ(chosen, GetParam().actions.back());
-    EXPECT_EQ(window->topViewController(), root.get());
 }
-
-INSTANTIATE_TEST_SUITE_P(Boxes, AlertTest,
-    testing::Values(AlertCase {"None", {}, textHeight, {}},
-        AlertCase {"One", {"a"}, textHeight + 44, {{0, 0, 270, 44}}},
-        AlertCase {"Two", {"a", "b"}, textHeight + 44, {{0, 0, 135, 44}, {135, 0, 135, 44}}},
-        AlertCase {"Three", {"a", "b", "c"}, textHeight + 132, {{0, 0, 270, 44}, {0, 44, 270, 44}, {0, 88, 270, 44}}}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(BarTest, TheBrowserShowsItsAddressAndIsClosedByItsButton)
 {

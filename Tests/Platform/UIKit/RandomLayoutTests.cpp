@@ -70,9 +70,11 @@ TEST(RandomLayout, WhatCanBeMetIsMet)
             const auto attribute = any();
             const auto toAttribute = any();
             const auto slack = pick(-1, 1);
+            const auto multiplier = pick(1, 4) * 0.5;
             constraints.push_back(std::make_shared<NSLayoutConstraint>(views[first], attribute,
-                static_cast<NSLayoutRelation>(slack), views[second], toAttribute, 1,
-                valueOf(known[first], attribute) - valueOf(known[second], toAttribute) - slack * pick(0, 30)));
+                static_cast<NSLayoutRelation>(slack), views[second], toAttribute, multiplier,
+                valueOf(known[first], attribute) - multiplier * valueOf(known[second], toAttribute)
+                    - slack * pick(0, 30)));
         }
         NSLayoutConstraint::activate(constraints);
         testing::internal::CaptureStderr();
@@ -86,7 +88,8 @@ TEST(RandomLayout, WhatCanBeMetIsMet)
         ++examined;
         for (const auto& constraint : constraints) {
             const auto excess = valueOf(constraint->firstItem()->frame(), constraint->firstAttribute())
-                - valueOf(constraint->secondItem()->frame(), constraint->secondAttribute()) - constraint->constant();
+                - constraint->multiplier() * valueOf(constraint->secondItem()->frame(), constraint->secondAttribute())
+                - constraint->constant();
             if (constraint->relation() != NSLayoutRelation::lessThanOrEqual) {
                 EXPECT_GT(excess, -1e-4) << "round " << round;
             }

@@ -165,9 +165,6 @@ TEST(Relayout, PlacingSubviewsMayAskForMore)
     button.setTitle("a title wider than the button", UIControlState::normal);
     button.layoutIfNeeded();
     EXPECT_EQ(button.titleLabel().frame(), CGRect(0, 15, 100, 20));
-    button.setTitle(std::nullopt, UIControlState::normal);
-    button.layoutIfNeeded();
-    EXPECT_EQ(button.titleLabel().frame().size, CGSize {});
 }
 
 TEST(Relayout, ManyAndDeepViews)

@@ -20,237 +20,130 @@ std::vector<IndexPath> at(const std::vector<std::int64_t>& rows)
     return paths;
 }
 
-/// What a row of the table of cases may do to the table and its data.
-struct Batch {
-    TableScene& scene;
+const std::vector<std::string> five {"0", "1", "2", "3", "4"};
 
-    void begin() const { scene.table->beginUpdates(); }
-    void end() const { scene.table->endUpdates(); }
-    void deleteRows(const std::vector<std::int64_t>& rows) const
-    {
-        scene.table->deleteRows(at(rows), UITableViewRowAnimation::fade);
-    }
-    void insertRows(const std::vector<std::int64_t>& rows) const
-    {
-        scene.table->insertRows(at(rows), UITableViewRowAnimation::top);
-    }
-    void reloadRows(const std::vector<std::int64_t>& rows) const
-    {
-        scene.table->reloadRows(at(rows), UITableViewRowAnimation::automatic);
-    }
-    void setData(std::vector<std::string> rows) const { scene.rows = std::move(rows); }
-};
-
-struct BatchCase {
-    const char* name;
-    void (*run)(const Batch& batch);
-    std::vector<std::string> texts;
-    /// Which of the cells 0 to 4 of before shows the row now; -1 for a cell that is none of them.
-    std::vector<int> cells;
-    bool reloadsWhole = false;
-    int counts = 1;
-};
-
-class TableBatchTest : public testing::TestWithParam<BatchCase> { };
-
-TEST_P(TableBatchTest, TheCountOfTheDataSourceHolds)
+TEST(TableBatchesTest, TheCountOfTheDataSourceHolds)
 {
-    TableScene scene {5};
-    ASSERT_THAT(scene.shown(), ElementsAre("0", "1", "2", "3", "4"));
-    std::vector<std::shared_ptr<UITableViewCell>> before;
-    for (std::int64_t row = 0; row < 5; ++row)
-        before.push_back(scene.table->cellForRow({.row = row}));
-    scene.countsAsked = 0;
-    GetParam().run({scene});
-    EXPECT_EQ(scene.countsAsked, GetParam().counts);
-    EXPECT_EQ(scene.table->numberOfRows(), std::ssize(GetParam().texts));
-    if (GetParam().counts > 0) {
+    struct Case {
+        const char* name;
+        std::vector<std::int64_t> deleted;
+        std::vector<std::int64_t> inserted;
+        std::vector<std::int64_t> reloaded;
+        /// What the data source has from the middle of the batch on.
+        std::vector<std::string> rows;
+        /// Which of the cells 0 to 4 of before shows the row now, -1 for a cell that is none of them; none at all when
+        /// the table has to be loaded anew.
+        std::optional<std::vector<int>> cells;
+    };
+    constexpr auto least = std::numeric_limits<std::int64_t>::min();
+    constexpr auto greatest = std::numeric_limits<std::int64_t>::max();
+    const Case cases[] {
+        {"nothing", {}, {}, {}, five, {{0, 1, 2, 3, 4}}},
+        // The deleted cells are used again for the new rows, the one that was recycled last first.
+        {"deletes by old and inserts by new numbers", {0, 4, 1}, {0, 2}, {}, {"a", "2", "b", "3"}, {{4, 2, 1, 3}}},
+        {"a reload takes another cell", {}, {}, {1}, {"0", "x", "2", "3", "4"}, {{0, -1, 2, 3, 4}}},
+        {"a reload of a row that moves", {}, {0}, {2}, {"new", "0", "1", "x", "3", "4"}, {{-1, 0, 1, -1, 3, 4}}},
+        {"negative rows", {-1, least}, {-1}, {}, five, {{0, 1, 2, 3, 4}}},
+        {"a row that is not there", {9}, {}, {}, five, std::nullopt},
+        {"a row that is not there, with data", {greatest}, {}, {}, {"0", "1"}, std::nullopt},
+        {"a deletion without data", {0}, {}, {}, five, std::nullopt},
+        {"data without a deletion", {}, {}, {}, {"1"}, std::nullopt},
+        {"doubles", {3, 3}, {}, {}, {"0", "1", "2"}, std::nullopt},
+        {"an insertion beyond the end", {}, {6}, {}, {"0", "1", "2", "3", "4", "5"}, std::nullopt},
+        {"a reload of a deleted row", {4}, {}, {4}, {"0", "1", "2", "3"}, std::nullopt},
+    };
+    for (const auto& [name, deleted, inserted, reloaded, rows, expectedCells] : cases) {
+        SCOPED_TRACE(name);
+        TableScene scene {5};
+        ASSERT_EQ(scene.shown(), five);
+        std::vector<std::shared_ptr<UITableViewCell>> before;
+        for (std::int64_t row = 0; row < 5; ++row)
+            before.push_back(scene.table->cellForRow({.row = row}));
+        scene.countsAsked = 0;
+        scene.table->beginUpdates();
+        scene.table->insertRows(at(inserted), UITableViewRowAnimation::top);
+        scene.table->deleteRows(at(deleted), UITableViewRowAnimation::fade);
+        scene.rows = rows;
+        scene.table->reloadRows(at(reloaded), UITableViewRowAnimation::automatic);
+        scene.table->endUpdates();
+        EXPECT_EQ(scene.table->numberOfRows(), std::ssize(rows));
         ASSERT_TRUE(scene.lastUpdate);
-        EXPECT_EQ(scene.lastUpdate->reloadedWhole, GetParam().reloadsWhole);
+        EXPECT_EQ(scene.lastUpdate->reloadedWhole, !expectedCells);
+        EXPECT_EQ(scene.shown(), rows);
+        EXPECT_EQ(scene.countsAsked, 1) << "the layout does not count again";
+        EXPECT_EQ(scene.table->subviews().size(), rows.size());
+        if (!expectedCells)
+            continue;
+        std::vector<int> cells;
+        for (std::int64_t row = 0; row < scene.table->numberOfRows(); ++row) {
+            const auto found = std::ranges::find(before, scene.table->cellForRow({.row = row}));
+            cells.push_back(found == before.end() ? -1 : static_cast<int>(found - before.begin()));
+            EXPECT_EQ(scene.table->subviews()[static_cast<std::size_t>(row)], scene.table->cellForRow({.row = row}));
+            EXPECT_EQ(scene.cell(row)->frame().origin.y, 80 * static_cast<double>(row));
+        }
+        EXPECT_EQ(cells, *expectedCells);
     }
-    EXPECT_THAT(scene.shown(), ElementsAreArray(GetParam().texts));
-    EXPECT_EQ(scene.countsAsked, GetParam().counts) << "the layout does not count again";
-    EXPECT_EQ(scene.table->subviews().size(), GetParam().texts.size());
-    if (GetParam().reloadsWhole)
-        return;
-    std::vector<int> cells;
-    for (std::int64_t row = 0; row < scene.table->numberOfRows(); ++row) {
-        const auto found = std::ranges::find(before, scene.table->cellForRow({.row = row}));
-        cells.push_back(found == before.end() ? -1 : static_cast<int>(found - before.begin()));
-        EXPECT_EQ(scene.table->subviews()[static_cast<std::size_t>(row)], scene.table->cellForRow({.row = row}));
-        EXPECT_EQ(scene.cell(row)->frame().origin.y, 80 * static_cast<double>(row));
-    }
-    EXPECT_THAT(cells, ElementsAreArray(GetParam().cells));
 }
 
-INSTANTIATE_TEST_SUITE_P(Batches, TableBatchTest,
-    testing::Values(BatchCase {"Nothing",
-                        [](const Batch& batch) {
-                            batch.begin();
-                            batch.end();
-                        },
-                        {"0", "1", "2", "3", "4"}, {0, 1, 2, 3, 4}},
-        BatchCase {"InsertAtTop",
-            [](const Batch& batch) {
-                batch.setData({"new", "0", "1", "2", "3", "4"});
-                batch.begin();
-                batch.insertRows({0});
-                batch.end();
+TEST(TableBatchesTest, AnythingMayHappenWithinOne)
+{
+    struct Case {
+        const char* name;
+        void (*run)(TableScene& scene);
+        std::vector<std::string> rows;
+        bool reloadsWhole;
+    };
+    const Case cases[] {
+        {"batches",
+            [](TableScene& scene) {
+                scene.table->beginUpdates();
+                scene.table->deleteRows(at({4}), UITableViewRowAnimation::fade);
+                scene.table->endUpdates();
+                scene.table->beginUpdates();
+                scene.rows.pop_back();
+                scene.table->endUpdates();
             },
-            {"new", "0", "1", "2", "3", "4"}, {-1, 0, 1, 2, 3, 4}},
-        BatchCase {"InsertByNewNumbers",
-            [](const Batch& batch) {
-                batch.setData({"a", "0", "b", "1", "2", "3", "4", "c"});
-                batch.insertRows({7, 2, 0});
+            {"0", "1", "2", "3"}, false},
+        {"layout",
+            [](TableScene& scene) {
+                scene.rows = {"0"};
+                scene.table->setFrame({0, 0, 200, 700});
+                scene.window->layoutIfNeeded();
+                scene.table->deleteRows(at({1, 2, 3, 4}), UITableViewRowAnimation::fade);
             },
-            {"a", "0", "b", "1", "2", "3", "4", "c"}, {-1, 0, -1, 1, 2, 3, 4, -1}},
-        BatchCase {"DeleteBeforeTheData",
-            [](const Batch& batch) {
-                batch.begin();
-                batch.deleteRows({1});
-                batch.setData({"0", "2", "3", "4"});
-                batch.end();
+            {"0"}, false},
+        {"a reload of all",
+            [](TableScene& scene) {
+                scene.table->insertRows(at({0}), UITableViewRowAnimation::top);
+                scene.table->reloadData();
+                scene.rows.emplace_back("5");
             },
-            {"0", "2", "3", "4"}, {0, 2, 3, 4}},
-        BatchCase {"DeleteByOldAndInsertByNewNumbers",
-            [](const Batch& batch) {
-                batch.setData({"a", "2", "b", "3"});
-                batch.begin();
-                batch.insertRows({0, 2});
-                batch.deleteRows({0, 4});
-                batch.deleteRows({1});
-                batch.end();
+            {"0", "1", "2", "3", "4", "5"}, true},
+        {"another section",
+            [](TableScene& scene) {
+                scene.table->reloadRows({{.row = 0, .section = 1}}, UITableViewRowAnimation::none);
             },
-            // The deleted cells are used again for the new rows, the one that was recycled last first.
-            {"a", "2", "b", "3"}, {4, 2, 1, 3}},
-        BatchCase {"ReloadTakesAnotherCell",
-            [](const Batch& batch) {
-                batch.setData({"0", "x", "2", "3", "4"});
-                batch.reloadRows({1});
-            },
-            {"0", "x", "2", "3", "4"}, {0, -1, 2, 3, 4}},
-        BatchCase {"ReloadOfARowThatMoves",
-            [](const Batch& batch) {
-                batch.setData({"new", "0", "1", "x", "3", "4"});
-                batch.begin();
-                batch.insertRows({0});
-                batch.reloadRows({2});
-                batch.end();
-            },
-            {"new", "0", "1", "x", "3", "4"}, {-1, 0, 1, -1, 3, 4}},
-        BatchCase {"Nested",
-            [](const Batch& batch) {
-                batch.begin();
-                batch.begin();
-                batch.deleteRows({4});
-                batch.end();
-                batch.begin();
-                batch.setData({"0", "1", "2", "3"});
-                batch.end();
-                batch.end();
-                batch.end();
-            },
-            {"0", "1", "2", "3"}, {0, 1, 2, 3}},
-        BatchCase {"DeleteAll",
-            [](const Batch& batch) {
-                batch.setData({});
-                batch.deleteRows({0, 1, 2, 3, 4});
-            },
-            {}, {}},
-        BatchCase {"ReplaceAll",
-            [](const Batch& batch) {
-                batch.setData({"a", "b"});
-                batch.begin();
-                batch.deleteRows({0, 1, 2, 3, 4});
-                batch.insertRows({0, 1});
-                batch.end();
-            },
-            {"a", "b"}, {4, 3}},
-        BatchCase {"EmptySets",
-            [](const Batch& batch) {
-                batch.deleteRows({});
-                batch.insertRows({});
-                batch.reloadRows({});
-            },
-            {"0", "1", "2", "3", "4"}, {0, 1, 2, 3, 4}, false, 0},
-        BatchCase {"NegativeRows",
-            [](const Batch& batch) {
-                batch.deleteRows({-1, std::numeric_limits<std::int64_t>::min()});
-                batch.begin();
-                batch.insertRows({-1});
-                batch.end();
-            },
-            {"0", "1", "2", "3", "4"}, {0, 1, 2, 3, 4}},
-        BatchCase {"DeleteOfARowThatIsNotThere",
-            [](const Batch& batch) {
-                batch.begin();
-                batch.deleteRows({9});
-                batch.end();
-            },
-            {"0", "1", "2", "3", "4"}, {}, true},
-        BatchCase {"DeleteOfARowThatIsNotThereWithData",
-            [](const Batch& batch) {
-                batch.begin();
-                batch.deleteRows({std::numeric_limits<std::int64_t>::max()});
-                batch.setData({"0", "1"});
-                batch.end();
-            },
-            {"0", "1"}, {}, true},
-        BatchCase {"DeleteWithoutData", [](const Batch& batch) { batch.deleteRows({0}); }, {"0", "1", "2", "3", "4"},
-            {}, true},
-        BatchCase {"DataWithoutDelete",
-            [](const Batch& batch) {
-                batch.begin();
-                batch.setData({"1"});
-                batch.end();
-            },
-            {"1"}, {}, true},
-        BatchCase {"Doubles",
-            [](const Batch& batch) {
-                batch.setData({"0", "1", "2"});
-                batch.deleteRows({3, 3});
-            },
-            {"0", "1", "2"}, {}, true},
-        BatchCase {"InsertBeyondTheEnd",
-            [](const Batch& batch) {
-                batch.setData({"0", "1", "2", "3", "4", "5"});
-                batch.insertRows({6});
-            },
-            {"0", "1", "2", "3", "4", "5"}, {}, true},
-        BatchCase {"ReloadOfADeletedRow",
-            [](const Batch& batch) {
-                batch.setData({"0", "1", "2", "3"});
-                batch.begin();
-                batch.deleteRows({4});
-                batch.reloadRows({4});
-                batch.end();
-            },
-            {"0", "1", "2", "3"}, {}, true},
-        BatchCase {"AnotherSection",
-            [](const Batch& batch) {
-                batch.scene.table->reloadRows({{.row = 0, .section = 1}}, UITableViewRowAnimation::none);
-            },
-            {"0", "1", "2", "3", "4"}, {}, true},
-        BatchCase {"ReloadDataWithin",
-            [](const Batch& batch) {
-                batch.begin();
-                batch.insertRows({0});
-                batch.scene.table->reloadData();
-                batch.setData({"a", "0", "1", "2", "3", "4"});
-                batch.end();
-            },
-            {"a", "0", "1", "2", "3", "4"}, {}, true},
-        BatchCase {"LayoutWithin",
-            [](const Batch& batch) {
-                batch.begin();
-                batch.setData({"0"});
-                batch.scene.table->setFrame({0, 0, 200, 700});
-                batch.scene.window->layoutIfNeeded();
-                batch.deleteRows({1, 2, 3, 4});
-                batch.end();
-            },
-            {"0"}, {0}}),
-    [](const auto& row) { return std::string(row.param.name); });
+            five, true},
+    };
+    for (const auto& [name, run, rows, reloadsWhole] : cases) {
+        SCOPED_TRACE(name);
+        TableScene scene {5};
+        scene.window->layoutIfNeeded();
+        scene.countsAsked = 0;
+        scene.table->deleteRows({}, UITableViewRowAnimation::fade);
+        scene.table->insertRows({}, UITableViewRowAnimation::fade);
+        scene.table->reloadRows({}, UITableViewRowAnimation::fade);
+        EXPECT_EQ(scene.countsAsked, 0) << "no row is no update";
+        scene.table->beginUpdates();
+        run(scene);
+        scene.table->endUpdates();
+        // One end too many.
+        scene.table->endUpdates();
+        EXPECT_EQ(scene.countsAsked, 1);
+        EXPECT_EQ(scene.lastUpdate->reloadedWhole, reloadsWhole);
+        EXPECT_EQ(scene.shown(), rows);
+    }
+}
 
 TEST(TableBatchesTest, TheFirstUpdateCountsWhenNoLayoutHas)
 {

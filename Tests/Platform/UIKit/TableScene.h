@@ -86,11 +86,6 @@ public:
         ++heightsAsked;
         return height ? height(indexPath.row) : rowHeight;
     }
-    void didSelectRowAt(UITableView&, IndexPath indexPath) override
-    {
-        if (onSelect)
-            onSelect(indexPath);
-    }
     void viewDidChange(UIView&, UIChange) override { }
     void viewWillLeave(UIView&) override { }
     void tableDidUpdate(UITableView&, const UITableViewUpdate& update) override { lastUpdate = update; }
@@ -106,7 +101,6 @@ public:
     std::function<double(std::int64_t)> height;
     std::function<void()> whenACellIsAsked;
     std::function<void(UITableViewCellEditingStyle, IndexPath)> onCommit;
-    std::function<void(IndexPath)> onSelect;
 };
 
 } // namespace kova::tests

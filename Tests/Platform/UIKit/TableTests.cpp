@@ -10,47 +10,41 @@
 namespace kova::tests {
 namespace {
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-struct SizeCase {
-    std::size_t rowCount;
-    double offset;
-    std::size_t cells;
-    std::int64_t firstRow;
-};
-
-class TableSizeTest : public testing::TestWithParam<SizeCase> { };
-
-TEST_P(TableSizeTest, OnlyVisibleRowsHaveCells)
+TEST(TableTest, OnlyVisibleRowsHaveCells)
 {
-    TableScene scene {GetParam().rowCount};
-    EXPECT_EQ(scene.countsAsked, 0);
-    scene.window->layoutIfNeeded();
-    EXPECT_EQ(scene.countsAsked, 1);
-    scene.scrollTo(GetParam().offset);
-    const auto rows = scene.table->indexPathsForVisibleRows();
-    ASSERT_THAT(rows, SizeIs(GetParam().cells));
-    EXPECT_EQ(scene.table->subviews().size(), rows.size());
-    for (std::size_t index = 0; index < rows.size(); ++index) {
-        const auto row = rows[index].row;
-        EXPECT_EQ(row, GetParam().firstRow + static_cast<std::int64_t>(index));
-        EXPECT_EQ(scene.cell(row)->text, std::to_string(row));
-        EXPECT_EQ(scene.cell(row)->frame(), CGRect(0, 80 * static_cast<double>(row), 320, 80));
-        EXPECT_EQ(scene.table->subviews()[index].get(), scene.cell(row)) << "cells are stacked by row";
+    struct Case {
+        std::size_t rowCount;
+        double offset;
+        std::size_t cells;
+        std::int64_t firstRow;
+    };
+    const Case cases[] {{0, 0, 0, 0}, {3, 0, 3, 0}, {3, 100, 2, 1}, {3, -780, 1, 0}, {3, 1e300, 0, 0}, {3, NAN, 0, 0},
+        {100'000, 1, 11, 0}, {100'000, 80, 10, 1}, {100'000, 7'999'200, 10, 99'990}};
+    for (const auto& [rowCount, offset, cells, firstRow] : cases) {
+        SCOPED_TRACE(testing::Message() << rowCount << " rows at " << offset);
+        TableScene scene {rowCount};
+        scene.window->layoutIfNeeded();
+        scene.scrollTo(offset);
+        const auto rows = scene.table->indexPathsForVisibleRows();
+        ASSERT_THAT(rows, SizeIs(cells));
+        EXPECT_EQ(scene.table->subviews().size(), rows.size());
+        for (std::size_t index = 0; index < rows.size(); ++index) {
+            const auto row = rows[index].row;
+            EXPECT_EQ(row, firstRow + static_cast<std::int64_t>(index));
+            EXPECT_EQ(scene.cell(row)->text, std::to_string(row));
+            EXPECT_EQ(scene.cell(row)->frame(), CGRect(0, 80 * static_cast<double>(row), 320, 80));
+            EXPECT_EQ(scene.table->subviews()[index].get(), scene.cell(row)) << "cells are stacked by row";
+        }
+        EXPECT_EQ(scene.table->contentSize(), (CGSize {320, 80 * static_cast<double>(rowCount)}));
+        EXPECT_LE(scene.cellsAsked, 25) << "the length of the table costs nothing";
+        EXPECT_LE(scene.heightsAsked, 50);
+        EXPECT_EQ(scene.countsAsked, 1) << "scrolling does not count";
     }
-    EXPECT_EQ(scene.table->contentSize(), (CGSize {320, 80 * static_cast<double>(GetParam().rowCount)}));
-    EXPECT_LE(scene.cellsAsked, 25) << "the length of the table costs nothing";
-    EXPECT_LE(scene.heightsAsked, 50);
-    EXPECT_EQ(scene.countsAsked, 1) << "scrolling does not count";
 }
-
-INSTANTIATE_TEST_SUITE_P(Sizes, TableSizeTest,
-    testing::Values(SizeCase {0, 0, 0, 0}, SizeCase {3, 0, 3, 0}, SizeCase {3, 100, 2, 1}, SizeCase {3, -780, 1, 0},
-        SizeCase {3, 1e300, 0, 0}, SizeCase {3, NAN, 0, 0}, SizeCase {100'000, 0, 10, 0}, SizeCase {100'000, 1, 11, 0},
-        SizeCase {100'000, 80, 10, 1}, SizeCase {100'000, 7'999'200, 10, 99'990}));
 
 TEST(TableTest, ScrollingUsesCellsAgain)
 {
@@ -116,36 +110,39 @@ TEST(TableTest, KnowsTheHeightsOfTheRowsItHasSeen)
     EXPECT_EQ(scene.table->rectForRow({.row = 100'000}), CGRect());
 }
 
-TEST(TableTest, FollowsTheSizeOfItsFrame)
-{
-    TableScene scene {1000};
-    scene.window->layoutIfNeeded();
-    auto* const first = scene.cell(0);
-    scene.table->setFrame({0, 0, 768, 1600});
-    EXPECT_THAT(scene.shown(), SizeIs(20));
-    EXPECT_EQ(scene.cell(0), first);
-    EXPECT_EQ(first->frame(), CGRect(0, 0, 768, 80));
-    EXPECT_EQ(scene.table->contentSize().width, 768);
-    scene.table->setFrame({0, 0, 768, 0});
-    EXPECT_THAT(scene.shown(), IsEmpty());
-    EXPECT_EQ(scene.countsAsked, 1);
-}
+/// Three rows, with cells of its own.
+struct OwnCells : Linkable, UITableViewDataSource {
+    std::vector<std::shared_ptr<UITableViewCell>> cells;
 
-TEST(TableTest, ADataSourceThatIsGoneHasNoRows)
+    OwnCells()
+    {
+        for (int row = 0; row < 3; ++row)
+            cells.push_back(std::make_shared<UITableViewCell>(UITableViewCellStyle::default_, std::nullopt));
+    }
+    std::int64_t numberOfRowsInSection(UITableView&, std::int64_t) override { return std::ssize(cells); }
+    std::shared_ptr<UITableViewCell> cellForRowAt(UITableView&, IndexPath indexPath) override
+    {
+        return cells[static_cast<std::size_t>(indexPath.row)];
+    }
+};
+
+TEST(TableTest, ADataSourceMayKeepItsCellsItselfAndMayGo)
 {
-    struct Source : Linkable, UITableViewDataSource {
-        std::int64_t numberOfRowsInSection(UITableView&, std::int64_t) override { return 5; }
-        std::shared_ptr<UITableViewCell> cellForRowAt(UITableView&, IndexPath) override
-        {
-            return std::make_shared<UITableViewCell>(UITableViewCellStyle::default_, std::nullopt);
-        }
-    };
-    auto source = std::make_unique<Source>();
+    auto source = std::make_unique<OwnCells>();
+    auto& cells = source->cells;
     const auto table = std::make_shared<UITableView>(CGRect {0, 0, 320, 800}, UITableViewStyle::plain);
     table->setDataSource(source.get());
     table->layoutIfNeeded();
-    EXPECT_THAT(table->indexPathsForVisibleRows(), SizeIs(5)) << "plain cells do as well as dequeued ones";
     EXPECT_EQ(table->rectForRow({.row = 1}), CGRect(0, 44, 320, 44)) << "without a delegate rows are 44 high";
+    std::swap(cells[0], cells[2]);
+    table->reloadRows({{.row = 0}, {.row = 1}, {.row = 2}}, UITableViewRowAnimation::none);
+    table->layoutIfNeeded();
+    EXPECT_THAT(table->subviews(), ElementsAre(cells[0], cells[1], cells[2]));
+    EXPECT_EQ(table->cellForRow({.row = 2}), cells[2]);
+    table->reloadData();
+    table->layoutIfNeeded();
+    EXPECT_THAT(table->subviews(), ElementsAre(cells[0], cells[1], cells[2]));
+
     source.reset();
     table->userSelectsRow({.row = 1});
     table->userDeletesRow({.row = 1});
@@ -170,32 +167,6 @@ TEST(TableTest, ADataSourceMayChangeItsRowsWhileItIsAskedForCells)
     scene.table->reloadData();
     EXPECT_THAT(scene.shown(), ElementsAre("a", "b"));
     EXPECT_EQ(scene.table->subviews().size(), 2U);
-}
-
-TEST(TableTest, ADataSourceMayKeepItsCellsItself)
-{
-    struct Source : Linkable, UITableViewDataSource {
-        std::vector<std::shared_ptr<TextCell>> cells;
-        std::int64_t numberOfRowsInSection(UITableView&, std::int64_t) override { return std::ssize(cells); }
-        std::shared_ptr<UITableViewCell> cellForRowAt(UITableView&, IndexPath indexPath) override
-        {
-            return cells[static_cast<std::size_t>(indexPath.row)];
-        }
-    };
-    Source source;
-    for (int row = 0; row < 3; ++row)
-        source.cells.push_back(std::make_shared<TextCell>(UITableViewCellStyle::default_, "own"));
-    const auto table = std::make_shared<UITableView>(CGRect {0, 0, 320, 800}, UITableViewStyle::plain);
-    table->setDataSource(&source);
-    table->layoutIfNeeded();
-    std::swap(source.cells[0], source.cells[2]);
-    table->reloadRows({{.row = 0}, {.row = 1}, {.row = 2}}, UITableViewRowAnimation::none);
-    table->layoutIfNeeded();
-    EXPECT_THAT(table->subviews(), ElementsAre(source.cells[0], source.cells[1], source.cells[2]));
-    EXPECT_EQ(table->cellForRow({.row = 2}), source.cells[2]);
-    table->reloadData();
-    table->layoutIfNeeded();
-    EXPECT_THAT(table->subviews(), ElementsAre(source.cells[0], source.cells[1], source.cells[2]));
 }
 
 /// A screen whose table tells it of selections.
@@ -229,65 +200,64 @@ private:
     }
 };
 
-struct HandlerCase {
-    const char* name;
-    void (*handle)(ListScreen& list);
-    bool closes;
-    std::int64_t rowsAfterwards;
-};
-
-class TableHandlerTest : public testing::TestWithParam<HandlerCase> { };
-
-TEST_P(TableHandlerTest, MayChangeRowsAndScreens)
+TEST(TableTest, AHandlerMayChangeRowsAndScreens)
 {
-    for (const bool deletes : {false, true}) {
-        const auto window = std::make_shared<UIWindow>(CGRect {0, 0, 320, 800});
-        window->setRootViewController(std::make_shared<UIViewController>());
-        auto list = std::make_shared<ListScreen>();
-        list->handler = GetParam().handle;
-        window->rootViewController()->present(std::make_shared<UINavigationController>(list), false);
-        const auto table = std::weak_ptr {list->table};
-        const std::weak_ptr<ListScreen> screen = std::exchange(list, nullptr);
-        auto& shown = *table.lock();
-        if (deletes)
-            shown.userDeletesRow({.row = 3});
-        else
-            shown.userSelectsRow({.row = 3});
-        window->layoutIfNeeded();
-        EXPECT_EQ(screen.expired(), GetParam().closes);
-        EXPECT_EQ(table.expired(), GetParam().closes);
-        if (!GetParam().closes) {
-            EXPECT_EQ(table.lock()->numberOfRows(), GetParam().rowsAfterwards);
-        }
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Handlers, TableHandlerTest,
-    testing::Values(HandlerCase {"Nothing", [](ListScreen&) {}, false, 20},
-        HandlerCase {"Reloads",
+    struct Case {
+        const char* name;
+        void (*handle)(ListScreen& list);
+        /// None when the screen is closed.
+        std::optional<std::int64_t> rowsAfterwards;
+    };
+    const Case cases[] {
+        {"nothing", [](ListScreen&) {}, 20},
+        {"reloads",
             [](ListScreen& list) {
                 list.rowCount = 7;
                 list.table->reloadData();
                 list.table->layoutIfNeeded();
             },
-            false, 7},
-        HandlerCase {"Deletes",
+            7},
+        {"deletes",
             [](ListScreen& list) {
                 list.table->deleteRows({{.row = 3}}, UITableViewRowAnimation::fade);
                 --list.rowCount;
                 list.table->beginUpdates();
                 list.table->endUpdates();
             },
-            false, 19},
-        HandlerCase {"Pushes",
+            19},
+        {"pushes",
             [](ListScreen& list) {
                 list.navigationController()->pushViewController(std::make_shared<UIViewController>(), true);
             },
-            false, 20},
-        HandlerCase {"ClosesTheStack", [](ListScreen& list) { list.dismiss(true); }, true, 0},
-        HandlerCase {"ClosesTheWindow", [](ListScreen& list) { list.table->window()->setRootViewController(nullptr); },
-            true, 0}),
-    [](const auto& row) { return std::string(row.param.name); });
+            20},
+        {"closes the stack", [](ListScreen& list) { list.dismiss(true); }, std::nullopt},
+        {"closes the window", [](ListScreen& list) { list.table->window()->setRootViewController(nullptr); },
+            std::nullopt},
+    };
+    for (const auto& [name, handle, rowsAfterwards] : cases) {
+        for (const bool deletes : {false, true}) {
+            SCOPED_TRACE(name);
+            const auto window = std::make_shared<UIWindow>(CGRect {0, 0, 320, 800});
+            window->setRootViewController(std::make_shared<UIViewController>());
+            auto list = std::make_shared<ListScreen>();
+            list->handler = handle;
+            window->rootViewController()->present(std::make_shared<UINavigationController>(list), false);
+            const auto table = std::weak_ptr {list->table};
+            const std::weak_ptr<ListScreen> screen = std::exchange(list, nullptr);
+            auto& shown = *table.lock();
+            if (deletes)
+                shown.userDeletesRow({.row = 3});
+            else
+                shown.userSelectsRow({.row = 3});
+            window->layoutIfNeeded();
+            EXPECT_EQ(screen.expired(), !rowsAfterwards);
+            EXPECT_EQ(table.expired(), !rowsAfterwards);
+            if (rowsAfterwards) {
+                EXPECT_EQ(table.lock()->numberOfRows(), rowsAfterwards);
+            }
+        }
+    }
+}
 
 } // namespace
 } // namespace kova::tests
