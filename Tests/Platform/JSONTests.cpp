@@ -13,7 +13,6 @@ namespace kova {
 namespace {
 
 using namespace std::string_literals;
-using namespace std::string_view_literals;
 
 std::string nested(int depth)
 {
@@ -55,11 +54,8 @@ TEST(JSONTest, ReadsEveryKindOfValue)
                     Value::Array {Value::Dictionary {{"b", Value::Array {1, Value::Dictionary {{"c", Value {}}}}}}, 2}},
                 {"", 0}}},
     };
-    for (const auto& row : rows) {
-        const auto value = JSONSerialization::jsonObject(row.text);
-        ASSERT_TRUE(value) << row.name << ": " << value.error().message();
-        EXPECT_EQ(*value, row.expected) << row.name;
-    }
+    for (const auto& [name, text, expected] : rows)
+        EXPECT_TRUE(JSONSerialization::jsonObject(text) == expected) << name;
 }
 
 TEST(JSONTest, RefusesWhatIsNotJSON)
@@ -93,20 +89,14 @@ TEST(JSONTest, RefusesWhatIsNotJSON)
         {"one too deep", nested(JSONSerialization::maximumDepth + 1), JSONError::nestedTooDeep},
         {"a million brackets", std::string(1'000'000, '['), JSONError::nestedTooDeep},
     };
-    for (const auto& row : rows) {
-        const auto value = JSONSerialization::jsonObject(row.text);
-        ASSERT_FALSE(value) << row.name;
-        EXPECT_EQ(value.error(), row.error) << row.name << ": " << value.error().message();
-    }
+    for (const auto& [name, text, error] : rows)
+        EXPECT_TRUE(JSONSerialization::jsonObject(text) == std::unexpected {make_error_code(error)}) << name;
     EXPECT_TRUE(JSONSerialization::jsonObject(nested(JSONSerialization::maximumDepth)));
 }
 
 TEST(JSONTest, WritesCompactTextThatOthersRead)
 {
-    const struct {
-        Value value;
-        std::string_view expected;
-    } rows[] = {
+    const std::pair<Value, const char*> rows[] = {
         {Value {}, "null"},
         {Value::Array {true, false}, "[true,false]"},
         {Value::Array {10.0, -3.0, 0.0, 2.5, 0.1}, "[10,-3,0,2.5,0.1]"},
@@ -121,8 +111,8 @@ TEST(JSONTest, WritesCompactTextThatOthersRead)
         {"\xFF", "The text is not valid UTF-8"},
         {Value::Dictionary {{"\xC3", 1}}, "The text is not valid UTF-8"},
     };
-    for (const auto& row : rows)
-        EXPECT_EQ(written(row.value), row.expected);
+    for (const auto& [value, expected] : rows)
+        EXPECT_EQ(written(value), expected);
 }
 
 TEST(JSONTest, WritesAsDeepAsItReads)
@@ -174,16 +164,13 @@ TEST(JSONWriterTest, KeepsTheFirstErrorAndStartsAfresh)
     writer.string({});
     writer.key("list");
     writer.beginArray();
-    writer.integer(-1);
-    writer.boolean(true);
+    writer.value(Value::Dictionary {{"deep", Value::Array {1e3, true}}});
     writer.null();
-    writer.number(1e3);
-    writer.value(Value::Dictionary {{"deep", Value::Array {"x"}}});
     writer.endArray();
     writer.endObject();
     const auto data = writer.take();
     ASSERT_TRUE(data) << data.error().message();
-    EXPECT_EQ(data->text(), R"({"id":"","list":[-1,true,null,1000,{"deep":["x"]}]})"sv);
+    EXPECT_EQ(data->text(), R"({"id":"","list":[{"deep":[1000,true]},null]})");
 }
 
 } // namespace

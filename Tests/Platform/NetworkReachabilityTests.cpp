@@ -7,14 +7,13 @@
 #include "Tests/Support/Gate.h"
 #include "Tests/Support/NameServer.h"
 #include "Tests/Support/NetworkNamespace.h"
+#include "Tests/Support/Waiting.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace kova::tests {
@@ -54,9 +53,7 @@ TEST(NetworkReachabilityTest, AsksNobodyForReservedNames)
              "127.0.0.1", "::1", "asked.kova.net."})
         targets.push_back(service.createWithName(name));
     // Names are looked up in the order of their targets, so the first question shows what was not asked before.
-    const auto question = nameServer.waitForQuestion(bound);
-    ASSERT_TRUE(question);
-    EXPECT_EQ(question->name, "asked.kova.net");
+    EXPECT_EQ(nameServer.waitForQuestion(bound), "asked.kova.net");
 }
 
 TEST(NetworkReachabilityTest, NeitherReadsNorTheEndWaitForASilentNameServer)
@@ -92,55 +89,44 @@ public:
         : m_target(service.createWithName(name))
     {
         EXPECT_TRUE(m_target->setCallback(&Listener::told, {.version = 0, .info = m_record}));
-        EXPECT_TRUE(m_target->setDispatchQueue(m_queue));
+        EXPECT_TRUE(m_target->setDispatchQueue(m_record->queue));
     }
 
     SCNetworkReachability& target() { return *m_target; }
-    DispatchQueue& queue() { return *m_queue; }
+    DispatchQueue& queue() { return *m_record->queue; }
     std::shared_ptr<SCNetworkReachability> release() { return std::move(m_target); }
 
     /// Waits until something is told that has not been returned before; none when nothing is in time.
     std::optional<SCNetworkReachabilityFlags> next()
     {
-        std::unique_lock lock {m_record->mutex};
-        if (!m_record->changed.wait_for(lock, bound, [this] { return m_record->all.size() > m_seen; }))
-            return std::nullopt;
-        return m_record->all[m_seen++];
+        const auto isThere = comesTrue([this] { return all().size() > m_seen; });
+        return isThere ? std::optional {all()[m_seen++]} : std::nullopt;
     }
 
     std::vector<SCNetworkReachabilityFlags> all()
     {
-        m_queue->sync([] { });
-        const std::lock_guard lock {m_record->mutex};
-        return m_record->all;
+        std::vector<SCNetworkReachabilityFlags> flags;
+        queue().sync([&] { flags = m_record->told; });
+        return flags;
     }
 
 private:
+    /// Used on its queue alone.
     struct Record {
-        std::shared_ptr<DispatchQueue> queue;
-        std::mutex mutex;
-        std::condition_variable changed;
-        std::vector<SCNetworkReachabilityFlags> all;
+        std::shared_ptr<DispatchQueue> queue = DispatchQueue::create("listener");
+        std::vector<SCNetworkReachabilityFlags> told;
     };
 
     static void told(
         SCNetworkReachability& /*target*/, SCNetworkReachabilityFlags flags, const std::weak_ptr<void>& info)
     {
-        const auto record = std::static_pointer_cast<Record>(info.lock());
-        if (!record)
-            return;
-        const std::lock_guard lock {record->mutex};
-        record->all.push_back(flags);
-        EXPECT_TRUE(record->queue->isCurrent());
-        record->changed.notify_all();
+        if (const auto record = std::static_pointer_cast<Record>(info.lock())) {
+            EXPECT_TRUE(record->queue->isCurrent());
+            record->told.push_back(flags);
+        }
     }
 
-    std::shared_ptr<DispatchQueue> m_queue = DispatchQueue::create("listener");
-    std::shared_ptr<Record> m_record = [this] {
-        auto record = std::make_shared<Record>();
-        record->queue = m_queue;
-        return record;
-    }();
+    std::shared_ptr<Record> m_record = std::make_shared<Record>();
     std::shared_ptr<SCNetworkReachability> m_target;
     std::size_t m_seen = 0;
 };

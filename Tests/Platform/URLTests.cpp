@@ -9,11 +9,7 @@ namespace {
 
 TEST(URLTest, AcceptsValidReferencesOnly)
 {
-    struct Row {
-        std::string text;
-        bool isValid;
-    };
-    const Row rows[] = {
+    const std::pair<std::string, bool> rows[] = {
         {"https://events.kova.example/v2/", true},
         {"HTTP://u:p@h:8080/a;b=c/%41?q=/", true},
         {"http://[::1]:80/", true},
@@ -46,12 +42,7 @@ TEST(URLTest, AcceptsValidReferencesOnly)
 
 TEST(URLTest, AppendsOnePathComponent)
 {
-    struct Row {
-        std::string base;
-        std::string component;
-        std::string result;
-    };
-    const Row rows[] = {
+    const std::tuple<std::string, std::string, std::string> rows[] = {
         {"https://h/v2/", "events", "https://h/v2/events"},
         {"https://h/v2", "events", "https://h/v2/events"},
         {"https://h/v2//", "//events", "https://h/v2/events"},

@@ -2,9 +2,7 @@
 
 #include "Platform/Foundation/JSONSerialization.h"
 #include "Platform/Foundation/URLRequest.h"
-
-#include <poll.h>
-#include <sys/inotify.h>
+#include "Tests/Support/Waiting.h"
 
 #include <algorithm>
 #include <charconv>
@@ -77,22 +75,9 @@ std::vector<Collector::Request> Collector::requests() const
 
 std::vector<Collector::Request> Collector::waitForRequests(std::size_t count, std::chrono::milliseconds timeout) const
 {
-    const auto end = std::chrono::steady_clock::now() + timeout;
-    // Watched before it is read, so that no line between the two is missed.
-    const FileDescriptor changes {inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1"};
-    if (inotify_add_watch(changes.get(), logFile().c_str(), IN_MODIFY) < 0)
-        throw std::system_error(errno, std::generic_category(), logFile());
-    while (true) {
-        auto logged = requests();
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-        if (logged.size() >= count || left <= 0)
-            return logged;
-        pollfd entry {.fd = changes.get(), .events = POLLIN, .revents = 0};
-        if (poll(&entry, 1, static_cast<int>(left)) > 0) {
-            char events[4096];
-            [[maybe_unused]] const auto discarded = read(changes.get(), events, sizeof events);
-        }
-    }
+    std::vector<Request> logged;
+    (void)comesTrue([&] { return (logged = requests()).size() >= count; }, timeout);
+    return logged;
 }
 
 std::optional<ProcessEnd> Collector::stop()

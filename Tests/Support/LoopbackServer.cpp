@@ -12,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <sstream>
 #include <system_error>
 #include <utility>
 
@@ -48,26 +49,19 @@ public:
     }
 
 private:
-    static RecordedRequest head(std::string_view text)
+    /// Of a head with all its line ends.
+    static RecordedRequest head(const std::string& text)
     {
         RecordedRequest request;
-        const auto nextLine = [&text] {
-            const auto end = text.find("\r\n");
-            const auto line = text.substr(0, end);
-            text.remove_prefix(end + 2);
-            return line;
-        };
-        const auto requestLine = nextLine();
-        const auto methodEnd = std::min(requestLine.find(' '), requestLine.size());
-        request.method = requestLine.substr(0, methodEnd);
-        request.target = requestLine.substr(std::min(methodEnd + 1, requestLine.size()));
-        request.target.erase(std::min(request.target.find(' '), request.target.size()));
-        while (!text.empty()) {
-            const auto line = nextLine();
+        std::istringstream lines {text};
+        lines >> request.method >> request.target;
+        std::string line;
+        std::getline(lines, line);
+        while (std::getline(lines, line) && line.ends_with('\r')) {
+            line.pop_back();
             const auto colon = std::min(line.find(':'), line.size());
-            auto value = line.substr(std::min(colon + 1, line.size()));
-            value.remove_prefix(std::min(value.find_first_not_of(' '), value.size()));
-            request.headers.emplace_back(line.substr(0, colon), value);
+            const auto value = std::min(line.find_first_not_of(' ', colon + 1), line.size());
+            request.headers.emplace_back(line.substr(0, colon), line.substr(value));
         }
         return request;
     }

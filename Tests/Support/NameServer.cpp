@@ -20,7 +20,8 @@ constexpr std::uint16_t typeA = 1;
 /// A question as it came, and who asked.
 struct NameServer::Pending {
     std::string packet;
-    Question question;
+    std::string name {};
+    std::uint16_t type = 0;
     sockaddr_in sender {};
 
     /// The whole question in the packet, from its header on; false when it is malformed.
@@ -29,15 +30,15 @@ struct NameServer::Pending {
         std::size_t position = headerSize;
         while (position < packet.size() && packet[position] != 0) {
             const auto length = static_cast<unsigned char>(packet[position]);
-            if (!question.name.empty())
-                question.name += '.';
-            question.name += packet.substr(position + 1, length);
+            if (!name.empty())
+                name += '.';
+            name += packet.substr(position + 1, length);
             position += length + 1U;
         }
         const auto end = position + 5;
         if (packet.size() < end)
             return false;
-        question.type = static_cast<std::uint16_t>(
+        type = static_cast<std::uint16_t>(
             static_cast<unsigned char>(packet[position + 1]) << 8U | static_cast<unsigned char>(packet[position + 2]));
         packet.resize(end);
         return true;
@@ -80,7 +81,7 @@ void NameServer::answer(const std::string& hostAddress)
     m_pending.clear();
 }
 
-std::optional<NameServer::Question> NameServer::waitForQuestion(std::chrono::milliseconds timeout)
+std::optional<std::string> NameServer::waitForQuestion(std::chrono::milliseconds timeout)
 {
     std::unique_lock lock {m_mutex};
     if (!m_changed.wait_for(lock, timeout, [this] { return m_questions.size() > m_seen; }))
@@ -108,7 +109,7 @@ void NameServer::run()
         if (!pending.parse())
             continue;
         const std::lock_guard lock {m_mutex};
-        m_questions.push_back(pending.question);
+        m_questions.push_back(pending.name);
         m_changed.notify_all();
         if (m_answer)
             reply(pending);
@@ -121,7 +122,7 @@ void NameServer::reply(const Pending& pending) const
 {
     auto packet = pending.packet;
     // A response, recursion available, no error or a failure; one question, and one answer for an IPv4 address.
-    const bool hasAddress = pending.question.type == typeA && !m_answer->empty();
+    const bool hasAddress = pending.type == typeA && !m_answer->empty();
     const std::array<unsigned char, 10> header {
         0x81, static_cast<unsigned char>(m_answer->empty() ? 0x82 : 0x80), 0, 1, 0, 0, 0, 0, 0, 0};
     packet.replace(2, header.size(), reinterpret_cast<const char*>(header.data()), header.size());

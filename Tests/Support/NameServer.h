@@ -19,11 +19,6 @@ namespace kova::tests {
 
 class NameServer {
 public:
-    struct Question {
-        std::string name;
-        std::uint16_t type = 0;
-    };
-
     /// On a port of its own, unless one is given.
     explicit NameServer(std::uint16_t port = 0);
     ~NameServer();
@@ -39,8 +34,8 @@ public:
     /// From now on all that is said is that something went wrong here.
     void fail() { answer({}); }
 
-    /// The next question that has not been returned before; none when there is none in time.
-    [[nodiscard]] std::optional<Question> waitForQuestion(std::chrono::milliseconds timeout);
+    /// The next name that was asked for and has not been returned before; none when there is none in time.
+    [[nodiscard]] std::optional<std::string> waitForQuestion(std::chrono::milliseconds timeout);
 
 private:
     struct Pending;
@@ -53,7 +48,7 @@ private:
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::vector<Question> m_questions;
+    std::vector<std::string> m_questions;
     std::vector<Pending> m_pending;
     /// None keeps silent, an empty one fails.
     std::optional<std::string> m_answer;

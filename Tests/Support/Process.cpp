@@ -1,40 +1,21 @@
 #include "Tests/Support/Process.h"
 
+#include "Tests/Support/Waiting.h"
+
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
-#include <sys/eventfd.h>
-#include <sys/syscall.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
-#include <condition_variable>
 #include <csignal>
-#include <cstdint>
-#include <mutex>
+#include <fstream>
+#include <iterator>
 
 namespace kova::tests {
 
 namespace {
-
-struct Pipe {
-    FileDescriptor readEnd;
-    FileDescriptor writeEnd;
-};
-
-Pipe makePipe()
-{
-    std::array<int, 2> ends {};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0)
-        throw std::system_error(errno, std::generic_category(), "pipe2");
-    return {{ends[0], "pipe2"}, {ends[1], "pipe2"}};
-}
-
-FileDescriptor openForWriting(const std::filesystem::path& file)
-{
-    return {open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR), file.c_str()};
-}
 
 std::vector<std::string> environmentWith(const std::vector<std::pair<std::string, std::string>>& additions)
 {
@@ -59,117 +40,27 @@ std::vector<char*> nullTerminated(std::vector<std::string>& texts)
     return pointers;
 }
 
-/// Whether the descriptor became readable, or its other end was closed, in time.
-bool waitReadable(int descriptor, std::chrono::milliseconds timeout)
-{
-    const auto end = std::chrono::steady_clock::now() + timeout;
-    while (true) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now()).count();
-        pollfd entry {.fd = descriptor, .events = POLLIN, .revents = 0};
-        if (poll(&entry, 1, static_cast<int>(std::max<std::int64_t>(left, 0))) > 0)
-            return true;
-        if (left <= 0)
-            return false;
-    }
-}
-
 } // namespace
 
-/// What the reading thread shares with the test.
-struct Process::Captured {
-    struct Channel {
-        FileDescriptor source;
-        std::string text;
-    };
-
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::array<Channel, 2> channels; // Output and error; the source of one that has ended is closed.
-
-    [[nodiscard]] bool isComplete() const
-    {
-        return std::ranges::none_of(channels, [](const auto& channel) { return channel.source.isOpen(); });
-    }
-
-    /// Reads both channels until they have ended or `endReading` is readable.
-    void read(int endReading)
-    {
-        std::array<char, 16 * 1024> buffer;
-        // Only this thread closes a source, so it may look at them without the lock.
-        while (!isComplete()) {
-            std::array<pollfd, 3> entries {pollfd {.fd = endReading, .events = POLLIN, .revents = 0},
-                pollfd {.fd = channels[0].source.get(), .events = POLLIN, .revents = 0},
-                pollfd {.fd = channels[1].source.get(), .events = POLLIN, .revents = 0}};
-            if (poll(entries.data(), entries.size(), -1) < 0 && errno != EINTR)
-                return;
-            if (entries[0].revents != 0)
-                return;
-            for (std::size_t index = 0; index < channels.size(); ++index) {
-                if (entries[index + 1].revents == 0)
-                    continue;
-                const auto count = ::read(channels[index].source.get(), buffer.data(), buffer.size());
-                const std::lock_guard lock {mutex};
-                if (count > 0)
-                    channels[index].text.append(buffer.data(), static_cast<std::size_t>(count));
-                else
-                    channels[index].source.close();
-                changed.notify_all();
-            }
-        }
-    }
-};
-
 Process::Process(const Options& options)
-    : m_endReading(eventfd(0, EFD_CLOEXEC), "eventfd")
-    , m_captured(std::make_unique<Captured>())
 {
-    auto input = makePipe();
-    std::array<FileDescriptor, 2> sinks;
-    const std::array files {options.standardOutputFile, options.standardErrorFile};
-    for (std::size_t index = 0; index < sinks.size(); ++index) {
-        if (!files[index].empty()) {
-            sinks[index] = openForWriting(files[index]);
-            continue;
-        }
-        auto output = makePipe();
-        sinks[index] = std::move(output.writeEnd);
-        m_captured->channels[index].source = std::move(output.readEnd);
-    }
-    m_input = std::move(input.writeEnd);
-    spawn(options, input.readEnd.get(), sinks[0].get(), sinks[1].get());
-    try {
-        m_exited = {static_cast<int>(syscall(SYS_pidfd_open, m_pid, 0)), "pidfd_open"};
-        m_reader = std::thread {[this] { m_captured->read(m_endReading.get()); }};
-    } catch (...) {
-        kill(m_pid, SIGKILL);
-        reap();
-        throw;
-    }
-}
+    // A socket, unlike a pipe, can be written to without a signal when nobody reads it any more.
+    std::array<int, 2> ends {};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        throw std::system_error(errno, std::generic_category(), "socketpair");
+    const FileDescriptor input {ends[0], "socketpair"};
+    m_input = {ends[1], "socketpair"};
 
-Process::~Process()
-{
-    if (!m_end) {
-        kill(m_pid, SIGKILL);
-        reap();
-    }
-    // A grandchild may still hold the pipes open.
-    const std::uint64_t one = 1;
-    [[maybe_unused]] const auto written = write(m_endReading.get(), &one, sizeof one);
-    m_reader.join();
-}
-
-void Process::spawn(const Options& options, int input, int output, int error)
-{
     auto arguments = options.arguments;
     arguments.insert(arguments.begin(), options.executable.string());
     auto environment = environmentWith(options.environment);
-
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, error, STDERR_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, input.get(), STDIN_FILENO);
+    const std::pair<int, const char*> outputs[] {{STDOUT_FILENO, "output"}, {STDERR_FILENO, "error"}};
+    for (const auto& [descriptor, file] : outputs)
+        posix_spawn_file_actions_addopen(
+            &actions, descriptor, (m_folder.path() / file).c_str(), O_WRONLY | O_CREAT | O_APPEND, S_IRUSR | S_IWUSR);
     // What this process ignores or blocks is not the child's affair.
     sigset_t none;
     sigset_t all;
@@ -188,61 +79,51 @@ void Process::spawn(const Options& options, int input, int output, int error)
         throw std::system_error(failure, std::generic_category(), options.executable.string());
 }
 
+Process::~Process()
+{
+    signal(SIGKILL);
+    reap(0);
+}
+
 std::optional<std::string> Process::waitForOutputLine(std::string_view beginning, std::chrono::milliseconds timeout)
 {
-    auto& output = m_captured->channels[0];
     std::optional<std::string> found;
-    auto position = m_linesSeen;
-    std::unique_lock lock {m_captured->mutex};
-    m_captured->changed.wait_for(lock, timeout, [&] {
-        for (auto end = output.text.find('\n', position); end != std::string::npos && !found;
-            end = output.text.find('\n', position)) {
-            const auto line = std::string_view {output.text}.substr(position, end - position);
-            position = end + 1;
-            if (line.starts_with(beginning))
-                found = line;
-        }
-        return found.has_value() || !output.source.isOpen();
-    });
-    if (found)
-        m_linesSeen = position;
+    (void)comesTrue(
+        [&] {
+            // Asked first, so that what an ended child has written is complete.
+            const bool hasEnded = reap(WNOHANG);
+            const auto output = standardOutput();
+            auto position = m_linesSeen;
+            for (auto end = output.find('\n', position); end != std::string::npos && !found;
+                end = output.find('\n', position)) {
+                const auto line = std::string_view {output}.substr(position, end - position);
+                position = end + 1;
+                if (line.starts_with(beginning)) {
+                    found = line;
+                    m_linesSeen = position;
+                }
+            }
+            return found || hasEnded;
+        },
+        timeout);
     return found;
 }
 
-std::string Process::standardOutput() const
+std::string Process::contents(const char* file) const
 {
-    const std::lock_guard lock {m_captured->mutex};
-    return m_captured->channels[0].text;
-}
-
-std::string Process::standardError() const
-{
-    const std::lock_guard lock {m_captured->mutex};
-    return m_captured->channels[1].text;
+    std::ifstream stream {m_folder.path() / file, std::ios::binary};
+    return {std::istreambuf_iterator<char> {stream}, {}};
 }
 
 bool Process::writeInput(std::string_view text)
 {
-    // A child that is gone must show as false, not end this process, whatever that does with SIGPIPE.
-    sigset_t brokenPipe;
-    sigset_t before;
-    sigemptyset(&brokenPipe);
-    sigaddset(&brokenPipe, SIGPIPE);
-    pthread_sigmask(SIG_BLOCK, &brokenPipe, &before);
-    bool isBroken = false;
-    while (!text.empty() && !isBroken) {
-        const auto written = write(m_input.get(), text.data(), text.size());
-        if (written > 0)
-            text.remove_prefix(static_cast<std::size_t>(written));
-        else
-            isBroken = errno != EINTR;
+    while (!text.empty()) {
+        const auto written = send(m_input.get(), text.data(), text.size(), MSG_NOSIGNAL);
+        if (written < 0)
+            return false;
+        text.remove_prefix(static_cast<std::size_t>(written));
     }
-    if (isBroken) {
-        const timespec now {};
-        sigtimedwait(&brokenPipe, nullptr, &now);
-    }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return !isBroken;
+    return true;
 }
 
 void Process::signal(int number)
@@ -253,24 +134,20 @@ void Process::signal(int number)
 
 std::optional<ProcessEnd> Process::wait(std::chrono::milliseconds timeout)
 {
-    if (m_end)
-        return m_end;
-    if (!waitReadable(m_exited.get(), timeout))
-        return std::nullopt;
-    reap();
-    std::unique_lock lock {m_captured->mutex};
-    m_captured->changed.wait_for(lock, bound, [this] { return m_captured->isComplete(); });
+    (void)comesTrue([this] { return reap(WNOHANG); }, timeout);
     return m_end;
 }
 
-void Process::reap()
+bool Process::reap(int flags)
 {
     int status = 0;
-    while (waitpid(m_pid, &status, 0) < 0 && errno == EINTR) { }
-    if (WIFSIGNALED(status))
-        m_end = ProcessEnd {.exitStatus = std::nullopt, .signal = WTERMSIG(status)};
-    else
-        m_end = ProcessEnd {.exitStatus = WEXITSTATUS(status), .signal = std::nullopt};
+    if (!m_end && waitpid(m_pid, &status, flags) == m_pid) {
+        if (WIFSIGNALED(status))
+            m_end = ProcessEnd {.exitStatus = std::nullopt, .signal = WTERMSIG(status)};
+        else
+            m_end = ProcessEnd {.exitStatus = WEXITSTATUS(status), .signal = std::nullopt};
+    }
+    return m_end.has_value();
 }
 
 } // namespace kova::tests

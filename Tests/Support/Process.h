@@ -1,21 +1,19 @@
 // A child program of a test: started, talked to, waited for, and never left behind.
 //
-// Whatever the child writes is read by a thread of this object, so that it never blocks on a full pipe. Every wait has
-// a bound. The destructor kills the child, if it still runs, by its own process id, and reaps it. Threads: one at a
-// time.
+// What the child writes goes into files, so that it never blocks on a full pipe. Every wait has a bound. The destructor
+// kills the child, if it still runs, by its own process id, and reaps it. Threads: one at a time.
 
 #pragma once
 
 #include "Tests/Support/FileDescriptor.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 #include <chrono>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -44,9 +42,6 @@ public:
         std::vector<std::string> arguments {};
         /// Added to this process's environment, or replacing what is there.
         std::vector<std::pair<std::string, std::string>> environment {};
-        /// Where output goes, replacing what the file holds; when empty it is captured.
-        std::filesystem::path standardOutputFile {};
-        std::filesystem::path standardErrorFile {};
     };
 
     /// Throws std::system_error when the program cannot be started.
@@ -59,13 +54,13 @@ public:
 
     /// Waits for a whole line of standard output that begins so, and returns it without its newline. Each line is
     /// looked at once: the next call begins after the one that was returned, so a sequence can be followed. None when
-    /// the output or the time has ended; the lines are then still there for another call.
+    /// the child or the time has ended; the lines are then still there for another call.
     [[nodiscard]] std::optional<std::string> waitForOutputLine(
         std::string_view beginning, std::chrono::milliseconds timeout = bound);
 
-    /// Captured so far; complete once wait() has returned an end.
-    [[nodiscard]] std::string standardOutput() const;
-    [[nodiscard]] std::string standardError() const;
+    /// What was written so far; complete once wait() has returned an end.
+    [[nodiscard]] std::string standardOutput() const { return contents("output"); }
+    [[nodiscard]] std::string standardError() const { return contents("error"); }
 
     /// Writes to the child's standard input; false when nobody reads it any more.
     bool writeInput(std::string_view text);
@@ -74,24 +69,19 @@ public:
     /// Does nothing once wait() has returned an end.
     void signal(int number);
 
-    /// Waits until the child has ended, and until its output is read; none when it still runs after that time. A
-    /// repeated call returns the same.
+    /// Waits until the child has ended; none when it still runs after that time. A repeated call returns the same.
     [[nodiscard]] std::optional<ProcessEnd> wait(std::chrono::milliseconds timeout = bound);
 
 private:
-    struct Captured;
+    [[nodiscard]] std::string contents(const char* file) const;
+    /// With a flag of waitpid(): whether the child has ended, which is then in m_end.
+    bool reap(int flags);
 
-    void spawn(const Options& options, int input, int output, int error);
-    void reap();
-
+    TemporaryFolder m_folder;
     pid_t m_pid = -1;
-    FileDescriptor m_exited;
     FileDescriptor m_input;
-    FileDescriptor m_endReading;
     std::optional<ProcessEnd> m_end;
     std::size_t m_linesSeen = 0;
-    std::unique_ptr<Captured> m_captured;
-    std::thread m_reader;
 };
 
 } // namespace kova::tests

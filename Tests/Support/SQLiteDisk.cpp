@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <atomic>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -20,89 +19,64 @@ struct SQLiteDisk::Vfs {
     static int remove(sqlite3_vfs* vfs, const char* name, int);
 };
 
-// SQLite allocates these, with room for the real file behind.
-struct SQLiteDisk::File {
-    sqlite3_file own;
-    Vfs* vfs;
-    std::string* name;
-    bool isDatabase = false;
-    bool hasSynced = false;
+// The methods of a real file, some of them replaced.
+struct SQLiteDisk::File : sqlite3_io_methods {
+    File(Vfs& owner, std::string_view path, const sqlite3_io_methods& realMethods, bool isMainDatabase);
 
-    static File& of(sqlite3_file* file) { return *reinterpret_cast<File*>(file); }
-    [[nodiscard]] sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
-    [[nodiscard]] const sqlite3_io_methods& methods() { return *real()->pMethods; }
+    static File& of(sqlite3_file* file) { return *static_cast<File*>(const_cast<sqlite3_io_methods*>(file->pMethods)); }
     [[nodiscard]] int before(Access access)
     {
-        access.file = *name;
-        return vfs->disk->before(access);
+        access.file = name;
+        return vfs.disk->before(access);
     }
 
-    static const sqlite3_io_methods ownMethods;
+    Vfs& vfs;
+    const std::string name;
+    const sqlite3_io_methods& real;
+    const bool isDatabase;
+    bool hasSynced = false;
 };
 
-const sqlite3_io_methods SQLiteDisk::File::ownMethods {
-    .iVersion = 2,
-    .xClose =
-        [](sqlite3_file* file) {
-            auto& self = of(file);
-            const int code = self.methods().xClose(self.real());
-            delete self.name;
-            --self.vfs->openFiles;
-            return code;
-        },
-    .xRead =
-        [](sqlite3_file* file, void* bytes, int size, sqlite3_int64 offset) {
-            auto& self = of(file);
-            const int code = self.before(
-                {.call = Call::Read, .file = {}, .offset = offset, .size = static_cast<std::size_t>(size)});
-            return code != SQLITE_OK ? code : self.methods().xRead(self.real(), bytes, size, offset);
-        },
-    .xWrite =
-        [](sqlite3_file* file, const void* bytes, int size, sqlite3_int64 offset) {
-            auto& self = of(file);
-            const int code = self.before({.call = Call::Write,
-                .file = {},
-                .offset = offset,
-                .bytes = {static_cast<const char*>(bytes), static_cast<std::size_t>(size)}});
-            return code != SQLITE_OK ? code : self.methods().xWrite(self.real(), bytes, size, offset);
-        },
-    .xTruncate =
-        [](sqlite3_file* file, sqlite3_int64 size) {
-            auto& self = of(file);
-            const int code = self.before({.call = Call::Truncate, .file = {}, .offset = size});
-            return code != SQLITE_OK ? code : self.methods().xTruncate(self.real(), size);
-        },
-    .xSync =
-        [](sqlite3_file* file, int) {
-            auto& self = of(file);
-            const bool isFirst = !std::exchange(self.hasSynced, true);
-            return self.before({.call = Call::Sync, .file = {}, .bringsFolderToo = isFirst && !self.isDatabase});
-        },
-    .xFileSize
-    = [](sqlite3_file* file, sqlite3_int64* size) { return of(file).methods().xFileSize(of(file).real(), size); },
-    .xLock = [](sqlite3_file* file, int lock) { return of(file).methods().xLock(of(file).real(), lock); },
-    .xUnlock = [](sqlite3_file* file, int lock) { return of(file).methods().xUnlock(of(file).real(), lock); },
-    .xCheckReservedLock
-    = [](sqlite3_file* file, int* isHeld) { return of(file).methods().xCheckReservedLock(of(file).real(), isHeld); },
-    .xFileControl
-    = [](sqlite3_file* file, int operation,
-          void* argument) { return of(file).methods().xFileControl(of(file).real(), operation, argument); },
-    .xSectorSize = [](sqlite3_file* file) { return of(file).methods().xSectorSize(of(file).real()); },
-    .xDeviceCharacteristics
-    = [](sqlite3_file* file) { return of(file).methods().xDeviceCharacteristics(of(file).real()); },
-    .xShmMap =
-        [](sqlite3_file* file, int region, int size, int extends, void volatile** memory) {
-            auto& self = of(file);
-            const int code = self.before({.call = Call::MapIndex, .file = {}});
-            return code != SQLITE_OK ? code : self.methods().xShmMap(self.real(), region, size, extends, memory);
-        },
-    .xShmLock = [](sqlite3_file* file, int offset, int count,
-                    int flags) { return of(file).methods().xShmLock(of(file).real(), offset, count, flags); },
-    .xShmBarrier = [](sqlite3_file* file) { of(file).methods().xShmBarrier(of(file).real()); },
-    .xShmUnmap = [](sqlite3_file* file, int isToGo) { return of(file).methods().xShmUnmap(of(file).real(), isToGo); },
-    .xFetch = nullptr,
-    .xUnfetch = nullptr,
-};
+SQLiteDisk::File::File(Vfs& owner, std::string_view path, const sqlite3_io_methods& realMethods, bool isMainDatabase)
+    : sqlite3_io_methods(realMethods)
+    , vfs(owner)
+    , name(path)
+    , real(realMethods)
+    , isDatabase(isMainDatabase)
+{
+    // Without mapped files, which are read past everybody.
+    iVersion = 2;
+    xClose = [](sqlite3_file* file) {
+        auto& self = of(file);
+        const int code = self.real.xClose(file);
+        --self.vfs.openFiles;
+        delete &self;
+        return code;
+    };
+    xRead = [](sqlite3_file* file, void* bytes, int size, sqlite3_int64 offset) {
+        const int code = of(file).before(
+            {.call = Call::Read, .file = {}, .offset = offset, .size = static_cast<std::size_t>(size)});
+        return code != SQLITE_OK ? code : of(file).real.xRead(file, bytes, size, offset);
+    };
+    xWrite = [](sqlite3_file* file, const void* bytes, int size, sqlite3_int64 offset) {
+        const std::string_view written {static_cast<const char*>(bytes), static_cast<std::size_t>(size)};
+        const int code = of(file).before({.call = Call::Write, .file = {}, .offset = offset, .bytes = written});
+        return code != SQLITE_OK ? code : of(file).real.xWrite(file, bytes, size, offset);
+    };
+    xTruncate = [](sqlite3_file* file, sqlite3_int64 size) {
+        const int code = of(file).before({.call = Call::Truncate, .file = {}, .offset = size});
+        return code != SQLITE_OK ? code : of(file).real.xTruncate(file, size);
+    };
+    xSync = [](sqlite3_file* file, int) {
+        auto& self = of(file);
+        const bool isFirst = !std::exchange(self.hasSynced, true);
+        return self.before({.call = Call::Sync, .file = {}, .bringsFolderToo = isFirst && !self.isDatabase});
+    };
+    xShmMap = [](sqlite3_file* file, int region, int size, int extends, void volatile** memory) {
+        const int code = of(file).before({.call = Call::MapIndex, .file = {}});
+        return code != SQLITE_OK ? code : of(file).real.xShmMap(file, region, size, extends, memory);
+    };
+}
 
 int SQLiteDisk::Vfs::open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file, int flags, int* outFlags)
 {
@@ -111,12 +85,9 @@ int SQLiteDisk::Vfs::open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file
     file->pMethods = nullptr;
     if (const int code = self.disk->before({.call = Call::Open, .file = path}); code != SQLITE_OK)
         return code;
-    auto& opened = *new (file) File {.own = {}, .vfs = &self, .name = nullptr};
-    if (const int code = self.real->xOpen(self.real, name, opened.real(), flags, outFlags); code != SQLITE_OK)
+    if (const int code = self.real->xOpen(self.real, name, file, flags, outFlags); code != SQLITE_OK)
         return code;
-    opened.name = new std::string {path};
-    opened.isDatabase = (flags & SQLITE_OPEN_MAIN_DB) != 0;
-    opened.own.pMethods = &File::ownMethods;
+    file->pMethods = new File {self, path, *file->pMethods, (flags & SQLITE_OPEN_MAIN_DB) != 0};
     ++self.openFiles;
     return SQLITE_OK;
 }
@@ -139,7 +110,6 @@ SQLiteDisk::SQLiteDisk()
     m_vfs->own.iVersion = 2;
     m_vfs->own.zName = "kova-test-disk";
     m_vfs->own.pNext = nullptr;
-    m_vfs->own.szOsFile = static_cast<int>(sizeof(File)) + real->szOsFile;
     m_vfs->own.pAppData = m_vfs.get();
     m_vfs->own.xOpen = &Vfs::open;
     m_vfs->own.xDelete = &Vfs::remove;

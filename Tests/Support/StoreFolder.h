@@ -5,16 +5,15 @@
 #include "Platform/Libraries/SQLiteDatabase.h"
 #include "Platform/Libraries/UserDefaultsSQLite.h"
 #include "Tests/Support/TemporaryFolder.h"
+#include "Tests/Support/Waiting.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 
 namespace kova::tests {
 
@@ -60,18 +59,6 @@ public:
 private:
     TemporaryFolder m_temporary;
 };
-
-/// Whether it comes true within ten seconds.
-[[nodiscard]] inline bool comesTrue(const std::function<bool()>& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds {10};
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds {5});
-    }
-    return true;
-}
 
 /// Collects what is said on standard error while it lives.
 class SaidLines {

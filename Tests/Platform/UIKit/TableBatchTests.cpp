@@ -10,7 +10,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::ElementsAreArray;
-using testing::SizeIs;
 
 std::vector<IndexPath> at(const std::vector<std::int64_t>& rows)
 {
@@ -145,16 +144,6 @@ TEST(TableBatchesTest, AnythingMayHappenWithinOne)
     }
 }
 
-TEST(TableBatchesTest, TheFirstUpdateCountsWhenNoLayoutHas)
-{
-    TableScene scene {5};
-    scene.rows.emplace_back("new");
-    scene.table->insertRows(at({5}), UITableViewRowAnimation::top);
-    EXPECT_EQ(scene.countsAsked, 2);
-    EXPECT_THAT(scene.shown(), SizeIs(6));
-    EXPECT_EQ(scene.countsAsked, 2);
-}
-
 TEST(TableBatchesTest, ASwipeCommitsWithinABatch)
 {
     TableScene scene {12};
@@ -189,25 +178,6 @@ TEST(TableBatchesTest, TheOffsetFollowsWhenTheContentGetsShorter)
     EXPECT_EQ(scene.table->contentOffset().y, 40 * 80);
     scene.scrollTo(-60);
     EXPECT_EQ(scene.table->contentOffset().y, -60) << "an overshoot is the drawing platform's own affair";
-}
-
-TEST(TableBatchesTest, ReloadedCellsAreUsedAgain)
-{
-    TableScene scene {1};
-    scene.window->layoutIfNeeded();
-    auto* const first = scene.cell(0);
-    scene.table->reloadRows(at({0}), UITableViewRowAnimation::automatic);
-    scene.window->layoutIfNeeded();
-    auto* const second = scene.cell(0);
-    EXPECT_NE(second, first) << "the old cell stands until the new one is there";
-    EXPECT_EQ(second->preparations, 0);
-    scene.table->reloadRows(at({0}), UITableViewRowAnimation::automatic);
-    scene.window->layoutIfNeeded();
-    EXPECT_EQ(scene.cell(0), first);
-    EXPECT_EQ(first->preparations, 1);
-    scene.table->reloadData();
-    scene.window->layoutIfNeeded();
-    EXPECT_EQ(first->preparations + second->preparations, 2);
 }
 
 /// Random batches that fit, against a list that is changed one row after the other.
