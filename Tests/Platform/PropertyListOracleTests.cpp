@@ -49,15 +49,8 @@ if sys.argv[1] == "write":
 else:
     with open(folder + "/ours", "rb") as file:
         read = plistlib.load(file, fmt=plistlib.FMT_BINARY)
-    def same(a, b):
-        if type(a) is not type(b):
-            return False
-        if isinstance(a, dict):
-            return a.keys() == b.keys() and all(same(a[k], b[k]) for k in a)
-        if isinstance(a, list):
-            return len(a) == len(b) and all(map(same, a, b))
-        return a == b
-    sys.exit(0 if same(read, value) else 1)
+    # As text, in which 1, 1.0 and True differ.
+    sys.exit(0 if plistlib.dumps(read) == plistlib.dumps(value) else 1)
 )";
 
 std::string repeated(std::string_view text, int count)

@@ -40,16 +40,29 @@ struct Reply {
 
     /// A complete reply, with a Content-Length.
     [[nodiscard]] static Reply status(
-        int code, std::string body = {}, std::vector<std::pair<std::string, std::string>> headers = {});
+        int code, const std::string& body = {}, const std::vector<std::pair<std::string, std::string>>& headers = {})
+    {
+        auto bytes = "HTTP/1.1 " + std::to_string(code) + " Status\r\n";
+        for (const auto& [name, value] : headers)
+            bytes += name + ": " + value + "\r\n";
+        return {bytes + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body};
+    }
     [[nodiscard]] static Reply raw(std::string bytes, Then then = Then::close) { return {std::move(bytes), then}; }
     [[nodiscard]] static Reply close() { return {"", Then::close}; }
     [[nodiscard]] static Reply reset() { return {"", Then::reset}; }
     [[nodiscard]] static Reply never() { return {"", Then::silence}; }
 
-    [[nodiscard]] Reply held(std::shared_ptr<Gate> gate) &&;
-    [[nodiscard]] Reply paced(std::shared_ptr<Gate> gate) &&;
-    [[nodiscard]] Reply endless(std::string block) &&;
-    [[nodiscard]] Reply before(Afterthought what) &&;
+    [[nodiscard]] Reply held(std::shared_ptr<Gate> gate) && { return with(heldBy, std::move(gate)); }
+    [[nodiscard]] Reply paced(std::shared_ptr<Gate> gate) && { return with(pacedBy, std::move(gate)); }
+    [[nodiscard]] Reply endless(std::string block) && { return with(repeated, std::move(block)); }
+    [[nodiscard]] Reply before(Afterthought what) && { return with(afterthought, std::move(what)); }
+
+private:
+    template <typename Member, typename Value> Reply with(Member& member, Value value)
+    {
+        member = std::move(value);
+        return std::move(*this);
+    }
 };
 
 } // namespace kova::tests

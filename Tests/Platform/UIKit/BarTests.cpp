@@ -2,7 +2,6 @@
 #include "Platform/UIKit/UIAlertController.h"
 #include "Platform/UIKit/UIButton.h"
 #include "Platform/UIKit/UINavigationController.h"
-#include "Platform/UIKit/UITableView.h"
 #include "Platform/UIKit/UIWindow.h"
 
 #include <gtest/gtest.h>
@@ -207,27 +206,6 @@ TEST_F(BarTest, TheTopmostLiesBeneathTheBarOrBelowIt)
     }
 }
 
-TEST_F(BarTest, ATableBeneathTheBarAsksOnlyForWhatIsSeen)
-{
-    struct Source : Linkable, UITableViewDataSource {
-        int cellsAsked = 0;
-        std::int64_t numberOfRowsInSection(UITableView&, std::int64_t) override { return 100; }
-        std::shared_ptr<UITableViewCell> cellForRowAt(UITableView&, IndexPath) override
-        {
-            ++cellsAsked;
-            return std::make_shared<UITableViewCell>(UITableViewCellStyle::default_, std::nullopt);
-        }
-    };
-    Source source;
-    const auto table = std::make_shared<UITableView>(CGRect {}, UITableViewStyle::plain);
-    table->setDataSource(&source);
-    root->setView(within<0>(table));
-    show();
-    // Rows of 44 points from 44 on, down to 640.
-    EXPECT_EQ(source.cellsAsked, 14);
-    EXPECT_EQ(table->convert(table->rectForRow({.row = 0}), nullptr).origin.y, 44);
-}
-
 TEST_F(BarTest, AnAlertStacksMoreThanTwoButtons)
 {
     struct Case {
@@ -254,6 +232,8 @@ TEST_F(BarTest, AnAlertStacksMoreThanTwoButtons)
         const auto& box = *alert->boxView();
         const auto height = textHeight + (expected.empty() ? 0 : expected.back().maxY());
         EXPECT_EQ(alert->view()->frame(), CGRect(0, 0, 320, 640));
+        EXPECT_EQ(alert->view()->backgroundColor(), UIColor::withWhite(0, 0.4));
+        EXPECT_EQ(box.layer().cornerRadius(), 14);
         EXPECT_EQ(box.frame().origin.x, 25);
         EXPECT_EQ(box.frame().size.width, 270);
         EXPECT_NEAR(box.frame().size.height, height, 1e-9);

@@ -110,6 +110,21 @@ TEST(TableTest, KnowsTheHeightsOfTheRowsItHasSeen)
     EXPECT_EQ(scene.table->rectForRow({.row = 100'000}), CGRect());
 }
 
+TEST(TableTest, FollowsTheSizeOfItsFrame)
+{
+    TableScene scene {1000};
+    scene.window->layoutIfNeeded();
+    auto* const first = scene.cell(0);
+    scene.table->setFrame({0, 0, 768, 1600});
+    EXPECT_THAT(scene.shown(), SizeIs(20));
+    EXPECT_EQ(scene.cell(0), first);
+    EXPECT_EQ(first->frame(), CGRect(0, 0, 768, 80));
+    EXPECT_EQ(scene.table->contentSize().width, 768);
+    scene.table->setFrame({0, 0, 768, 0});
+    EXPECT_THAT(scene.shown(), IsEmpty());
+    EXPECT_EQ(scene.countsAsked, 1);
+}
+
 /// Three rows, with cells of its own.
 struct OwnCells : Linkable, UITableViewDataSource {
     std::vector<std::shared_ptr<UITableViewCell>> cells;
