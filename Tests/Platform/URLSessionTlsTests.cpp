@@ -47,6 +47,9 @@ TEST_F(URLSessionTlsTest, TrustsCertificatesOfKnownAuthoritiesForTheirHostAndTim
         URLSessionCurl stranger;
         EXPECT_EQ(fetch(stranger, makeRequest(server.url())).summary(), failed) << name;
     }
+    const OpenSSLServer outdated {rows[0].certificate, {"-www", "-tls1_1"}};
+    ASSERT_TRUE(outdated.isRunning());
+    EXPECT_EQ(fetch(*session, makeRequest(outdated.url())).summary(), failed) << "no handshake with an old protocol";
 }
 
 TEST_F(URLSessionTlsTest, FollowsARedirectToWhereItIsTrusted)
@@ -79,16 +82,6 @@ TEST_F(URLSessionTlsTest, TrustsNobodyWhenTheAdditionalCertificatesCannotBeRead)
     ASSERT_TRUE(server.isRunning());
     URLSessionCurl misled {{.additionalCertificates = "/nonexistent/authority.pem"}};
     EXPECT_EQ(fetch(misled, makeRequest(server.url())).summary(), summary(URLError::secureConnectionFailed));
-}
-
-TEST_F(URLSessionTlsTest, FailsWhenTheOtherSideDoesNotSpeakTLS)
-{
-    // This server waits for a request line, and speaks first when it is told to greet.
-    LoopbackServer plain;
-    plain.greet("220 mail.example ready\r\n");
-    const auto address = plain.url().absoluteString();
-    const auto secure = URL::create("https" + address.substr(4)).value();
-    EXPECT_EQ(fetch(*session, makeRequest(secure)).summary(), summary(URLError::secureConnectionFailed));
 }
 
 } // namespace

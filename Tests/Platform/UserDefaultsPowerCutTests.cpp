@@ -10,17 +10,15 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <random>
 #include <thread>
 
 namespace kova::tests {
 namespace {
 
-/// From this position of the record on, so many steps were acknowledged, or on the disk.
-struct Mark {
-    std::size_t position;
-    int step;
-};
+/// From a position of the record on, so many steps were acknowledged, or on the disk.
+using Marks = std::map<std::size_t, int>;
 
 struct UserDefaultsPowerCutTest : testing::Test {
     StoreFolder folder;
@@ -42,14 +40,10 @@ struct UserDefaultsPowerCutTest : testing::Test {
         return text ? std::strtoul(text, nullptr, 10) : 250;
     }
 
-    static int stepAt(const std::vector<Mark>& marks, std::size_t position)
+    static int stepAt(const Marks& marks, std::size_t position)
     {
-        int step = 0;
-        for (const auto& mark : marks) {
-            if (mark.position <= position)
-                step = mark.step;
-        }
-        return step;
+        const auto after = marks.upper_bound(position);
+        return after == marks.begin() ? 0 : std::prev(after)->second;
     }
 
     // Opens what a cut has left; which step it shows. The files go back to what they were, for all the disk cares.
@@ -80,8 +74,7 @@ struct UserDefaultsPowerCutTest : testing::Test {
     }
 
     // Cuts the power at random moments; `atLeast` says which step must be there after a cut at a position.
-    template <typename AtLeast>
-    void cutOften(const RecordingDisk& disk, const std::vector<Mark>& acknowledged, AtLeast atLeast)
+    template <typename AtLeast> void cutOften(const RecordingDisk& disk, const Marks& acknowledged, AtLeast atLeast)
     {
         std::vector<std::size_t> positions(cuts());
         std::ranges::generate(positions, [&] { return random() % (disk.position() + 1); });
@@ -108,8 +101,8 @@ struct UserDefaultsPowerCutTest : testing::Test {
 TEST_F(UserDefaultsPowerCutTest, NothingIsMissingThatWasSynchronized)
 {
     RecordingDisk disk;
-    std::vector<Mark> acknowledged;
-    std::vector<Mark> synchronized;
+    Marks acknowledged;
+    Marks synchronized;
     int step = 0;
     for (int life = 0; life < 4; ++life) {
         UserDefaultsSQLite store {{.folder = folder.path(), .checkpointDelay = std::chrono::hours {1}}};
@@ -123,15 +116,15 @@ TEST_F(UserDefaultsPowerCutTest, NothingIsMissingThatWasSynchronized)
                 reader.execute("COMMIT");
             }
             write(store, ++step);
-            acknowledged.push_back({disk.position(), step});
+            acknowledged[disk.position()] = step;
             if (random() % 4 == 0) {
                 store.synchronize();
-                synchronized.push_back({disk.position(), step});
+                synchronized[disk.position()] = step;
             }
         }
         reader.execute("COMMIT");
         store.close();
-        synchronized.push_back({disk.position(), step});
+        synchronized[disk.position()] = step;
     }
     cutOften(disk, acknowledged, [&](std::size_t position) { return stepAt(synchronized, position); });
 }
@@ -139,13 +132,13 @@ TEST_F(UserDefaultsPowerCutTest, NothingIsMissingThatWasSynchronized)
 TEST_F(UserDefaultsPowerCutTest, AtMostTheLastSecondIsMissing)
 {
     RecordingDisk disk;
-    std::vector<Mark> acknowledged;
+    Marks acknowledged;
     {
         UserDefaultsSQLite store {{.folder = folder.path()}};
         const auto end = RecordingDisk::Clock::now() + std::chrono::seconds {4};
         for (int step = 1; RecordingDisk::Clock::now() < end; ++step) {
             write(store, step);
-            acknowledged.push_back({disk.position(), step});
+            acknowledged[disk.position()] = step;
             // A pace, not a wait: the more calls, the longer each cut takes.
             std::this_thread::sleep_for(std::chrono::milliseconds {3});
         }
@@ -154,9 +147,9 @@ TEST_F(UserDefaultsPowerCutTest, AtMostTheLastSecondIsMissing)
         const auto second = std::chrono::seconds {1};
         const auto moment = position < disk.position() ? disk.timeAt(position) : RecordingDisk::Clock::now();
         int step = 0;
-        for (const auto& mark : acknowledged) {
-            if (mark.position < disk.position() && disk.timeAt(mark.position) + second <= moment)
-                step = mark.step;
+        for (const auto& [place, number] : acknowledged) {
+            if (place < disk.position() && disk.timeAt(place) + second <= moment)
+                step = number;
         }
         return step;
     });

@@ -2,17 +2,16 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
-#include <mutex>
+#include <atomic>
+#include <future>
 #include <utility>
 
 namespace kova::tests {
 
 struct HTTPCall::State {
-    std::mutex mutex;
-    std::condition_variable changed;
-    HTTPOutcome outcome;
-    int completions = 0;
+    std::promise<HTTPOutcome> promise;
+    std::shared_future<HTTPOutcome> outcome = promise.get_future();
+    std::atomic<int> completions = 0;
 };
 
 std::string HTTPOutcome::summary() const
@@ -43,11 +42,8 @@ URLRequest makeRequest(URL url, std::string method, std::optional<std::string> b
 HTTPCall::HTTPCall(URLSession& session, URLRequest request)
     : m_state(std::make_shared<State>())
     , m_task(session.dataTask(std::move(request), [state = m_state, &session](auto body, auto response, auto error) {
-        const auto onThread = session.isOnCompletionThread();
-        const std::lock_guard lock {state->mutex};
-        state->outcome = {std::move(body), std::move(response), error, onThread};
-        ++state->completions;
-        state->changed.notify_all();
+        if (++state->completions == 1)
+            state->promise.set_value({std::move(body), std::move(response), error, session.isOnCompletionThread()});
     }))
 {
 }
@@ -60,16 +56,14 @@ HTTPCall& HTTPCall::start()
 
 HTTPOutcome HTTPCall::wait() const
 {
-    std::unique_lock lock {m_state->mutex};
-    if (m_state->changed.wait_for(lock, std::chrono::seconds {10}, [this] { return m_state->completions != 0; }))
-        return m_state->outcome;
+    if (m_state->outcome.wait_for(std::chrono::seconds {10}) == std::future_status::ready)
+        return m_state->outcome.get();
     ADD_FAILURE() << "the task did not complete";
     return {.error = std::make_error_code(std::errc::timed_out)};
 }
 
 int HTTPCall::completions() const
 {
-    const std::lock_guard lock {m_state->mutex};
     return m_state->completions;
 }
 

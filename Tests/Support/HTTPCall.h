@@ -1,6 +1,6 @@
 // One task of an HTTP session as a test sees it: start it, wait for what comes of it.
 //
-// Threads: the test's own; the completion leaves the outcome under a mutex.
+// Threads: the test's own; the completion leaves the outcome for it.
 
 #pragma once
 

@@ -145,12 +145,6 @@ void LoopbackServer::setDefault(Reply reply)
     m_default = std::move(reply);
 }
 
-void LoopbackServer::greet(std::string bytes)
-{
-    const std::lock_guard lock {m_mutex};
-    m_greeting = std::move(bytes);
-}
-
 URL LoopbackServer::url(std::string_view target) const
 {
     return URL::create("http://127.0.0.1:" + std::to_string(m_port) + std::string {target}).value();
@@ -204,7 +198,6 @@ void LoopbackServer::acceptConnections()
         const int on = 1;
         ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         const std::lock_guard lock {m_mutex};
-        (void)sendAll(socket, m_greeting);
         m_open.insert(socket);
         m_mostOpen = std::max(m_mostOpen, m_open.size());
         m_threads.emplace_back([this, socket, number = static_cast<int>(m_threads.size())] { serve(socket, number); });

@@ -55,9 +55,6 @@ public:
     /// Answers every request for which nothing is enqueued. At first that is an empty 200.
     void setDefault(Reply reply);
 
-    /// What every new connection gets to hear before it has asked anything; no web server does so.
-    void greet(std::string bytes);
-
     [[nodiscard]] std::uint16_t port() const { return m_port; }
     [[nodiscard]] URL url(std::string_view target = "/") const;
 
@@ -91,7 +88,6 @@ private:
     /// Guarded by m_mutex, as is everything that follows.
     std::deque<Reply> m_replies;
     Reply m_default = Reply::status(200);
-    std::string m_greeting;
     std::vector<RecordedRequest> m_requests;
     std::set<int> m_open;
     std::size_t m_mostOpen = 0;

@@ -44,9 +44,9 @@ void NetworkNamespace::runThisTestInside()
         GTEST_SKIP() << reason;
     const auto& test = *testing::UnitTest::GetInstance()->current_test_info();
     Process inside {{.executable = unshare,
-        .arguments = {"--map-root-user", "--net", "--mount", std::filesystem::read_symlink("/proc/self/exe").string(),
-            std::string {"--gtest_filter="} + test.test_suite_name() + "." + test.name()},
-        .environment = {{insideVariable, "1"}}}};
+        .arguments = {"--map-root-user", "--net", "--mount", "env", std::string {insideVariable} + "=1",
+            std::filesystem::read_symlink("/proc/self/exe").string(),
+            std::string {"--gtest_filter="} + test.test_suite_name() + "." + test.name()}}};
     const auto end = inside.wait(std::chrono::seconds {90});
     const auto output = inside.standardOutput();
     ASSERT_EQ(end, ProcessEnd {.exitStatus = 0}) << output << inside.standardError();

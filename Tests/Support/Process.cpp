@@ -7,40 +7,12 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <fstream>
 #include <iterator>
 
 namespace kova::tests {
-
-namespace {
-
-std::vector<std::string> environmentWith(const std::vector<std::pair<std::string, std::string>>& additions)
-{
-    std::vector<std::string> entries;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string_view text = *entry;
-        const auto name = text.substr(0, text.find('='));
-        if (std::ranges::none_of(additions, [name](const auto& addition) { return addition.first == name; }))
-            entries.emplace_back(text);
-    }
-    for (const auto& [name, value] : additions)
-        entries.push_back(name + "=" + value);
-    return entries;
-}
-
-std::vector<char*> nullTerminated(std::vector<std::string>& texts)
-{
-    std::vector<char*> pointers;
-    for (auto& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-} // namespace
 
 Process::Process(const Options& options)
 {
@@ -53,7 +25,10 @@ Process::Process(const Options& options)
 
     auto arguments = options.arguments;
     arguments.insert(arguments.begin(), options.executable.string());
-    auto environment = environmentWith(options.environment);
+    std::vector<char*> pointers;
+    for (auto& argument : arguments)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, input.get(), STDIN_FILENO);
@@ -71,8 +46,8 @@ Process::Process(const Options& options)
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    const int failure = posix_spawn(&m_pid, options.executable.c_str(), &actions, &attributes,
-        nullTerminated(arguments).data(), nullTerminated(environment).data());
+    const int failure
+        = posix_spawn(&m_pid, options.executable.c_str(), &actions, &attributes, pointers.data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (failure != 0)

@@ -14,7 +14,6 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace kova::tests {
@@ -40,8 +39,6 @@ public:
     struct Options {
         std::filesystem::path executable {};
         std::vector<std::string> arguments {};
-        /// Added to this process's environment, or replacing what is there.
-        std::vector<std::pair<std::string, std::string>> environment {};
     };
 
     /// Throws std::system_error when the program cannot be started.
@@ -49,8 +46,6 @@ public:
     ~Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
-
-    [[nodiscard]] pid_t pid() const { return m_pid; }
 
     /// Waits for a whole line of standard output that begins so, and returns it without its newline. Each line is
     /// looked at once: the next call begins after the one that was returned, so a sequence can be followed. None when

@@ -1,11 +1,11 @@
 #include "Tests/Support/ProcessResources.h"
 
-#include <chrono>
+#include "Tests/Support/Waiting.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <thread>
 
 namespace kova::tests {
 
@@ -30,13 +30,11 @@ ProcessResources ProcessResources::now()
 
 ProcessResources ProcessResources::afterReturningTo(const ProcessResources& before)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds {10};
-    auto resources = now();
-    while ((resources.fileDescriptors > before.fileDescriptors || resources.threads > before.threads)
-        && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::yield();
+    ProcessResources resources;
+    (void)comesTrue([&] {
         resources = now();
-    }
+        return resources.fileDescriptors <= before.fileDescriptors && resources.threads <= before.threads;
+    });
     return resources;
 }
 

@@ -143,55 +143,52 @@ TEST_F(BarTest, AButtonMayCloseTheStackItIsIn)
     EXPECT_TRUE(released.expired());
 }
 
-std::shared_ptr<UIView> asItself(const std::shared_ptr<UIScrollView>& scrollView)
-{
-    return scrollView;
-}
+/// Around another view, which it leaves so many points below its top.
+struct Around : UIView {
+    explicit Around(double gap)
+        : m_gap(gap)
+    {
+    }
+    void layoutSubviews() override
+    {
+        subviews().front()->setFrame({0, m_gap, bounds().size.width, bounds().size.height - m_gap});
+    }
 
-/// Lies in a view, `gap` points below its top.
-template <int gap> std::shared_ptr<UIView> within(const std::shared_ptr<UIScrollView>& scrollView)
-{
-    struct Around : UIView {
-        void layoutSubviews() override
-        {
-            subviews().front()->setFrame({0, gap, bounds().size.width, bounds().size.height - gap});
-        }
-    };
-    auto view = std::make_shared<Around>();
-    view->addSubview(scrollView);
-    return view;
-}
-
-std::shared_ptr<UIView> amongOthers(const std::shared_ptr<UIScrollView>& scrollView)
-{
-    auto view = within<0>(scrollView);
-    view->addSubview(std::make_shared<UIView>());
-    return view;
-}
+private:
+    double m_gap;
+};
 
 TEST_F(BarTest, TheTopmostLiesBeneathTheBarOrBelowIt)
 {
     struct Case {
         const char* name;
-        /// Makes the screen's view, with the scroll view in question.
-        std::shared_ptr<UIView> (*make)(const std::shared_ptr<UIScrollView>& scrollView);
+        /// Where the scroll view lies in the screen's view, which it is itself when it lies nowhere; and beside others.
+        std::optional<double> gap;
+        bool isAmongOthers;
         UIRectEdge edges;
         CGRect frame;
         double inset;
     };
     const Case cases[] {
-        {"is the scroll view", asItself, UIRectEdge::all, {0, 0, 320, 640}, 44},
-        {"is filled by it", within<0>, UIRectEdge::all, {0, 0, 320, 640}, 44},
-        {"has it lower", within<100>, UIRectEdge::all, {0, 0, 320, 640}, 0},
-        {"has it among others", amongOthers, UIRectEdge::all, {0, 0, 320, 640}, 0},
-        {"lies below the bar", within<0>, UIRectEdge::none, {0, 44, 320, 596}, 0},
+        {"is the scroll view", std::nullopt, false, UIRectEdge::all, {0, 0, 320, 640}, 44},
+        {"is filled by it", 0, false, UIRectEdge::all, {0, 0, 320, 640}, 44},
+        {"has it lower", 100, false, UIRectEdge::all, {0, 0, 320, 640}, 0},
+        {"has it among others", 0, true, UIRectEdge::all, {0, 0, 320, 640}, 0},
+        {"lies below the bar", 0, false, UIRectEdge::none, {0, 44, 320, 596}, 0},
     };
-    for (const auto& [name, make, edges, frame, inset] : cases) {
+    for (const auto& [name, gap, isAmongOthers, edges, frame, inset] : cases) {
         SCOPED_TRACE(name);
         root = std::make_shared<UIViewController>();
         stack = std::make_shared<UINavigationController>(root);
         const auto scrollView = std::make_shared<UIScrollView>();
-        root->setView(make(scrollView));
+        if (gap) {
+            root->setView(std::make_shared<Around>(*gap));
+            root->view()->addSubview(scrollView);
+        } else {
+            root->setView(scrollView);
+        }
+        if (isAmongOthers)
+            root->view()->addSubview(std::make_shared<UIView>());
         root->setEdgesForExtendedLayout(edges);
         show();
         EXPECT_EQ(root->view()->frame(), frame);

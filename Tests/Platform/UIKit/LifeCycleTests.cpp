@@ -87,23 +87,6 @@ TEST_F(LifeCycleTest, TheOneBeneathLeavesOnlyWhenItIsCovered)
     }
 }
 
-TEST_F(LifeCycleTest, AFullScreenCoversAllThatWasSeen)
-{
-    const auto sheet = screen("sheet");
-    host->present(sheet, false);
-    sheet->present(screen("full", Style::fullScreen), false);
-    log.lines.clear();
-    window->topViewController()->present(screen("over", Style::overCurrentContext), false);
-    EXPECT_THAT(log.take(),
-        ElementsAre("over loadView", "over didLoad", "over willAppear", "Present full > over", "over didAppear"));
-    sheet->dismiss(true);
-    EXPECT_THAT(log.take(),
-        ElementsAre("over willDisappear", "full willDisappear", "sheet willAppear", "host willAppear",
-            "Dismiss over > sheet", "over didDisappear", "full didDisappear", "sheet didAppear", "host didAppear",
-            "full gone", "over gone"));
-    EXPECT_THAT(windowViews(), ElementsAre(host->view().get(), sheet->view().get()));
-}
-
 TEST_F(LifeCycleTest, PushAndPopExchangeTheTopmost)
 {
     const auto nav = presentStack({"list"});

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <random>
 #include <vector>
@@ -14,24 +15,12 @@ namespace {
 
 double valueOf(const CGRect& rect, NSLayoutAttribute attribute)
 {
-    switch (attribute) {
-    case NSLayoutAttribute::left:
-        return rect.minX();
-    case NSLayoutAttribute::right:
-        return rect.maxX();
-    case NSLayoutAttribute::centerX:
-        return rect.minX() + rect.size.width / 2;
-    case NSLayoutAttribute::top:
-        return rect.minY();
-    case NSLayoutAttribute::bottom:
-        return rect.maxY();
-    case NSLayoutAttribute::centerY:
-        return rect.minY() + rect.size.height / 2;
-    case NSLayoutAttribute::width:
-        return rect.size.width;
-    default:
-        return rect.size.height;
-    }
+    using enum NSLayoutAttribute;
+    const auto& [origin, size] = rect;
+    const std::map<NSLayoutAttribute, double> values {{left, origin.x}, {right, origin.x + size.width},
+        {centerX, origin.x + size.width / 2}, {top, origin.y}, {bottom, origin.y + size.height},
+        {centerY, origin.y + size.height / 2}, {width, size.width}, {height, size.height}};
+    return values.at(attribute);
 }
 
 // Constraints that some frames are known to meet, bounds among them, all hold in the frames that are found, whatever

@@ -70,8 +70,6 @@ public:
     std::shared_ptr<UITableViewCell> cellForRowAt(UITableView&, IndexPath indexPath) override
     {
         ++cellsAsked;
-        if (const auto handler = std::exchange(whenACellIsAsked, {}))
-            handler();
         auto cell = table->dequeueReusableCell("text", indexPath);
         static_cast<TextCell&>(*cell).text = rows.at(static_cast<std::size_t>(indexPath.row));
         return cell;
@@ -99,7 +97,6 @@ public:
     int heightsAsked = 0;
     std::optional<UITableViewUpdate> lastUpdate;
     std::function<double(std::int64_t)> height;
-    std::function<void()> whenACellIsAsked;
     std::function<void(UITableViewCellEditingStyle, IndexPath)> onCommit;
 };
 

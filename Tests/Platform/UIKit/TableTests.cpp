@@ -167,23 +167,6 @@ TEST(TableTest, ADataSourceMayKeepItsCellsItselfAndMayGo)
     EXPECT_THAT(table->subviews(), IsEmpty());
 }
 
-TEST(TableTest, ADataSourceMayChangeItsRowsWhileItIsAskedForCells)
-{
-    TableScene scene {5};
-    scene.whenACellIsAsked = [&] {
-        scene.rows.insert(scene.rows.begin(), "new");
-        scene.table->insertRows({{.row = 0}}, UITableViewRowAnimation::none);
-    };
-    EXPECT_THAT(scene.shown(), ElementsAre("new", "0", "1", "2", "3", "4"));
-    scene.whenACellIsAsked = [&] {
-        scene.rows = {"a", "b"};
-        scene.table->reloadData();
-    };
-    scene.table->reloadData();
-    EXPECT_THAT(scene.shown(), ElementsAre("a", "b"));
-    EXPECT_EQ(scene.table->subviews().size(), 2U);
-}
-
 /// A screen whose table tells it of selections.
 struct ListScreen : UIViewController, UITableViewDataSource, UITableViewDelegate {
     std::shared_ptr<UITableView> table = std::make_shared<UITableView>(CGRect {}, UITableViewStyle::plain);
