@@ -174,12 +174,6 @@ int LoopbackServer::connections() const
     return static_cast<int>(m_threads.size());
 }
 
-std::size_t LoopbackServer::mostOpenConnections() const
-{
-    const std::lock_guard lock {m_mutex};
-    return m_mostOpen;
-}
-
 bool LoopbackServer::waitUntilAllAreClosed() const
 {
     std::unique_lock lock {m_mutex};
@@ -199,7 +193,6 @@ void LoopbackServer::acceptConnections()
         ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         const std::lock_guard lock {m_mutex};
         m_open.insert(socket);
-        m_mostOpen = std::max(m_mostOpen, m_open.size());
         m_threads.emplace_back([this, socket, number = static_cast<int>(m_threads.size())] { serve(socket, number); });
     }
 }

@@ -65,9 +65,8 @@ public:
     /// The same, and forgets them.
     [[nodiscard]] std::vector<RecordedRequest> takeRequests();
 
-    /// How many connections were made, and how many were open at most at one time.
+    /// How many connections were made.
     [[nodiscard]] int connections() const;
-    [[nodiscard]] std::size_t mostOpenConnections() const;
 
     /// Waits, at most ten seconds, until every connection has been closed; false when one is still open.
     [[nodiscard]] bool waitUntilAllAreClosed() const;
@@ -90,7 +89,6 @@ private:
     Reply m_default = Reply::status(200);
     std::vector<RecordedRequest> m_requests;
     std::set<int> m_open;
-    std::size_t m_mostOpen = 0;
     std::vector<std::thread> m_threads;
 
     std::thread m_acceptor;

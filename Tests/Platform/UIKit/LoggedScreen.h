@@ -26,7 +26,14 @@ struct LifeLog {
         if (const auto handler = handlers.extract(line))
             handler.mapped()();
     }
-    [[nodiscard]] std::vector<std::string> take() { return std::exchange(lines, {}); }
+    /// All of them in one text, and forgets them.
+    [[nodiscard]] std::string take()
+    {
+        std::string text;
+        for (const auto& line : std::exchange(lines, {}))
+            text += (text.empty() ? "" : ", ") + line;
+        return text;
+    }
 };
 
 template <typename Base> class Logged : public Base {

@@ -1,5 +1,4 @@
 #include "Platform/UIKit/TextMeasurer.h"
-#include "Platform/UIKit/UILabel.h"
 
 #include <gtest/gtest.h>
 
@@ -42,20 +41,6 @@ TEST(TextMeasurer, FixedPitch)
         EXPECT_NEAR(size.width, columns * 6, 1e-9) << '"' << text << "\" within " << width;
         EXPECT_NEAR(size.height, lines * 12, 1e-9) << '"' << text << "\" within " << width;
     }
-}
-
-// A label is made as wide as its one line whatever it was before; several lines keep the width they have.
-TEST(TextMeasurer, LabelSizedToItsText)
-{
-    UILabel label {{3, 4, 10, 10}};
-    label.setFont(UIFont::systemFont(10));
-    label.setText("one two");
-    label.sizeToFit();
-    EXPECT_EQ(label.frame(), CGRect(3, 4, 42, 12));
-    label.setNumberOfLines(0);
-    label.setFrame({0, 0, 20, 0});
-    label.sizeToFit();
-    EXPECT_EQ(label.frame(), CGRect(0, 0, 18, 24));
 }
 
 } // namespace
