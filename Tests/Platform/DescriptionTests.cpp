@@ -10,12 +10,7 @@ using std::string_literals::operator""s;
 
 TEST(DescriptionTest, KeepsEveryTextOnOneLine)
 {
-    struct Row {
-        std::string text;
-        const char* bare;
-        const char* quoted;
-    };
-    const Row rows[] {
+    const std::tuple<std::string, const char*, const char*> rows[] {
         {"plain", "plain", "\"plain\""},
         {"", "", "\"\""},
         {"say \"olá\" \\ ☕️", "say \"olá\" \\ ☕️", "\"say \\\"olá\\\" \\\\ ☕️\""},
@@ -24,9 +19,9 @@ TEST(DescriptionTest, KeepsEveryTextOnOneLine)
         {"\u0085\u2028\u2029", "\\u{85}\\u{2028}\\u{2029}", "\"\\u{85}\\u{2028}\\u{2029}\""},
         {"a\xFF\xC3", "a\uFFFD\uFFFD", "\"a\uFFFD\uFFFD\""},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(singleLine(row.text), row.bare);
-        EXPECT_EQ(debugDescription(row.text), row.quoted);
+    for (const auto& [text, bare, quoted] : rows) {
+        EXPECT_EQ(singleLine(text), bare);
+        EXPECT_EQ(debugDescription(text), quoted);
     }
     EXPECT_EQ(description(std::optional<std::string> {"a\"b"}), "Optional(\"a\\\"b\")");
     EXPECT_EQ(description(std::optional<std::string> {}), "nil");

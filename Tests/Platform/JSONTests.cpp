@@ -28,11 +28,7 @@ std::string written(const Value& value)
 
 TEST(JSONTest, ReadsEveryKindOfValue)
 {
-    const struct {
-        std::string_view name;
-        std::string text;
-        Value expected;
-    } rows[] = {
+    const std::tuple<const char*, std::string, Value> rows[] = {
         {"null", "null", Value {}},
         {"true among white space", " \t\r\n true ", true},
         {"byte order mark", "\xEF\xBB\xBF[false]", Value::Array {false}},

@@ -46,11 +46,7 @@ TEST(PropertyListTest, RefusesToEncodeWhatAListCannotHold)
     Value::Array unfolding;
     for (int number = 0; number < 1'000; ++number)
         unfolding.append(Value::Dictionary {{std::string(1'000'000, 'k'), number}});
-    const struct {
-        std::string_view name;
-        Value value;
-        PropertyListError error;
-    } rows[] = {
+    const std::tuple<const char*, Value, PropertyListError> rows[] = {
         {"null", Value {}, PropertyListError::notRepresentable},
         {"null inside", Value::Dictionary {{"a", Value::Array {Value {}}}}, PropertyListError::notRepresentable},
         {"invalid text", "\xC3", PropertyListError::notRepresentable},

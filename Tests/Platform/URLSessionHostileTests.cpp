@@ -26,14 +26,9 @@ protected:
 
 TEST_F(URLSessionHostileTest, WhatHasNoEndEndsInTimeAndTakesABoundedAmountOfMemory)
 {
-    struct Row {
-        const char* name;
-        std::string head;
-        std::string repeated;
-    };
     const auto chunked = ok + "Transfer-Encoding: chunked\r\n\r\n";
     const std::string kilobyte(1'000, 'x');
-    const Row rows[] = {
+    const std::tuple<const char*, std::string, std::string> rows[] = {
         {"status line", "HTTP/1.1 200 ", kilobyte},
         {"no line at all", "", kilobyte},
         {"one header line", ok + "X: ", kilobyte},

@@ -35,12 +35,8 @@ std::string repeated(std::string_view text, int count)
 
 TEST_F(URLSessionTest, SendsTheRequestAsGiven)
 {
-    struct Row {
-        std::string method;
-        std::optional<std::string> body;
-        std::optional<std::string> contentLength;
-    };
-    std::vector<Row> rows {
+    using Text = std::optional<std::string>;
+    std::vector<std::tuple<std::string, Text, Text>> rows {
         {"GET", {}, {}},
         {"GET", "", {}},
         {"GET", "a body", "6"},

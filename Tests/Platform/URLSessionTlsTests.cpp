@@ -29,12 +29,7 @@ protected:
 TEST_F(URLSessionTlsTest, TrustsCertificatesOfKnownAuthoritiesForTheirHostAndTime)
 {
     const auto failed = summary(URLError::secureConnectionFailed);
-    struct Row {
-        std::string name;
-        std::filesystem::path certificate;
-        std::string outcome;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, std::filesystem::path, std::string> rows[] = {
         {"good", authority->issue("good", "IP:127.0.0.1", 2), "200 "},
         {"other host", authority->issue("host", "DNS:events.kova.example", 2), failed},
         {"expired", authority->issue("expired", "IP:127.0.0.1", -1), failed},
@@ -47,7 +42,7 @@ TEST_F(URLSessionTlsTest, TrustsCertificatesOfKnownAuthoritiesForTheirHostAndTim
         URLSessionCurl stranger;
         EXPECT_EQ(fetch(stranger, makeRequest(server.url())).summary(), failed) << name;
     }
-    const OpenSSLServer outdated {rows[0].certificate, {"-www", "-tls1_1"}};
+    const OpenSSLServer outdated {std::get<1>(rows[0]), {"-www", "-tls1_1"}};
     ASSERT_TRUE(outdated.isRunning());
     EXPECT_EQ(fetch(*session, makeRequest(outdated.url())).summary(), failed) << "no handshake with an old protocol";
 }

@@ -82,12 +82,7 @@ TEST(UserDefaultsSpaceTest, NothingIsLostWhereNothingCanBeWritten)
     if (!NetworkNamespace::isInside())
         return NetworkNamespace::runThisTestInside();
     enum class Trouble { Full, FullUnderWay, ReadOnly };
-    struct Row {
-        const char* name;
-        Leftover leftover;
-        Trouble trouble;
-    };
-    const Row rows[] {
+    const std::tuple<const char*, Leftover, Trouble> rows[] {
         {"full, without a store", Leftover::Nothing, Trouble::Full},
         {"full, over an empty file", Leftover::EmptyFile, Trouble::Full},
         {"full, over a store that was closed", Leftover::ClosedStore, Trouble::Full},
