@@ -155,36 +155,24 @@ TEST_F(URLSessionLifeTest, TasksMayBeMadeResumedAndCancelledInACompletion)
     EXPECT_EQ(unanswered[0].wait().summary(), cancelled);
 }
 
-/// Runs a function when it is destroyed, as a completion that holds it is.
-class AtEnd {
-public:
-    explicit AtEnd(std::function<void()> function)
-        : m_function(std::move(function))
-    {
-    }
-    AtEnd(AtEnd&&) = default;
-    ~AtEnd()
-    {
-        if (m_function)
-            m_function();
-    }
-
-private:
-    std::function<void()> m_function;
-};
+/// Runs a function when it is let go of, as it is by a completion that holds it.
+std::shared_ptr<void> atEnd(const std::function<void()>& function)
+{
+    return {nullptr, [function](std::nullptr_t) { function(); }};
+}
 
 TEST_F(URLSessionLifeTest, TheActivityLastsUntilTheCompletionIsDestroyed)
 {
     EXPECT_TRUE(Activity::waitUntilIdle(Clock::now()));
     std::promise<void> destroyed;
     std::atomic<bool> wasIdle = true;
-    auto atEnd = std::make_unique<AtEnd>([&] {
+    auto held = atEnd([&] {
         // What a completion holds may use the session while it goes away.
         session->dataTask(makeRequest(server.url()), {})->cancel();
         wasIdle = Activity::waitUntilIdle(Clock::now());
         destroyed.set_value();
     });
-    const auto task = session->dataTask(makeRequest(server.url()), [held = std::move(atEnd)](auto, auto, auto) { });
+    const auto task = session->dataTask(makeRequest(server.url()), [held = std::move(held)](auto, auto, auto) { });
     EXPECT_TRUE(Activity::waitUntilIdle(Clock::now())) << "a task that has not started is no activity";
     task->resume();
     EXPECT_FALSE(Activity::waitUntilIdle(Clock::now()));
@@ -255,7 +243,7 @@ TEST_F(URLSessionLifeTest, TheLastReferenceMayDropOnTheSessionsOwnThread)
         auto held = std::make_unique<std::shared_ptr<URLSessionCurl>>(session);
         // What is captured first is destroyed last.
         auto task = session->dataTask(makeRequest(server.url()),
-            [atEnd = std::make_unique<AtEnd>([&] { done.set_value(); }), held = std::move(held), &gate, inDestructor](
+            [end = atEnd([&] { done.set_value(); }), held = std::move(held), &gate, inDestructor](
                 auto, auto, auto) mutable {
                 gate.enter({});
                 if (!inDestructor)

@@ -5,28 +5,14 @@
 
 namespace kova::tests {
 
-namespace {
-
-NSLayoutAttribute attributeCalled(const std::string& name)
+std::shared_ptr<NSLayoutConstraint> Scene::constrain(const std::string& lines)
 {
     static const std::map<std::string, NSLayoutAttribute> attributes {{"left", NSLayoutAttribute::left},
         {"right", NSLayoutAttribute::right}, {"top", NSLayoutAttribute::top}, {"bottom", NSLayoutAttribute::bottom},
         {"width", NSLayoutAttribute::width}, {"height", NSLayoutAttribute::height},
         {"centerX", NSLayoutAttribute::centerX}, {"centerY", NSLayoutAttribute::centerY}};
-    return attributes.at(name);
-}
-
-NSLayoutRelation relationCalled(const std::string& sign)
-{
     static const std::map<std::string, NSLayoutRelation> relations {{"=", NSLayoutRelation::equal},
         {"<=", NSLayoutRelation::lessThanOrEqual}, {">=", NSLayoutRelation::greaterThanOrEqual}};
-    return relations.at(sign);
-}
-
-} // namespace
-
-std::shared_ptr<NSLayoutConstraint> Scene::constrain(const std::string& lines)
-{
     std::shared_ptr<NSLayoutConstraint> last;
     std::istringstream all {lines};
     for (std::string line; std::getline(all, line);) {
@@ -38,7 +24,7 @@ std::shared_ptr<NSLayoutConstraint> Scene::constrain(const std::string& lines)
             continue;
         const auto itemOf = [this](const std::string& anchor) { return &(*this)[anchor.substr(0, anchor.find('.'))]; };
         const auto attributeOf
-            = [](const std::string& anchor) { return attributeCalled(anchor.substr(anchor.find('.') + 1)); };
+            = [](const std::string& anchor) { return attributes.at(anchor.substr(anchor.find('.') + 1)); };
         UIView* second = nullptr;
         auto attribute = NSLayoutAttribute::notAnAttribute;
         double multiplier = 1;
@@ -60,7 +46,7 @@ std::shared_ptr<NSLayoutConstraint> Scene::constrain(const std::string& lines)
                 constant = operation == "-" ? -number : number;
         }
         last = std::make_shared<NSLayoutConstraint>(
-            itemOf(first), attributeOf(first), relationCalled(sign), second, attribute, multiplier, constant);
+            itemOf(first), attributeOf(first), relations.at(sign), second, attribute, multiplier, constant);
         last->setPriority(priority);
         NSLayoutConstraint::activate({last});
     }
