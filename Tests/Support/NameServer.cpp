@@ -6,6 +6,7 @@
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 
 namespace kova::tests {
@@ -13,36 +14,24 @@ namespace kova::tests {
 namespace {
 
 constexpr std::size_t headerSize = 12;
-constexpr std::uint16_t typeA = 1;
+constexpr unsigned char typeA = 1;
 
 } // namespace
 
-/// A question as it came, and who asked.
+/// A question as it came, up to its end, and who asked.
 struct NameServer::Pending {
     std::string packet;
-    std::string name {};
-    std::uint16_t type = 0;
     sockaddr_in sender {};
 
-    /// The whole question in the packet, from its header on; false when it is malformed.
-    bool parse()
+    [[nodiscard]] std::string name() const
     {
-        std::size_t position = headerSize;
-        while (position < packet.size() && packet[position] != 0) {
-            const auto length = static_cast<unsigned char>(packet[position]);
-            if (!name.empty())
-                name += '.';
-            name += packet.substr(position + 1, length);
-            position += length + 1U;
-        }
-        const auto end = position + 5;
-        if (packet.size() < end)
-            return false;
-        type = static_cast<std::uint16_t>(
-            static_cast<unsigned char>(packet[position + 1]) << 8U | static_cast<unsigned char>(packet[position + 2]));
-        packet.resize(end);
-        return true;
+        std::string text;
+        for (auto label = headerSize; packet[label] != 0; label += 1U + static_cast<unsigned char>(packet[label]))
+            text.append(text.empty() ? "" : ".").append(packet, label + 1, static_cast<unsigned char>(packet[label]));
+        return text;
     }
+    // Before the class; no type that is asked for here has two bytes.
+    [[nodiscard]] int type() const { return packet[packet.size() - 3]; }
 };
 
 NameServer::NameServer(std::uint16_t port)
@@ -103,13 +92,14 @@ void NameServer::run()
         socklen_t size = sizeof pending.sender;
         const auto count = recvfrom(
             m_socket.get(), packet.data(), packet.size(), 0, reinterpret_cast<sockaddr*>(&pending.sender), &size);
-        if (count < static_cast<ssize_t>(headerSize))
+        pending.packet.assign(packet.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        // The name ends with an empty label; type and class follow.
+        const auto end = pending.packet.find('\0', headerSize);
+        if (end == std::string::npos || pending.packet.size() < end + 5)
             continue;
-        pending.packet.assign(packet.data(), static_cast<std::size_t>(count));
-        if (!pending.parse())
-            continue;
+        pending.packet.resize(end + 5);
         const std::lock_guard lock {m_mutex};
-        m_questions.push_back(pending.name);
+        m_questions.push_back(pending.name());
         m_changed.notify_all();
         if (m_answer)
             reply(pending);
@@ -122,7 +112,7 @@ void NameServer::reply(const Pending& pending) const
 {
     auto packet = pending.packet;
     // A response, recursion available, no error or a failure; one question, and one answer for an IPv4 address.
-    const bool hasAddress = pending.type == typeA && !m_answer->empty();
+    const bool hasAddress = pending.type() == typeA && !m_answer->empty();
     const std::array<unsigned char, 10> header {
         0x81, static_cast<unsigned char>(m_answer->empty() ? 0x82 : 0x80), 0, 1, 0, 0, 0, 0, 0, 0};
     packet.replace(2, header.size(), reinterpret_cast<const char*>(header.data()), header.size());
