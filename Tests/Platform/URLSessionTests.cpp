@@ -340,17 +340,6 @@ TEST(CurlHostQueueTest, KnowsTheSameHostByAllItsNames)
         EXPECT_EQ(CurlHostQueue::host(url), host) << url;
 }
 
-TEST_F(URLSessionTest, TellsHostsThatAreNotFoundFromThoseThatRefuse)
-{
-    std::optional<LoopbackServer> gone {std::in_place};
-    const auto refused = gone->url();
-    gone.reset();
-    EXPECT_EQ(fetch(session, makeRequest(refused)).summary(), summary(URLError::cannotConnectToHost));
-    // A label of 64 letters is none, which the resolver knows without asking anybody.
-    const auto unknown = URL::create("http://" + std::string(64, 'x') + ".invalid/").value();
-    EXPECT_EQ(fetch(session, makeRequest(unknown)).summary(), summary(URLError::cannotFindHost));
-}
-
 TEST(URLSessionEnvironmentTest, TakesNoProxyFromTheEnvironment)
 {
     LoopbackServer server;
