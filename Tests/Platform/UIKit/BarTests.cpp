@@ -2,6 +2,7 @@
 #include "Platform/UIKit/UIAlertController.h"
 #include "Platform/UIKit/UIButton.h"
 #include "Platform/UIKit/UINavigationController.h"
+#include "Platform/UIKit/UIScrollView.h"
 #include "Platform/UIKit/UIWindow.h"
 
 #include <gtest/gtest.h>
