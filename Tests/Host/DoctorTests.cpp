@@ -61,8 +61,6 @@ public:
         return {end, doctor.standardOutput(), doctor.standardError()};
     }
 
-    void writePlist(std::string_view text) const { std::ofstream {plist, std::ios::binary | std::ios::trunc} << text; }
-
     TemporaryFolder temporary;
     fs::path bundle = temporary.path() / "bundle";
     fs::path plist = bundle / "Kova.plist";
@@ -143,8 +141,13 @@ void check(const std::vector<Complaint>& rows)
 
 TEST(DoctorTest, FindsWhatIsWrongWithTheConfiguration)
 {
-    const auto plist = [](std::string_view entries) {
-        return "<plist version=\"1.0\"><dict>" + std::string {entries} + "</dict></plist>";
+    const auto holding = [](const std::string& text) {
+        return [text](const Patient& patient) {
+            std::ofstream {patient.plist, std::ios::binary | std::ios::trunc} << text;
+        };
+    };
+    const auto having = [&](const std::string& entries) {
+        return holding("<plist version=\"1.0\"><dict>" + entries + "</dict></plist>");
     };
     check({
         {"no folder", [](const Patient& patient) { fs::remove_all(patient.bundle); }, "there is no such folder"},
@@ -155,62 +158,43 @@ TEST(DoctorTest, FindsWhatIsWrongWithTheConfiguration)
                 fs::create_directory(patient.plist);
             },
             "it is no regular file"},
-        {"no property list", [](const Patient& patient) { patient.writePlist("{}"); },
-            "The bytes are not a valid property list"},
-        {"too large", [](const Patient& patient) { patient.writePlist(std::string(2 << 20, ' ')); },
-            "it is larger than 1 MiB"},
-        {"a list", [](const Patient& patient) { patient.writePlist("<plist><array/></plist>"); },
-            "it is a property list, but no dictionary"},
-        {"a number",
-            [&](const Patient& patient) {
-                patient.writePlist(plist("<key>KovaNotificationID</key><integer>5</integer>"));
-            },
-            "KovaNotificationID is no text"},
-        {"an empty text",
-            [&](const Patient& patient) { patient.writePlist(plist("<key>KovaAudienceID</key><string/>")); },
-            "KovaAudienceID is empty"},
-        {"no such key", [&](const Patient& patient) { patient.writePlist(plist("")); }, "KovaAPIKey is missing"},
+        {"no property list", holding("{}"), "The bytes are not a valid property list"},
+        {"too large", holding(std::string(2 << 20, ' ')), "it is larger than 1 MiB"},
+        {"a list", holding("<plist><array/></plist>"), "it is a property list, but no dictionary"},
+        {"a number", having("<key>KovaNotificationID</key><integer>5</integer>"), "KovaNotificationID is no text"},
+        {"an empty text", having("<key>KovaAudienceID</key><string/>"), "KovaAudienceID is empty"},
+        {"no such key", having(""), "KovaAPIKey is missing"},
     });
 }
 
 TEST(DoctorTest, FindsWhatIsWrongWithTheStore)
 {
-    const auto execute = [](const Patient& patient, const char* sql) {
-        SQLiteDatabase {patient.database, std::chrono::seconds {5}}.execute(sql);
+    const auto executing = [](const char* sql) {
+        return
+            [sql](const Patient& patient) { SQLiteDatabase {patient.database, std::chrono::seconds {5}}.execute(sql); };
     };
-    const auto permit = [](const fs::path& path, unsigned mode) { fs::permissions(path, fs::perms {mode}); };
+    const auto permitting = [](fs::path Patient::* path, unsigned mode) {
+        return [path, mode](const Patient& patient) { fs::permissions(patient.*path, fs::perms {mode}); };
+    };
+    const auto replacing = [](fs::path Patient::* path) {
+        return [path](const Patient& patient) {
+            fs::remove_all(patient.*path);
+            std::ofstream {patient.*path} << std::string(5000, 'x');
+        };
+    };
     check({
-        {"an open folder", [&](const Patient& patient) { permit(patient.folder, 0755); },
-            "other users may look into example.shop (0755)"},
-        {"an open file", [&](const Patient& patient) { permit(patient.database, 0644); },
-            "other users may look into defaults.sqlite (0644)"},
-        {"a file in the folder's place",
-            [](const Patient& patient) {
-                fs::remove_all(patient.folder);
-                std::ofstream {patient.folder} << "x";
-            },
-            "the place of the application's folder is taken"},
-        {"a file in the place of the data folder",
-            [](const Patient& patient) {
-                fs::remove_all(patient.data);
-                std::ofstream {patient.data} << "x";
-            },
-            "the folder cannot be looked into"},
-        {"no database",
-            [](const Patient& patient) { std::ofstream {patient.database, std::ios::trunc} << std::string(5000, 'x'); },
-            "the database is damaged: file is not a database"},
+        {"an open folder", permitting(&Patient::folder, 0755), "other users may look into example.shop (0755)"},
+        {"an open file", permitting(&Patient::database, 0644), "other users may look into defaults.sqlite (0644)"},
+        {"a file in the folder's place", replacing(&Patient::folder), "the place of the application's folder is taken"},
+        {"a file in the place of the data folder", replacing(&Patient::data), "the folder cannot be looked into"},
+        {"no database", replacing(&Patient::database), "the database is damaged: file is not a database"},
         {"half a database",
             [](const Patient& patient) { fs::resize_file(patient.database, fs::file_size(patient.database) / 2); },
             "the database is damaged"},
-        {"a newer database", [&](const Patient& patient) { execute(patient, "PRAGMA user_version = 2"); },
-            "the database was written by a newer version"},
-        {"an inbox that is none",
-            [&](const Patient& patient) {
-                execute(patient, "UPDATE entry SET value = x'00' WHERE key = 'kova_notification'");
-            },
+        {"a newer database", executing("PRAGMA user_version = 2"), "the database was written by a newer version"},
+        {"an inbox that is none", executing("UPDATE entry SET value = x'00' WHERE key = 'kova_notification'"),
             "the inbox cannot be decoded"},
-        {"a buffer that is none", [&](const Patient& patient) { execute(patient, "UPDATE element SET kind = 1"); },
-            "the buffered events cannot be read"},
+        {"a buffer that is none", executing("UPDATE element SET kind = 1"), "the buffered events cannot be read"},
     });
 }
 

@@ -1,5 +1,6 @@
 #include "Tests/Host/HostRun.h"
 
+#include "Platform/Foundation/Description.h"
 #include "Platform/Foundation/JSONSerialization.h"
 
 #include <gtest/gtest.h>
@@ -62,7 +63,7 @@ HostResult HostFolder::run(const std::string& script) const
 
 std::vector<std::string> HostFolder::inboxIds()
 {
-    const auto result = run("{\"do\":\"inbox\"}\n");
+    const auto result = run(inbox);
     EXPECT_EQ(result.end, ProcessEnd {.exitStatus = 0}) << result.errors;
     std::vector<std::string> ids;
     const auto* inbox = result.answers.empty() ? nullptr : result.answers.back().find<Value::Array>("inbox");
@@ -71,10 +72,33 @@ std::vector<std::string> HostFolder::inboxIds()
     return ids;
 }
 
+std::string command(const std::string& name, const std::string& fields)
+{
+    return R"({"do":")" + name + "\"" + (fields.empty() ? "" : "," + fields) + "}\n";
+}
+
+std::string switchNetwork(const std::string& status)
+{
+    return command("network", R"("status":")" + status + "\"");
+}
+
+std::string saveEvent(const std::string& text)
+{
+    return command("event", R"("kind":"SearchEvent","type":"search","text":")" + text + "\"");
+}
+
+std::string savedText(const Value& body)
+{
+    const auto* text = body.as<std::string>();
+    const auto value = JSONSerialization::jsonObject(text ? *text : "");
+    const auto* attributes = value ? value->find("attributes") : nullptr;
+    const auto* keywords = attributes ? attributes->find<std::string>("keywords") : nullptr;
+    return keywords ? *keywords : "not whole: " + description(body);
+}
+
 std::string push(const Value::Dictionary& payload)
 {
-    return std::string {JSONSerialization::data(Value::Dictionary {{"do", "push"}, {"payload", payload}})->text()}
-    + "\n";
+    return command("push", "\"payload\":" + std::string {JSONSerialization::data(payload)->text()});
 }
 
 std::string pushWithId(const std::string& id)

@@ -6,6 +6,7 @@
 #include "Tests/Support/Process.h"
 #include "Tests/Support/TemporaryFolder.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -19,6 +20,8 @@ inline const ProcessEnd success {.exitStatus = 0};
 // Script lines that many scripts have.
 inline const std::string start = "{\"do\":\"start\"}\n";
 inline const std::string settle = "{\"do\":\"settle\"}\n";
+inline const std::string buffer = "{\"do\":\"buffer\"}\n";
+inline const std::string inbox = "{\"do\":\"inbox\"}\n";
 
 struct HostResult {
     std::optional<ProcessEnd> end {};
@@ -33,8 +36,14 @@ struct HostResult {
 /// A data folder with which kova-host is run, once or several times.
 class HostFolder {
 public:
-    /// Base address of the web services, "http://127.0.0.1:PORT", or nothing to reach none.
-    std::string services = "http://127.0.0.1:9";
+    /// The web services are at this port; by default nobody listens there.
+    explicit HostFolder(std::uint16_t port = 9)
+        : services("http://127.0.0.1:" + std::to_string(port))
+    {
+    }
+
+    /// Base address of the web services.
+    std::string services;
     std::filesystem::path bundle = KOVA_RESOURCES_DIR;
     /// The simulated network is offline until the script switches it, and says nothing before.
     std::string network = "simulated";
@@ -56,6 +65,12 @@ private:
     TemporaryFolder m_folder;
 };
 
+/// A script line with a command's other fields as JSON writes them.
+[[nodiscard]] std::string command(const std::string& name, const std::string& fields = {});
+[[nodiscard]] std::string switchNetwork(const std::string& status);
+/// Saves an event that was started with this text; and the text of such an event, from its body in an answer.
+[[nodiscard]] std::string saveEvent(const std::string& text);
+[[nodiscard]] std::string savedText(const Value& body);
 /// A script line that pushes a payload.
 [[nodiscard]] std::string push(const Value::Dictionary& payload);
 /// The same for a payload with this id and a short text.

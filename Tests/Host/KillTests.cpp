@@ -2,7 +2,6 @@
 //
 // KOVA_TEST_KILLS says how often.
 
-#include "Platform/Foundation/JSONSerialization.h"
 #include "Platform/Libraries/SQLiteDatabase.h"
 #include "Tests/Host/HostRun.h"
 #include "Tests/Support/Collector.h"
@@ -21,42 +20,24 @@ std::string manyRounds(std::size_t firstPush, std::size_t firstEvent)
 {
     constexpr int rounds = 40;
     std::string script = start;
-    const auto save = [&] {
-        script += R"({"do":"event","kind":"SearchEvent","type":"search","text":")" + std::to_string(firstEvent++)
-            + "\"}\n";
-    };
     for (int round = 0; round < rounds; ++round) {
-        script += R"({"do":"network","status":"offline"})"
-                  "\n";
+        script += switchNetwork("offline");
         for (int number = 0; number < 3; ++number)
-            save();
+            script += saveEvent(std::to_string(firstEvent++));
         script += pushWithId("p" + std::to_string(firstPush++));
-        script += R"({"do":"network","status":"wifi"})"
-                  "\n";
+        script += switchNetwork("wifi");
         script += pushWithId("p" + std::to_string(firstPush++));
-        save();
-        script += settle;
+        script += saveEvent(std::to_string(firstEvent++)) + settle;
     }
     return script;
-}
-
-// The number that an event was started with; none when the body is not whole.
-std::optional<int> eventNumber(const Value& body)
-{
-    const auto* text = body.as<std::string>();
-    const auto value = JSONSerialization::jsonObject(text ? *text : "");
-    const auto* attributes = value ? value->find("attributes") : nullptr;
-    const auto* keywords = attributes ? attributes->find<std::string>("keywords") : nullptr;
-    return keywords ? std::optional {std::stoi(*keywords)} : std::nullopt;
 }
 
 TEST(KillTest, SavePushAndReleaseSurviveKillsWhole)
 {
     const auto* wanted = std::getenv("KOVA_TEST_KILLS");
-    const auto kills = wanted ? std::strtoul(wanted, nullptr, 10) : 5;
+    const auto kills = wanted ? std::strtoul(wanted, nullptr, 10) : 12;
     Collector collector;
-    HostFolder folder;
-    folder.services = "http://127.0.0.1:" + std::to_string(collector.port());
+    HostFolder folder {collector.port()};
     const auto file = folder.path() / "data" / "kova-host" / "defaults.sqlite";
     std::mt19937 random {std::random_device {}()};
     std::size_t pushes = 0;
@@ -77,14 +58,13 @@ TEST(KillTest, SavePushAndReleaseSurviveKillsWhole)
         pushes += static_cast<std::size_t>(std::ranges::count_if(
             killed.log, [](const auto& line) { return line.starts_with("Notification from storage :"); }));
 
-        const auto after = folder.run("{\"do\":\"buffer\"}\n");
+        const auto after = folder.run(buffer);
         ASSERT_EQ(after.end, success);
         ASSERT_EQ(after.errors, "");
         int last = 0;
         for (const auto& body : *after.answers.back().find<Value::Array>("buffer")) {
-            const auto number = eventNumber(body);
-            ASSERT_TRUE(number);
-            ASSERT_GT(*number, std::exchange(last, *number));
+            const auto number = std::atoi(savedText(body).c_str());
+            ASSERT_GT(number, std::exchange(last, number)) << savedText(body);
             ++buffered;
         }
         const auto ids = folder.inboxIds();

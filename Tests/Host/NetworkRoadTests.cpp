@@ -27,9 +27,8 @@ public:
     /// which the log line of the next command shows.
     void askForStatus()
     {
-        doLine(settle + "{\"do\":\"status\"}\n");
-        doLine(R"({"do":"open","payload":{"custom":{"i":"asked"},"aps":{"alert":"x"}}})"
-               "\n");
+        doLine(settle + command("status"));
+        doLine(command("open", R"("payload":{"custom":{"i":"asked"},"aps":{"alert":"x"}})"));
         EXPECT_TRUE(waitFor("NOTIFICATIONS : Notification Result: "));
     }
 
@@ -62,8 +61,7 @@ TEST(NetworkHostTest, FollowsLinksAndRoutesAndSaysEachChangeOnce)
     const NetworkNamespace network;
     const auto modem = network.makeRawIPLink("wwan0");
     const Collector collector;
-    HostFolder folder;
-    folder.services = "http://127.0.0.1:" + std::to_string(collector.port());
+    HostFolder folder {collector.port()};
     folder.network = "real";
     FollowingHost host {folder};
     host.doLine(start);
@@ -98,8 +96,7 @@ TEST(NetworkHostTest, FollowsLinksAndRoutesAndSaysEachChangeOnce)
             lines.emplace_back(line);
         lines.push_back("Status: " + step.status);
         if (step.savesAnEvent) {
-            host.doLine(R"({"do":"event","kind":"SearchEvent","type":"search","text":"waited"})"
-                        "\n");
+            host.doLine(saveEvent("waited"));
             answers.emplace_back(Value::Dictionary {{"saved", true}});
         }
     }

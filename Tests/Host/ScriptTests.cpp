@@ -13,6 +13,7 @@ namespace {
 
 using Dictionary = Value::Dictionary;
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 TEST(ScriptTest, AnswersEveryCommand)
 {
@@ -55,31 +56,70 @@ TEST(ScriptTest, AnswersEveryCommand)
 
 TEST(ScriptTest, AWrongLineIsSaidWithItsPlaceAndEndsTheScript)
 {
-    const std::pair<const char*, const char*> rows[] {
+    const std::string centre = command("centre", R"("action":"open")");
+    const std::pair<std::string, const char*> rows[] {
         {"nonsense", "not a JSON object"},
         {"[]", "not a JSON object"},
-        {"{\"do\":\"inbox\"", "not a JSON object"},
         {"{}", "\"do\" is missing"},
-        {"{\"do\":5}", "\"do\" must be a text"},
-        {"{\"do\":\"fly\\n\"}", "unknown command \"fly\\n\""},
-        {"{\"do\":\"push\"}", "\"payload\" is missing"},
-        {"{\"do\":\"push\",\"payload\":\"{}\"}", "\"payload\" must be an object"},
-        {"{\"do\":\"prompt\",\"accepted\":1}", "\"accepted\" must be true or false"},
-        {"{\"do\":\"tag\",\"key\":\"a\"}", "\"value\" is missing"},
-        {"{\"do\":\"subscribe\",\"userId\":7}", "\"userId\" must be a text or null"},
-        {"{\"do\":\"settle\",\"seconds\":\"1\"}", "\"seconds\" must be a number"},
-        {"{\"do\":\"settle\",\"seconds\":-1}", "\"seconds\" must be between"},
-        {"{\"do\":\"start\",\"launchOptions\":[]}", "\"launchOptions\" must be an object"},
-        {"{\"do\":\"defaults-set\",\"key\":\"a\",\"file\":\"/nowhere/at/all\"}", "cannot read /nowhere/at/all"},
+        {R"({"do":5})", "\"do\" must be a text"},
+        {R"({"do":"fly\n"})", "unknown command \"fly\\n\""},
+        {R"({"do":"push"})", "\"payload\" is missing"},
+        {R"({"do":"prompt","accepted":1})", "\"accepted\" must be true or false"},
+        {R"({"do":"subscribe","userId":7})", "\"userId\" must be a text or null"},
+        {R"({"do":"settle","seconds":"1"})", "\"seconds\" must be a number"},
+        {R"({"do":"settle","seconds":-1})", "\"seconds\" must be between"},
+        {R"({"do":"start","launchOptions":[]})", "\"launchOptions\" must be an object"},
+        {R"({"do":"defaults-set","key":"a","file":"/nowhere/at/all"})", "cannot read /nowhere/at/all"},
+        {R"({"do":"event","kind":"Event","type":"search"})", "unknown kind"},
+        {R"({"do":"event","kind":"SearchEvent","type":"Search"})", "unknown type"},
+        {R"({"do":"event","kind":"SearchEvent","type":"search","metrics":{"a":"b"}})", "must be a number"},
+        {R"({"do":"event","kind":"SearchEvent","type":"search","attributes":{"a":1}})", "must be a text"},
+        {R"({"do":"network","status":"5g"})", "\"wifi\", \"wwan\" or \"offline\""},
+        {R"({"do":"geotriggers","geotriggers":{}})", "\"geotriggers\" must be a list"},
+        {R"({"do":"geotriggers","geotriggers":[{},7]})", "must be an object"},
+        {R"({"do":"geotriggers","geotriggers":[{"userInfo":7}]})", "\"userInfo\" must be an object or null"},
+        {R"({"do":"geotriggers","geotriggers":[{"userInfo":{},"data":7}]})", "no \"data\" beside it"},
+        {R"({"do":"select","row":0})", "select: the list is not on top of the screen"},
+        {R"({"do":"alert","button":"Apagar"})", "alert: an alert is not on top of the screen"},
+        {centre + R"({"do":"select","row":0})", "select: there is no row 0, the list has 0"},
+        {centre + R"({"do":"select","row":"0"})", "select: the field \"row\" must be a whole number"},
+        {centre + R"({"do":"centre","action":"open"})", "centre: the centre is open already"},
+        {R"({"do":"restyle","property":"navcolor","rgba":[0,0,0,1]})", "there is no property \"navcolor\""},
+        {R"({"do":"restyle","property":"navColor","rgba":[0,0,1]})", "must be a list of 4 numbers"},
+        {R"({"do":"restyle","property":"navColor","rgba":[0,0,0,255]})", "must be four numbers from 0 to 1"},
+        {R"({"do":"badge","action":"set"})", "must be \"add\", \"update\" or \"remove\""},
+        {R"({"do":"size","width":0,"height":100})", "the field \"width\" must be between 1 and 100000 points"},
     };
-    for (const auto& [line, message] : rows) {
+    for (const auto& [lines, message] : rows) {
         HostFolder folder;
-        const auto result = folder.run("# first\n\n" + std::string {line} + "\n{\"do\":\"inbox\"}\n");
-        EXPECT_EQ(result.end, ProcessEnd {.exitStatus = 2}) << line;
-        EXPECT_TRUE(result.errors.starts_with((folder.path() / "script").string() + ":3: ")) << result.errors;
+        const auto result = folder.run("# first\n\n" + start + lines + "\n" + inbox);
+        EXPECT_EQ(result.end, ProcessEnd {.exitStatus = 2}) << lines;
+        const auto line = std::to_string(4 + std::ranges::count(lines, '\n'));
+        EXPECT_TRUE(result.errors.starts_with((folder.path() / "script").string() + ":" + line + ": "))
+            << result.errors;
         EXPECT_NE(result.errors.find(message), std::string::npos) << result.errors;
         EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1) << result.errors;
-        EXPECT_TRUE(result.answers.empty()) << line;
+        EXPECT_TRUE(result.answers.empty()) << lines;
+    }
+    HostFolder real;
+    real.network = "real";
+    EXPECT_EQ(real.run(switchNetwork("wifi")).end, ProcessEnd {.exitStatus = 2});
+}
+
+TEST(ScriptTest, WhatTheContractForbidsStopsTheProcess)
+{
+    const std::pair<std::string, const char*> rows[] {
+        {start + command("open", R"("payload":{"custom":{"i":"a","a":{"k":1}}})"), "actionSelected"},
+        {saveEvent("early"), "start the SDK"},
+        {start + switchNetwork("wifi") + saveEvent("misaddressed"), "not a URL"},
+    };
+    for (const auto& [script, message] : rows) {
+        HostFolder folder;
+        folder.services = "not a URL";
+        const auto result = folder.run(script + inbox);
+        EXPECT_EQ(result.end, ProcessEnd {.signal = SIGABRT}) << message;
+        EXPECT_NE(result.errors.find(message), std::string::npos) << result.errors;
+        EXPECT_TRUE(result.answers.empty()) << message;
     }
 }
 
@@ -88,7 +128,7 @@ TEST(ScriptTest, ReadsStandardInputLineByLineAndEndsOnSignals)
     for (const int signal : {SIGTERM, SIGINT}) {
         HostFolder folder;
         const auto host = folder.start();
-        host->writeInput("{\"do\":\"start\"}\n");
+        host->writeInput(start);
         ASSERT_TRUE(host->waitForOutputLine("APP ID: "));
         host->signal(signal);
         const auto result = folder.finish(*host);
@@ -100,18 +140,15 @@ TEST(ScriptTest, RequestsInFlightEndWithTheHost)
 {
     LoopbackServer server;
     server.setDefault(Reply::never());
-    const auto script = "{\"do\":\"start\"}\n" + pushWithId("a") + "{\"do\":\"settle\",\"seconds\":";
-
-    HostFolder folder;
-    folder.services = "http://127.0.0.1:" + std::to_string(server.port());
-    const auto unsettled = folder.run(script + "0}\n{\"do\":\"inbox\"}\n");
+    const auto script = start + pushWithId("a");
+    HostFolder folder {server.port()};
+    const auto unsettled = folder.run(script + command("settle", R"("seconds":0)") + inbox);
     EXPECT_EQ(unsettled.end, ProcessEnd {.exitStatus = 3});
     EXPECT_NE(unsettled.errors.find("script:3: "), std::string::npos) << unsettled.errors;
     EXPECT_TRUE(unsettled.answers.empty());
 
-    HostFolder interrupted;
-    interrupted.services = folder.services;
-    const auto host = interrupted.start(script + "60}\n");
+    HostFolder interrupted {server.port()};
+    const auto host = interrupted.start(script + command("settle", R"("seconds":60)"));
     ASSERT_TRUE(host->waitForOutputLine("Notification from storage :"));
     host->signal(SIGTERM);
     EXPECT_EQ(interrupted.finish(*host).end, success);
@@ -121,32 +158,43 @@ TEST(ScriptTest, RequestsInFlightEndWithTheHost)
 TEST(ScriptTest, TextThatIsNotUTF8IsRepairedAndLosesNothing)
 {
     HostFolder folder;
-    const auto result = folder.run("{\"do\":\"start\"}\n" + pushWithId("a")
-        + "{\"do\":\"push\",\"payload\":{\"custom\":{\"i\":\"b\"},\"aps\":{\"alert\":\"\xFF\\ud83c\"}}}\n{\"do\":"
-          "\"inbox\"}\n");
+    const auto result = folder.run(start + pushWithId("a")
+        + command("push", "\"payload\":{\"custom\":{\"i\":\"b\"},\"aps\":{\"alert\":\"\xFF\\ud83c\"}}") + inbox);
     EXPECT_EQ(result.end, success) << result.errors;
-    const auto* inbox = result.answers.back().find<Value::Array>("inbox");
-    ASSERT_TRUE(inbox);
-    ASSERT_EQ(inbox->size(), 2U);
-    EXPECT_EQ(*(*inbox)[0].find<std::string>("body"), "\uFFFD\uFFFD");
+    const auto* records = result.answers.back().find<Value::Array>("inbox");
+    ASSERT_TRUE(records);
+    ASSERT_EQ(records->size(), 2U);
+    EXPECT_EQ(*(*records)[0].find<std::string>("body"), "\uFFFD\uFFFD");
 }
 
 TEST(ScriptTest, TheCommandLineIsChecked)
 {
-    const std::vector<std::vector<std::string>> rows {{}, {"--data", "a"}, {"--data"},
-        {"--data", "a", "--bundle", "b", "--wings", "c"}, {"--data", "a", "--bundle", "b", "--network", "paper"},
-        {"--data", "a", "--bundle", "b", "one", "two"}, {"--data", "a", "--bundle", "b", "/nowhere/at/all"},
-        {"--data", "a", "--bundle", "b", "--answers", "/nowhere/at/all"}};
-    for (const auto& arguments : rows) {
+    const std::vector<std::string> enough {"--data", "a", "--bundle", "b"};
+    const std::pair<std::vector<std::string>, const char*> rows[] {
+        {{"--wings", "c"}, "unknown option"},
+        {{"--network", "paper"}, "--network is"},
+        {{"--screenshot", "/tmp"}, "--screenshot needs --window"},
+        {{"--pause", "61"}, "--pause takes a number of seconds from 0 to 60"},
+        {{"--pause", "soon"}, "--pause takes a number of seconds from 0 to 60"},
+        {{"--answers"}, "--answers needs a value"},
+        {{"--answers", "/nowhere/at/all"}, "/nowhere/at/all"},
+        {{"one", "two"}, "one script at most"},
+        {{"/nowhere/at/all"}, "/nowhere/at/all"},
+        {{"--timeout", "5"}, "--timeout is for kova-host doctor only"},
+    };
+    const auto refusal = [](const std::vector<std::string>& arguments) {
         Process host {{.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host", .arguments = arguments}};
         EXPECT_EQ(host.wait(), (ProcessEnd {.exitStatus = 2})) << testing::PrintToString(arguments);
         EXPECT_TRUE(host.standardError().starts_with("kova-host: ")) << host.standardError();
+        return host.standardError();
+    };
+    EXPECT_THAT(refusal({}), HasSubstr("--data is missing"));
+    EXPECT_THAT(refusal({"--data", "a"}), HasSubstr("--bundle is missing"));
+    for (const auto& [more, message] : rows) {
+        auto arguments = enough;
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        EXPECT_THAT(refusal(arguments), HasSubstr(message));
     }
-    Process help {{.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host", .arguments = {"--help"}}};
-    EXPECT_EQ(help.wait(), success);
-    for (const auto* command : {"start", "push", "open", "prompt", "tag", "player-id", "subscribe", "extension",
-             "inbox", "geo-start", "geotriggers", "geo-upload", "settle", "config", "defaults-get", "defaults-set"})
-        EXPECT_NE(help.standardOutput().find(std::string {"\n  "} + command), std::string::npos) << command;
 }
 
 } // namespace

@@ -13,7 +13,6 @@ namespace kova::tests {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 // Width and height of a PNG file, from its header; nothing when it is none.
 std::vector<unsigned> pngSize(const std::filesystem::path& file)
@@ -37,8 +36,7 @@ TEST(WindowHostTest, SavesWhatIsSeenAfterEachLine)
     const auto pictures = folder.path() / "pictures";
     folder.options = {"--window", "--screenshot", pictures, "--payloads", KOVA_PAYLOADS_DIR};
     const auto result = folder.run(start + pushWithId("a") + settle + "# nothing is seen of this line\n"
-        + R"({"do":"centre","action":"open"})" + "\n" + R"({"do":"screen"})" + "\n"
-        + R"({"do":"size","width":320,"height":568})" + "\n");
+        + command("centre", R"("action":"open")") + command("screen") + command("size", R"("width":320,"height":568)"));
     if (result.errors.find("built without Qt") != std::string::npos)
         GTEST_SKIP() << "this kova-host has no window";
     ASSERT_EQ(result.end, success) << result.errors;
@@ -54,22 +52,6 @@ TEST(WindowHostTest, SavesWhatIsSeenAfterEachLine)
             "001-start.png", "002-push.png", "003-settle.png", "005-centre.png", "006-screen.png", "007-size.png"));
     EXPECT_THAT(pngSize(pictures / "005-centre.png"), ElementsAre(390U, 844U));
     EXPECT_THAT(pngSize(pictures / "007-size.png"), ElementsAre(320U, 568U));
-}
-
-TEST(WindowHostTest, TheCommandLineIsChecked)
-{
-    const std::pair<std::vector<std::string>, const char*> rows[] {
-        {{"--screenshot", "/tmp"}, "--screenshot needs --window"},
-        {{"--pause", "61"}, "--pause takes a number of seconds from 0 to 60"},
-        {{"--pause", "soon"}, "--pause takes a number of seconds from 0 to 60"},
-    };
-    for (const auto& [options, message] : rows) {
-        HostFolder folder;
-        folder.options = options;
-        const auto result = folder.run(start);
-        EXPECT_EQ(result.end, (ProcessEnd {.exitStatus = 2})) << message;
-        EXPECT_THAT(result.errors, HasSubstr(message));
-    }
 }
 
 } // namespace
