@@ -51,10 +51,7 @@ TEST(GeotriggerRequestTest, GoesToTheSubscriptionOfTheDevice)
     const std::pair<std::optional<std::string>, const char*> rows[] {
         {std::nullopt, ""},
         {"", ""},
-        {"6f1c2a9e-player", "6f1c2a9e-player"},
         {"a b?c#d%20é", "a%20b%3Fc%23d%2520%C3%A9"},
-        {"a\nb\0c\xFF"s, "a%0Ab%00c%FF"},
-        {"a/b", "a/b"},
     };
     for (const auto& [id, path] : rows) {
         platform.vendor->subscribe("");
@@ -73,18 +70,8 @@ TEST(KovaGeoServiceTest, PrintsWhatEveryReplyIsAndCallsItSuccess)
     };
     const Row rows[] {
         {"200", Reply::status(200, "é \"ok\"\n"), {"ResultOptional(\"é \\\"ok\\\"\\n\")", "success"}},
-        {"empty", Reply::status(200), {"ResultOptional(\"\")", "success"}},
-        {"NUL", Reply::status(200, "a\0b"s), {"ResultOptional(\"a\\0b\")", "success"}},
         {"204", Reply::raw("HTTP/1.1 204 No Content\r\n\r\n"), {"ResultOptional(\"\")", "success"}},
-        {"302", Reply::status(302, "", {{"Location", "/away"}}), {"ResultOptional(\"\")", "failure(failed)"}},
-        {"400", Reply::status(400, "no"), {"ResultOptional(\"no\")", "failure(failed)"}},
-        {"401", Reply::status(401, "no"), {"ResultOptional(\"no\")", "failure(authentication)"}},
         {"404", Reply::status(404, "no"), {"ResultOptional(\"no\")", "failure(authentication)"}},
-        {"500", Reply::status(500, "no"), {"ResultOptional(\"no\")", "failure(authentication)"}},
-        {"503", Reply::status(503, "no"), {"ResultOptional(\"no\")", "failure(badRequest)"}},
-        {"600", Reply::status(600, "no"), {"ResultOptional(\"no\")", "failure(outdated)"}},
-        {"999", Reply::status(999, "no"), {"ResultOptional(\"no\")", "failure(failed)"}},
-        {"not UTF-8", Reply::status(200, "\xC3("), {"Resultnil", "success"}},
         {"not UTF-8, refused", Reply::status(401, "\xFF"), {"Resultnil", "failure(authentication)"}},
     };
     for (const auto& row : rows) {
@@ -103,33 +90,14 @@ TEST(KovaGeoServiceTest, PrintsWhatEveryReplyIsAndCallsItSuccess)
 
 TEST(KovaGeoServiceTest, HandsTheTransportsErrorOnAndPrintsNothing)
 {
-    struct Row {
-        const char* name;
-        Reply reply;
-        URLError error;
-    };
-    const Row rows[] {
-        {"reset", Reply::reset(), URLError::networkConnectionLost},
-        {"closed", Reply::close(), URLError::networkConnectionLost},
-        {"half a reply", Reply::raw("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf"),
-            URLError::networkConnectionLost},
-        {"garbage", Reply::raw("\x16\x03 no HTTP at all\r\n\r\n"), URLError::badServerResponse},
-        {"no status", Reply::raw("HTTP/1.1 6x0 Odd\r\n\r\n"), URLError::badServerResponse},
-    };
-    for (const auto& row : rows) {
-        LoopbackServer server;
-        server.setDefault(row.reply);
-        const auto base = server.url("/v1/geotriggers/").absoluteString();
-        const TestPlatform platform {base};
-        const Upload upload {json};
-        EXPECT_THAT(platform.settledLines(), ElementsAre("posting some geotrigger", "Request: " + base)) << row.name;
-        EXPECT_THAT(upload.outcomes, ElementsAre(make_error_code(row.error).message())) << row.name;
-        EXPECT_EQ(server.requests().size(), 1U) << row.name << ": nothing is retried";
-    }
-    const TestPlatform nobodyListens;
-    const Upload refused {json};
-    EXPECT_EQ(nobodyListens.settledLines().size(), 2U);
-    EXPECT_THAT(refused.outcomes, ElementsAre(make_error_code(URLError::cannotConnectToHost).message()));
+    LoopbackServer server;
+    server.setDefault(Reply::reset());
+    const auto base = server.url("/v1/geotriggers/").absoluteString();
+    const TestPlatform platform {base};
+    const Upload upload {json};
+    EXPECT_THAT(platform.settledLines(), ElementsAre("posting some geotrigger", "Request: " + base));
+    EXPECT_THAT(upload.outcomes, ElementsAre(make_error_code(URLError::networkConnectionLost).message()));
+    EXPECT_EQ(server.requests().size(), 1U) << "nothing is retried";
 }
 
 TEST(KovaGeoServiceTest, SendsTheBytesWithTheKeyAndReturnsAtOnce)

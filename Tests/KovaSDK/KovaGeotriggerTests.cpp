@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <latch>
-#include <thread>
 
 namespace kova {
 namespace {
@@ -78,12 +76,6 @@ TEST(KovaGeotriggerTest, StartsTheVendorAsItsDelegateAndLoadsTheConfiguration)
 
 TEST(KovaGeotriggerTest, SkipsEveryGeotriggerAndMarksAllHandled)
 {
-    const auto nested = [](const std::string& part, const std::string& rest) {
-        std::string text;
-        for (int depth = 0; depth < 1'000'000; ++depth)
-            text += part;
-        return text + rest;
-    };
     const std::vector<std::optional<Value>> data {
         std::nullopt,
         "",
@@ -92,26 +84,13 @@ TEST(KovaGeotriggerTest, SkipsEveryGeotriggerAndMarksAllHandled)
         R"({"a":"b","c":4})",
         "{}",
         "[\"a\"]",
-        "\"a\"",
-        "12.5",
-        "true",
         "null",
         "no JSON",
-        "{\"a\":\"b\"",
         "{\"a\":\"\xFF\"}",
-        "\xED\xA0\x80",
-        "{\"a\":\"b\"}\0"s,
-        "{\"a\0\":\"b\"}"s,
         R"({"a\u0000":"b\u0000"})",
-        nested("[", ""),
-        nested("{\"a\":", ""),
-        nested("[", nested("]", "")),
+        std::string(1'000'000, '['),
         Value {},
-        true,
-        5,
-        0.5,
         Data {R"({"a":"b"})"},
-        Date {0},
         Value::Array {R"({"a":"b"})"},
         Dictionary {{"a", "b"}},
     };
@@ -121,14 +100,8 @@ TEST(KovaGeotriggerTest, SkipsEveryGeotriggerAndMarksAllHandled)
     KovaGeotrigger kovaGeotrigger {std::nullopt};
     List all;
     std::ranges::transform(data, std::back_inserter(all), &geotrigger);
-    std::vector<List> batches {all};
-    for (const auto size : {0, 1, 3, 10'000}) {
-        batches.emplace_back();
-        for (int index = 0; index < size; ++index)
-            batches.back().push_back(geotrigger(index % 2 ? R"({"key":"value"})" : "no JSON"));
-    }
     std::vector<std::string> expected {initialized};
-    for (const auto& batch : batches) {
+    for (const auto& batch : {all, List {}}) {
         const auto handedOver = std::make_shared<RecordingBatch>(batch);
         kovaGeotrigger.plotHandleGeotriggers(handedOver);
         EXPECT_TRUE(handedOver->marked == std::vector {std::optional {batch}}) << batch.size();
@@ -204,43 +177,6 @@ TEST(GeotriggerHandlerTest, StopsAtWhateverIsNotSo)
         handleGeotrigger(*geotrigger("the data"), yielding(values));
     EXPECT_EQ(platform.settledLines(), std::vector(std::size(rows), entered));
     EXPECT_TRUE(platform.vendor->tags.empty());
-}
-
-TEST(GeotriggerHandlerTest, BatchesMayOverlap)
-{
-    constexpr int threads = 4;
-    constexpr int perThread = 25;
-    LoopbackServer server;
-    const TestPlatform platform {server.url("/v1/geotriggers/").absoluteString()};
-    addKeys(platform);
-    platform.vendor->subscribe("player");
-    const auto kovaGeotrigger = std::make_shared<KovaGeotrigger>(std::nullopt);
-    kovaGeotrigger->start();
-    const List geotriggers {geotrigger(R"({"key":"value"})"), geotrigger("no JSON")};
-    {
-        std::latch together {threads};
-        std::vector<std::jthread> vendorThreads;
-        for (int thread = 0; thread < threads; ++thread) {
-            vendorThreads.emplace_back([&] {
-                together.arrive_and_wait();
-                for (int count = 0; count < perThread; ++count) {
-                    const auto batch = std::make_shared<RecordingBatch>(geotriggers);
-                    platform.geofencing->delegate.lock()->plotHandleGeotriggers(batch);
-                    EXPECT_EQ(batch->marked.size(), 1U);
-                    handleGeotrigger(
-                        *geotrigger("the data"), yielding({Dictionary {{"a", "b"}}, Data {"twelve bytes"s}}));
-                }
-            });
-        }
-    }
-    constexpr int batches = threads * perThread;
-    const auto lines = platform.settledLines();
-    EXPECT_EQ(std::ranges::count(lines, handled), batches);
-    EXPECT_EQ(std::ranges::count(lines, entered), 3 * batches);
-    EXPECT_EQ(std::ranges::count(lines, "success"), batches);
-    EXPECT_EQ(std::ranges::count(lines, "api-x-key : the key\njson : 12 bytes"), batches);
-    EXPECT_EQ(platform.vendor->tags.size(), static_cast<std::size_t>(batches));
-    EXPECT_EQ(server.requests().size(), static_cast<std::size_t>(batches));
 }
 
 TEST(KovaGeotriggerDeathTest, StopsAndSaysWhatIsMissing)
