@@ -1,16 +1,13 @@
 // What is seen where a number is contract. These run at several scale factors.
 
 #include "KovaSDK/Extensions/UIBarButtonItem.h"
-#include "KovaSDK/Extensions/UIImageView.h"
 #include "KovaSDK/Push/Central/CentralButton.h"
 #include "KovaSDK/Push/Central/CentralLayout.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
-#include "Platform/UIKit/UIImageView.h"
 #include "Tests/Qt/CentreWindow.h"
 
 #include <gtest/gtest.h>
 
-#include <QBuffer>
 #include <cmath>
 #include <numbers>
 
@@ -42,20 +39,6 @@ private:
     std::vector<std::pair<Color, UIColor>> m_before;
 };
 
-/// A picture file: red, with a green frame that tells when an edge is cut off.
-Data pictureFile(QSize size)
-{
-    QImage image {size, QImage::Format_RGB32};
-    image.fill(Qt::green);
-    for (int y = size.height() / 8; y < size.height() * 7 / 8; ++y) {
-        for (int x = size.width() / 8; x < size.width() * 7 / 8; ++x)
-            image.setPixelColor(x, y, Qt::red);
-    }
-    QBuffer buffer;
-    image.save(&buffer, "PNG");
-    return Data {buffer.data().toStdString()};
-}
-
 /// Whether a disc of that radius is there, as round as the pixels of the screen allow. Where a text stands on it only
 /// its lower edge is looked at from inside.
 void expectDisc(const QImage& image, QPointF centre, double radius, QColor color, bool bearsText = false)
@@ -80,32 +63,24 @@ void expectDisc(const QImage& image, QPointF centre, double radius, QColor color
 TEST(CentrePixelTest, ListIsAsTheNumbersSay)
 {
     const QColor cell {230, 240, 255};
-    const Restyle restyle {{{&CentralLayout::backgroundCellColor, {230 / 255.0, 240 / 255.0, 1, 1}}}};
+    const QColor green {0, 153, 0};
+    const Restyle restyle {{{&CentralLayout::backgroundCellColor, {230 / 255.0, 240 / 255.0, 1, 1}},
+        {&CentralLayout::navColor, {0.2, 0, 0.4, 1}}, {&CentralLayout::titleNavColor, UIColor::whiteColor()},
+        {&CentralLayout::buttonNavColor, {1, 0.8, 0, 1}}, {&CentralLayout::unreadMarkerColor, {0, 0.6, 0, 1}}}};
     CentreWindow centre;
     centre.open(sampleInbox());
     const auto image = centre.look("list-restyled");
     // Six rows of 80 points beneath a bar of 44, and white beneath them.
+    EXPECT_EQ(CentreWindow::colorAt(image, {60, 5}), QColor(51, 0, 102));
     EXPECT_EQ(CentreWindow::colorAt(image, {5, 46}), cell);
     EXPECT_EQ(CentreWindow::colorAt(image, {5, 44 + 480 - 1}), cell);
     EXPECT_EQ(CentreWindow::colorAt(image, {5, 44 + 480 + 1}), white);
     // The marker: 15 points, 15 left of a thumbnail of 40 that ends 10 before the edge.
     const QPointF marker {390 - 10 - 40 - 15 - 7.5, 44 + 20 + 20};
-    expectDisc(image, marker, 7.5, blue);
-    EXPECT_EQ(CentreWindow::colorAt(image, marker), blue);
+    expectDisc(image, marker, 7.5, green);
+    EXPECT_EQ(CentreWindow::colorAt(image, marker), green);
     // None on the third row, which has been read.
     EXPECT_EQ(CentreWindow::colorAt(image, marker + QPointF {0, 160}), cell);
-}
-
-TEST(CentrePixelTest, RestyledBarAndMarker)
-{
-    const Restyle restyle {
-        {{&CentralLayout::navColor, {0.2, 0, 0.4, 1}}, {&CentralLayout::titleNavColor, UIColor::whiteColor()},
-            {&CentralLayout::buttonNavColor, {1, 0.8, 0, 1}}, {&CentralLayout::unreadMarkerColor, {0, 0.6, 0, 1}}}};
-    CentreWindow centre;
-    centre.open(sampleInbox());
-    const auto image = centre.look("restyled");
-    EXPECT_EQ(CentreWindow::colorAt(image, {60, 5}), QColor(51, 0, 102));
-    expectDisc(image, {317.5, 84}, 7.5, QColor {0, 153, 0});
 }
 
 TEST(CentrePixelTest, EmojiAreInColour)
@@ -124,36 +99,6 @@ TEST(CentrePixelTest, EmojiAreInColour)
     }
     // A missing glyph would be a box of black lines.
     EXPECT_GT(coloured, 100);
-}
-
-TEST(CentrePixelTest, PicturesFitAndHaveRoundCorners)
-{
-    CentreWindow centre;
-    const std::string address = "https://loja.example/inverno.png";
-    const auto picture = UIImage::create(pictureFile({320, 160}));
-    ASSERT_TRUE(picture);
-    imageCache().setObject(picture, address);
-    centre.open(sampleInbox());
-    auto image = centre.look("list");
-    // Twice as wide as high, so it takes the middle 20 points of the thumbnail's 40.
-    const QPointF thumbnail {360, 44 + 80 + 40};
-    EXPECT_EQ(CentreWindow::colorAt(image, thumbnail), red);
-    EXPECT_EQ(CentreWindow::colorAt(image, thumbnail + QPointF {0, 12}), white);
-    EXPECT_EQ(CentreWindow::colorAt(image, thumbnail - QPointF {0, 12}), white);
-
-    centre.tapRow(1);
-    image = centre.look("detail");
-    const auto* shown = find<UIImageView>(*centre.top().view());
-    ASSERT_TRUE(shown);
-    const auto place = centre.place(*shown);
-    EXPECT_EQ(place.left(), 0);
-    EXPECT_EQ(place.top(), 44);
-    EXPECT_EQ(place.width(), 390);
-    EXPECT_EQ(CentreWindow::colorAt(image, place.center()), red);
-    centre.tap(*centre.button("Apagar"));
-    image = centre.look("alert");
-    EXPECT_EQ(CentreWindow::colorAt(image, {195, 380}), white);
-    imageCache().removeAllObjects();
 }
 
 TEST(CentrePixelTest, BadgesAreRound)
