@@ -9,6 +9,7 @@
 #include <fstream>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -16,10 +17,24 @@ namespace kova::tests {
 namespace {
 
 using namespace std::string_literals;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
+using testing::StartsWith;
 
 const ProcessEnd success {.exitStatus = 0};
+
+Process::Options program(std::vector<std::string> arguments)
+{
+    return {.executable = Collector::executable(), .arguments = std::move(arguments)};
+}
+
+// A connection to a collector that has just been started.
+HTTPConnection connectionTo(Process& process)
+{
+    const auto line = process.waitForOutputLine("listening on http://127.0.0.1:").value_or(":0");
+    return HTTPConnection {static_cast<std::uint16_t>(std::stoi(line.substr(line.rfind(':') + 1)))};
+}
 
 TEST(CollectorTest, LogsWhatWasSentAndAnswers)
 {
@@ -107,37 +122,29 @@ TEST(CollectorTest, SendsTheBodyOnlyWhenLeaveWasAskedAndGiven)
 
 TEST(CollectorTest, AnswersPostsWithTheStatusAskedFor)
 {
-    const struct {
-        int status;
-        bool hasBody;
-        bool staysOpen;
-    } rows[] = {{200, true, true}, {204, false, true}, {304, false, true}, {413, true, true}, {103, false, false}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.status);
-        Collector collector {{"--status", std::to_string(row.status)}};
+    for (const int status : {200, 204, 304, 413, 103}) {
+        SCOPED_TRACE(status);
+        Collector collector {{"--status", std::to_string(status)}};
         HTTPConnection connection {collector.port()};
-        for (const auto* path : {"/v2/events", "/v1/geotriggers/a/b"}) {
-            connection.send(httpRequest("POST", path, "{}"));
-            const auto reply = connection.receive();
-            ASSERT_TRUE(reply);
-            EXPECT_EQ(reply->status, row.status);
-            EXPECT_EQ(reply->body, row.hasBody ? R"({"ok":true})" : "");
-            if (!row.staysOpen) {
-                EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
-                EXPECT_THAT(connection.rest(), IsEmpty());
-                break;
-            }
+        connection.send(httpRequest("POST", "/v1/geotriggers/a/b", "{}"));
+        const auto reply = connection.receive();
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->status, status);
+        EXPECT_EQ(reply->body, status == 200 || status == 413 ? R"({"ok":true})" : "");
+        if (status == 103) {
+            // A client would wait for the final reply.
+            EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
+            EXPECT_THAT(connection.rest(), IsEmpty());
+            continue;
         }
         // Bytes of a body that must not be there would stand before this.
-        HTTPConnection another {collector.port()};
-        auto& next = row.staysOpen ? connection : another;
-        next.send(httpRequest("POST", "/v2", "") + httpRequest("GET", "/v2/events"));
+        connection.send(httpRequest("POST", "/v2", "") + httpRequest("GET", "/v2/events"));
         for (int count = 0; count < 2; ++count) {
-            const auto reply = next.receive();
-            ASSERT_TRUE(reply);
-            EXPECT_EQ(reply->status, 404);
+            const auto next = connection.receive();
+            ASSERT_TRUE(next);
+            EXPECT_EQ(next->status, 404);
         }
-        EXPECT_THAT(collector.requests(), SizeIs(row.staysOpen ? 4 : 3));
+        EXPECT_THAT(collector.requests(), SizeIs(3));
     }
 }
 
@@ -309,7 +316,6 @@ TEST(CollectorTest, LogsConcurrentPostsWhole)
         }
     }
     EXPECT_EQ(answered, clientCount * requestCount);
-    std::set<std::string> bodies;
     std::vector<int> next(clientCount);
     for (const auto& request : collector.requests()) {
         const auto client = std::stoi(request.body);
@@ -317,6 +323,76 @@ TEST(CollectorTest, LogsConcurrentPostsWhole)
     }
     EXPECT_EQ(next, std::vector<int>(clientCount, requestCount));
     EXPECT_EQ(collector.stop(), success) << collector.process().standardError();
+}
+
+TEST(CollectorTest, AppendsToTheLogOfAnEarlierRun)
+{
+    const TemporaryFolder folder;
+    const auto file = folder.path() / "log";
+    std::ofstream {file} << "earlier\n";
+    Process process {program({"--log", file.string()})};
+    auto connection = connectionTo(process);
+    connection.send(httpRequest("POST", "/v2/", "later"));
+    ASSERT_TRUE(connection.receive());
+    const auto log = (std::ostringstream {} << std::ifstream {file}.rdbuf()).str();
+    EXPECT_THAT(log, testing::AllOf(StartsWith("earlier\n{"), HasSubstr("later")));
+}
+
+// A client must not be told that a request was received which the log does not have.
+TEST(CollectorTest, DoesNotAnswerWhatItCannotLog)
+{
+    Process process {program({"--log", "/dev/full"})};
+    auto connection = connectionTo(process);
+    connection.send(httpRequest("POST", "/v2/"));
+    EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
+    EXPECT_THAT(connection.rest(), IsEmpty());
+    process.signal(SIGTERM);
+    EXPECT_EQ(process.wait(), success);
+    EXPECT_THAT(process.standardError(), HasSubstr("not logged"));
+}
+
+TEST(CollectorTest, RefusesWhatItCannotDo)
+{
+    Collector other;
+    const auto taken = std::to_string(other.port());
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        std::string message;
+    } rows[] = {
+        {{"--log", "/nonexistent/folder/log"}, 2, "/nonexistent/folder/log"},
+        {{"--log"}, 2, "--log"},
+        {{"--port", "65536"}, 2, "65536"},
+        {{"--port", "80x"}, 2, "80x"},
+        {{"--status", "99"}, 2, "--status"},
+        {{"--delay", "-5"}, 2, "--delay"},
+        {{"--drop", "--reset"}, 2, "--reset"},
+        {{"--verbose"}, 2, "--verbose"},
+        {{"leftover"}, 2, "leftover"},
+        {{"--port", taken}, 1, "Address already in use"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.arguments));
+        Process process {program(row.arguments)};
+        EXPECT_EQ(process.wait(), (ProcessEnd {.exitStatus = row.status}));
+        EXPECT_THAT(process.standardError(), StartsWith("kova-collector: "));
+        EXPECT_THAT(process.standardError(), HasSubstr(row.message));
+        EXPECT_THAT(process.standardOutput(), IsEmpty());
+    }
+}
+
+TEST(CollectorTest, TakesThePortItIsGivenAgainAfterItsEnd)
+{
+    Collector first;
+    const auto port = first.port();
+    HTTPConnection connection {port};
+    connection.send(httpRequest("POST", "/v2/"));
+    ASSERT_TRUE(connection.receive());
+    EXPECT_EQ(first.stop(), success);
+
+    Collector second {{"--port", std::to_string(port)}};
+    EXPECT_EQ(second.port(), port);
+    EXPECT_EQ(second.url("/v2/"), "http://127.0.0.1:" + std::to_string(port) + "/v2/");
 }
 
 } // namespace

@@ -80,29 +80,6 @@ TEST(PushPayloadTest, OnlyWhatTheVendorKnowsAsItsOwnIsDecoded)
     EXPECT_EQ(newShape->additionalData, (Dictionary {{"k", 1}, {"custom", Dictionary {}}}));
 }
 
-TEST(PushPayloadTest, StringifiesLikeTheVendor)
-{
-    const auto pressed = decodedPayload(payload("button-pressed"));
-    const auto text = stringifiedResult(*pressed, "cancel");
-    ASSERT_TRUE(text);
-    EXPECT_EQ(text->find('\n'), std::string::npos);
-    const auto result = JSONSerialization::jsonObject(*text);
-    ASSERT_TRUE(result);
-    EXPECT_EQ(*result->find("action"), (Value {Dictionary {{"actionID", "cancel"}}}));
-    const auto* described = result->find("notification")->find("payload");
-    ASSERT_TRUE(described);
-    EXPECT_EQ(*described->find("rawPayload"), Value {payload("button-pressed")});
-    EXPECT_EQ(*described->find("actionButtons"),
-        (Value {Value::Array {Dictionary {{"id", "cancel"}, {"text", "cancel"}},
-            Dictionary {{"id", "testaction"}, {"text", "testaction"}}}}));
-    EXPECT_EQ(*described->find<std::string>("notificationID"), "8c67ea65-eb65-4d1b-97e4-0c5dd258bec3");
-
-    const auto tapped
-        = JSONSerialization::jsonObject(*stringifiedResult(*decodedPayload(payload("malformed-button")), {}));
-    EXPECT_EQ(*tapped->find("action"), Value {Dictionary {}});
-    EXPECT_EQ(*tapped->find("notification")->find("payload")->find("actionButtons"), Value {Value::Array {}});
-}
-
 // The handler of an opened push stops the process when there is no text.
 TEST(PushPayloadTest, APayloadNestedToTheLimitHasATextForm)
 {

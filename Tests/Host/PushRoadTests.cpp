@@ -1,6 +1,7 @@
 // The road of a push through real processes: kova-host, the collector, the store on disk.
 
 #include "Platform/Foundation/JSONSerialization.h"
+#include "Platform/Foundation/PropertyList.h"
 #include "Tests/Host/HostRun.h"
 #include "Tests/Support/Collector.h"
 #include "Tests/Support/LoopbackServer.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 namespace kova::tests {
 namespace {
@@ -149,37 +151,26 @@ TEST(PushRoadTest, TwoProcessesSeeEachOthersPushes)
     EXPECT_EQ(writer->wait(), success);
 }
 
-TEST(PushRoadTest, PythonReadsTheInboxAndWritesOneThatIsReadBack)
+TEST(PushRoadTest, TheInboxIsStoredAsAPropertyListThatOthersMayWrite)
 {
     HostFolder folder;
-    const auto file = (folder.path() / "inbox.plist").string();
-    const auto fields = R"("key":"kova_notification","file":")" + file + "\"";
-    const auto python = [&](const std::string& program) {
-        Process process {{.executable = "/usr/bin/python3",
-            .arguments = {"-c", "import plistlib\nfile = '" + file + "'\n" + program}}};
-        EXPECT_EQ(process.wait(), success) << process.standardError();
-        return process.standardOutput();
-    };
-    ASSERT_EQ(
-        folder.run(start + pushWithId("pão ☕️") + pushWithId("b") + command("defaults-get", fields)).end, success);
-    EXPECT_EQ(python("data = open(file, 'rb').read()\n"
-                     "assert data.startswith(b'bplist00')\n"
-                     "print([sorted(record.items()) for record in plistlib.loads(data)])"),
-        "[[('att', ''), ('body', 'Olá'), ('launchURL', ''), ('notificationID', 'b'), ('read', False), ('subtitle', "
-        "'')], "
-        "[('att', ''), ('body', 'Olá'), ('launchURL', ''), ('notificationID', 'pão ☕️'), ('read', False), ('subtitle', "
-        "'')]]\n");
+    const auto file = folder.path() / "inbox.plist";
+    const auto fields = R"("key":"kova_notification","file":")" + file.string() + "\"";
+    ASSERT_EQ(folder.run(start + pushWithId("pão ☕️") + command("defaults-get", fields)).end, success);
+    const auto stored = Data::contentsOf(file, 1 << 20);
+    ASSERT_TRUE(stored && stored->text().starts_with("bplist00"));
+    EXPECT_EQ(PropertyListDecoder::decode(stored->text()).value_or(Value {}),
+        (Value {Value::Array {Dictionary {{"att", ""}, {"body", "Olá"}, {"launchURL", ""}, {"notificationID", "pão ☕️"},
+            {"read", false}, {"subtitle", ""}}}}));
 
-    for (const auto* format : {"FMT_BINARY", "FMT_XML"}) {
-        python(std::string {"record = {'notificationID': 'é 🎉', 'title': 't' * 40, 'read': True}\n"
-                            "plistlib.dump([record, {'notificationID': 'z', 'read': False}, record], open(file, 'wb'), "
-                            "fmt=plistlib."}
-            + format + ")");
-        const auto result = folder.run(command("defaults-set", fields) + inbox);
-        ASSERT_EQ(result.end, success) << result.errors;
-        EXPECT_EQ(*result.answers.back().find<std::int64_t>("unread"), 1) << format;
-        EXPECT_THAT(folder.inboxIds(), ElementsAre("é 🎉", "z", "é 🎉")) << format;
-    }
+    std::ofstream {file} << "<plist version='1.0'><array>"
+                            "<dict><key>notificationID</key><string>é 🎉</string><key>read</key><true/></dict>"
+                            "<dict><key>notificationID</key><string>z</string><key>read</key><false/></dict>"
+                            "</array></plist>";
+    const auto result = folder.run(command("defaults-set", fields) + inbox);
+    ASSERT_EQ(result.end, success) << result.errors;
+    EXPECT_EQ(*result.answers.back().find<std::int64_t>("unread"), 1);
+    EXPECT_THAT(folder.inboxIds(), ElementsAre("é 🎉", "z"));
 }
 
 } // namespace

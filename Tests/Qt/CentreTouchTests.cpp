@@ -34,35 +34,6 @@ int countItems(const QQuickItem& item)
     return count;
 }
 
-/// A list of two rows, of which only the first may be edited.
-class FirstRowOnly : public UIViewController, public UITableViewDataSource {
-public:
-    static constexpr QColor color {0, 102, 204};
-
-    std::vector<std::int64_t> deleted;
-
-    std::int64_t numberOfRowsInSection(UITableView&, std::int64_t) override { return 2; }
-    std::shared_ptr<UITableViewCell> cellForRowAt(UITableView&, IndexPath) override
-    {
-        auto cell = std::make_shared<UITableViewCell>(UITableViewCellStyle::default_, std::nullopt);
-        cell->setBackgroundColor(UIColor {0, 0.4, 0.8, 1});
-        return cell;
-    }
-    bool canEditRowAt(UITableView&, IndexPath indexPath) override { return indexPath.row == 0; }
-    void commit(UITableView&, UITableViewCellEditingStyle, IndexPath forRowAt) override
-    {
-        deleted.push_back(forRowAt.row);
-    }
-
-protected:
-    void loadView() override
-    {
-        auto table = std::make_shared<UITableView>(CGRect {}, UITableViewStyle::plain);
-        table->setDataSource(this);
-        setView(table);
-    }
-};
-
 } // namespace
 
 TEST(CentreTouchTest, ShowsAnArrivalReadsAndDeletes)
@@ -198,27 +169,6 @@ TEST(CentreTouchTest, SwipesRowsAway)
             }
         }
     }
-}
-
-TEST(CentreTouchTest, MovesNoRowThatMayNotBeEdited)
-{
-    CentreWindow centre;
-    auto list = std::make_shared<FirstRowOnly>();
-    centre.screen->presenter()->present(list, false);
-    ASSERT_TRUE(centre.settle());
-    for (const int row : {0, 1}) {
-        SCOPED_TRACE(row);
-        const double y = 44 * row + 22;
-        centre.press({300, y}, Hand::Finger);
-        centre.moveTo({180, y});
-        ASSERT_TRUE(centre.settle());
-        const auto image = centre.look("locked-row");
-        EXPECT_EQ(CentreWindow::colorAt(image, {385, y + 20}) == FirstRowOnly::color, row == 1);
-        centre.release();
-        ASSERT_TRUE(centre.settle());
-        EXPECT_EQ(CentreWindow::colorAt(centre.look("locked-row"), {385, y + 20}) == FirstRowOnly::color, row == 1);
-    }
-    EXPECT_TRUE(list->deleted.empty());
 }
 
 TEST(CentreTouchTest, DeletesNoRowWhenTheFingerIsTakenAway)

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <limits>
+#include <utility>
 
 namespace kova {
 namespace {
@@ -141,25 +142,15 @@ TEST(CentreLayoutTest, TheTableFillsTheWindowAndFollowsItsSize)
 TEST(CentreLayoutTest, ColoursAreReadWhenAViewIsBuilt)
 {
     const TestPlatform platform {MainLoop::Host};
-    struct Restored {
-        UIColor cell = CentralLayout::default_().backgroundCellColor;
-        UIColor bar = CentralLayout::default_().navColor;
-        UIColor link = CentralLayout::default_().openLinkButtonColor;
-        ~Restored()
-        {
-            CentralLayout::default_().backgroundCellColor = cell;
-            CentralLayout::default_().navColor = bar;
-            CentralLayout::default_().openLinkButtonColor = link;
-        }
-    } const restored;
     Centre centre {{record("a")}};
     centre.open();
     EXPECT_EQ(centre.cell(0)->backgroundColor(), UIColor::whiteColor());
     EXPECT_EQ(centre.list()->navigationController()->navigationBar().barTintColor(), UIColor::clearColor());
 
-    CentralLayout::default_().backgroundCellColor = UIColor::redColor();
-    CentralLayout::default_().navColor = UIColor::blueColor();
-    CentralLayout::default_().openLinkButtonColor = UIColor::redColor();
+    auto& layout = CentralLayout::default_();
+    const auto cell = std::exchange(layout.backgroundCellColor, UIColor::redColor());
+    const auto bar = std::exchange(layout.navColor, UIColor::blueColor());
+    const auto link = std::exchange(layout.openLinkButtonColor, UIColor::redColor());
     EXPECT_EQ(centre.cell(0)->backgroundColor(), UIColor::whiteColor()) << "what is built stays";
     centre.select(0);
     EXPECT_EQ(centre.detail()->scene->urlBtn->backgroundColor(), UIColor::redColor());
@@ -167,6 +158,9 @@ TEST(CentreLayoutTest, ColoursAreReadWhenAViewIsBuilt)
     centre.open();
     EXPECT_EQ(centre.cell(0)->backgroundColor(), UIColor::redColor());
     EXPECT_EQ(centre.list()->navigationController()->navigationBar().barTintColor(), UIColor::blueColor());
+    layout.backgroundCellColor = cell;
+    layout.navColor = bar;
+    layout.openLinkButtonColor = link;
 }
 
 } // namespace

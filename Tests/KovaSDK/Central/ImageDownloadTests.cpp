@@ -18,10 +18,10 @@ using tests::Reply;
 using tests::TestPlatform;
 using namespace std::chrono_literals;
 
-// Decodes what begins with "PNG", to a picture as wide as the rest is long.
-class PictureDecoder {
-public:
-    PictureDecoder()
+class ImageDownloadTest : public testing::Test {
+protected:
+    // What begins with "PNG" is decoded, to a picture as wide as the rest is long.
+    ImageDownloadTest()
         : m_previous(UIImage::setDecoder([](const Data& data) -> std::shared_ptr<const UIImage> {
             if (!data.text().starts_with("PNG"))
                 return nullptr;
@@ -30,20 +30,12 @@ public:
         }))
     {
     }
-    ~PictureDecoder()
+    ~ImageDownloadTest() override
     {
         UIImage::setDecoder(std::move(m_previous));
         imageCache().removeAllObjects();
     }
-    PictureDecoder(const PictureDecoder&) = delete;
-    PictureDecoder& operator=(const PictureDecoder&) = delete;
 
-private:
-    UIImage::Decoder m_previous;
-};
-
-class ImageDownloadTest : public testing::Test {
-protected:
     // Waits for the session and runs what it left on the main queue, until nothing is under way but animations.
     void finish()
     {
@@ -60,9 +52,9 @@ protected:
         DispatchQueue::drainMain();
     }
 
+    UIImage::Decoder m_previous;
     const TestPlatform m_platform {MainLoop::Host};
     ManualClock m_clock;
-    const PictureDecoder m_decoder;
     LoopbackServer m_server;
     std::shared_ptr<UIImageView> m_view = std::make_shared<UIImageView>();
 };
