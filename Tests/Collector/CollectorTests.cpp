@@ -148,48 +148,6 @@ TEST(CollectorTest, AnswersPostsWithTheStatusAskedFor)
     }
 }
 
-TEST(CollectorTest, SurvivesRequestsThatAreNone)
-{
-    const struct {
-        const char* name;
-        std::string bytes;
-        int status; // 0: the connection ends without a reply.
-        std::size_t logged;
-    } rows[] = {
-        {"nothing", "", 0, 0},
-        {"an empty line", "\r\n\r\n", 400, 0},
-        {"bytes", "\0\xFF\x16\x03\x01 nonsense\r\n\r\nmore"s, 400, 0},
-        {"an unknown method", "BREW /v2/ HTTP/1.1\r\nX-A: b\r\nContent-Length: 3\r\n\r\nabc", 400, 1},
-        {"no end of the line", std::string(400'000, 'a'), 0, 0},
-        {"no end of the head", "POST /v2/ HTTP/1.1\r\n" + std::string(400'000, '\n'), 0, 0},
-        {"a path beyond", httpRequest("POST", "/v2/" + std::string(16'000, 'a')), 414, 1},
-        {"path and field not UTF-8", "POST /v2/\xFF HTTP/1.1\r\nX-\xFE: \xFD\r\nContent-Length: 0\r\n\r\n", 200, 1},
-        {"a body cut short", "POST /v2/ HTTP/1.1\r\nContent-Length: 9\r\n\r\nabc", 0, 0},
-        {"a body too large", "POST /v2/ HTTP/1.1\r\nContent-Length: 67108865\r\n\r\n" + std::string(67'108'865, 'a'),
-            413, 1},
-        {"a chunk size that is none", "POST /v2/ HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n", 400, 1},
-        {"a body nobody asked for", "GET /images/a HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc", 200, 1},
-        {"a range that is none", "GET /images/a HTTP/1.1\r\nRange: bytes=x\r\n\r\n", 416, 1},
-    };
-    Collector collector;
-    std::size_t logged = 0;
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        HTTPConnection connection {collector.port()};
-        connection.send(row.bytes);
-        connection.finishSending();
-        const auto reply = connection.receive();
-        EXPECT_EQ(reply ? reply->status : 0, row.status);
-        EXPECT_NE(connection.waitForEnd(), HTTPConnection::End::silent);
-        EXPECT_THAT(connection.rest(), IsEmpty());
-        logged += row.logged;
-        ASSERT_THAT(collector.requests(), SizeIs(logged));
-    }
-    EXPECT_EQ(*collector.requests().front().header("x-a"), "b");
-    EXPECT_EQ(collector.stop(), success) << collector.process().standardError();
-    EXPECT_THAT(collector.process().standardError(), IsEmpty());
-}
-
 TEST(CollectorTest, EndsConnectionsUnansweredWhenAsked)
 {
     const struct {

@@ -42,11 +42,6 @@ void HTTPConnection::send(std::string_view bytes)
     }
 }
 
-void HTTPConnection::finishSending()
-{
-    shutdown(m_socket.get(), SHUT_WR);
-}
-
 std::optional<HTTPReply> HTTPConnection::receive()
 {
     constexpr std::string_view headEnd = "\r\n\r\n";

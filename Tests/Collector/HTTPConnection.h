@@ -36,7 +36,6 @@ public:
 
     /// Breaks off without complaint when the server has closed: what it said before can still be read.
     void send(std::string_view bytes);
-    void finishSending();
 
     /// The next reply, read by its Content-Length; none when the connection ended first.
     [[nodiscard]] std::optional<HTTPReply> receive();

@@ -13,37 +13,6 @@ namespace {
 
 using testing::ElementsAreArray;
 
-// A kova-host whose script is written while it runs.
-class FollowingHost {
-public:
-    explicit FollowingHost(const HostFolder& folder)
-        : m_process(folder.start())
-    {
-    }
-
-    void doLine(const std::string& line) { EXPECT_TRUE(m_process->writeInput(line)); }
-
-    /// Lets everything end that the last change has begun, asks for the status, and waits until the answer is written,
-    /// which the log line of the next command shows.
-    void askForStatus()
-    {
-        doLine(settle + command("status"));
-        doLine(command("open", R"("payload":{"custom":{"i":"asked"},"aps":{"alert":"x"}})"));
-        EXPECT_TRUE(waitFor("NOTIFICATIONS : Notification Result: "));
-    }
-
-    std::optional<std::string> waitFor(std::string_view beginning) { return m_process->waitForOutputLine(beginning); }
-
-    Process& end()
-    {
-        m_process->closeInput();
-        return *m_process;
-    }
-
-private:
-    std::unique_ptr<Process> m_process;
-};
-
 std::vector<std::string> trackerLines(const HostResult& result)
 {
     std::vector<std::string> lines;
@@ -63,9 +32,16 @@ TEST(NetworkHostTest, FollowsLinksAndRoutesAndSaysEachChangeOnce)
     const Collector collector;
     HostFolder folder {collector.port()};
     folder.network = "real";
-    FollowingHost host {folder};
-    host.doLine(start);
-    host.askForStatus();
+    const auto host = folder.start();
+    // Lets everything end that the last change has begun, asks for the status, and waits until the answer is written,
+    // which the log line of the next command shows.
+    const auto askForStatus = [&] {
+        host->writeInput(
+            settle + command("status") + command("open", R"("payload":{"custom":{"i":"asked"},"aps":{"alert":"x"}})"));
+        EXPECT_TRUE(host->waitForOutputLine("NOTIFICATIONS : Notification Result: "));
+    };
+    host->writeInput(start);
+    askForStatus();
 
     struct Step {
         const char* description;
@@ -89,18 +65,19 @@ TEST(NetworkHostTest, FollowsLinksAndRoutesAndSaysEachChangeOnce)
     for (const auto& step : steps) {
         SCOPED_TRACE(step.description);
         network.runBatch(step.commands);
-        ASSERT_EQ(host.waitFor("NETWORK : Status: "), "NETWORK : Status: " + step.status);
-        host.askForStatus();
+        ASSERT_EQ(host->waitForOutputLine("NETWORK : Status: "), "NETWORK : Status: " + step.status);
+        askForStatus();
         answers.emplace_back(Value::Dictionary {{"status", step.status}});
         for (const auto* line : {"Checking status", "Updating network status", "Reachability Summary"})
             lines.emplace_back(line);
         lines.push_back("Status: " + step.status);
         if (step.savesAnEvent) {
-            host.doLine(saveEvent("waited"));
+            host->writeInput(saveEvent("waited"));
             answers.emplace_back(Value::Dictionary {{"saved", true}});
         }
     }
-    const auto result = folder.finish(host.end());
+    host->closeInput();
+    const auto result = folder.finish(*host);
     EXPECT_EQ(result.end, success) << result.errors;
     EXPECT_THAT(result.answers, ElementsAreArray(answers));
     EXPECT_THAT(trackerLines(result), ElementsAreArray(lines));

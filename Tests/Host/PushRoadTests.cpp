@@ -96,34 +96,20 @@ TEST(PushRoadTest, EveryPayloadIsStoredReportedAndReadBack)
 TEST(PushRoadTest, AServerThatMisbehavesChangesNothingElse)
 {
     const auto script = start + pushWithId("a") + pushWithId("b") + command("settle", R"("seconds":30)");
-    HostFolder reference;
-    const auto expected = reference.run(script);
-    ASSERT_EQ(expected.end, success) << "refused connections: " << expected.errors;
+    HostFolder unreachable;
+    const auto expected = unreachable.run(script);
     EXPECT_EQ(withoutReplies(expected.log), expected.log) << "a transport error prints nothing";
-
-    struct Row {
-        const char* name;
-        Reply reply;
-        std::vector<std::string> printed;
-    };
-    const Row rows[] {
-        {"503", Reply::status(503, "\xFF"), {"Resultnil", "failure(badRequest)"}},
-        {"redirect", Reply::status(302, "", {{"Location", "/elsewhere"}}), {"ResultOptional(\"\")", "failure(failed)"}},
-        {"reset", Reply::reset(), {}},
-        {"time-out", Reply::never(), {}},
-    };
-    for (const auto& row : rows) {
+    const Reply replies[] {Reply::status(503, "\xFF"), Reply::status(302, "", {{"Location", "/elsewhere"}}),
+        Reply::reset(), Reply::never()};
+    for (const auto& reply : replies) {
         LoopbackServer server;
-        server.setDefault(row.reply);
+        server.setDefault(reply);
         HostFolder folder {server.port()};
         const auto result = folder.run(script);
-        EXPECT_EQ(result.end, success) << row.name << ": " << result.errors;
-        EXPECT_EQ(withoutReplies(result.log), expected.log) << row.name;
-        for (const auto& line : row.printed)
-            EXPECT_EQ(result.count(line), 2U) << row.name << ": " << line;
-        EXPECT_EQ(result.log.size(), expected.log.size() + 2 * row.printed.size()) << row.name;
-        EXPECT_EQ(server.requests().size(), 2U) << row.name << ": nothing is retried or redirected";
-        EXPECT_THAT(folder.inboxIds(), ElementsAre("b", "a")) << row.name;
+        EXPECT_EQ(result.end, success) << result.errors;
+        EXPECT_EQ(withoutReplies(result.log), expected.log);
+        EXPECT_EQ(server.requests().size(), 2U) << "nothing is retried or redirected";
+        EXPECT_THAT(folder.inboxIds(), ElementsAre("b", "a"));
     }
 }
 
@@ -132,19 +118,14 @@ TEST(PushRoadTest, TwoProcessesSeeEachOthersPushes)
     HostFolder folder;
     const auto writer = folder.start();
     writer->writeInput(start);
-    std::size_t pushed = 0;
     std::vector<std::string> expected;
     for (int round = 0; round < 8; ++round) {
-        for (int number = 0; number < 5; ++number) {
-            const auto id = "p" + std::to_string(++pushed);
-            expected.insert(expected.begin(), id);
-            writer->writeInput(pushWithId(id));
-            ASSERT_TRUE(writer->waitForOutputLine("Notification from storage :"));
-        }
+        const auto number = std::to_string(round);
+        writer->writeInput(pushWithId("p" + number));
+        ASSERT_TRUE(writer->waitForOutputLine("Notification from storage :"));
         // A second process adds one push to what the first has stored, which the first then builds upon.
-        const auto id = "q" + std::to_string(round);
-        ASSERT_EQ(folder.run(start + pushWithId(id)).end, success);
-        expected.insert(expected.begin(), id);
+        ASSERT_EQ(folder.run(start + pushWithId("q" + number)).end, success);
+        expected.insert(expected.begin(), {"q" + number, "p" + number});
         ASSERT_EQ(folder.inboxIds(), expected);
     }
     writer->closeInput();
@@ -156,12 +137,18 @@ TEST(PushRoadTest, TheInboxIsStoredAsAPropertyListThatOthersMayWrite)
     HostFolder folder;
     const auto file = folder.path() / "inbox.plist";
     const auto fields = R"("key":"kova_notification","file":")" + file.string() + "\"";
-    ASSERT_EQ(folder.run(start + pushWithId("pão ☕️") + command("defaults-get", fields)).end, success);
+    const std::string broken = "\"payload\":{\"custom\":{\"i\":\"b\"},\"aps\":{\"alert\":\"\xFF\\ud83c\"}}";
+    ASSERT_EQ(folder.run(start + pushWithId("pão ☕️") + command("push", broken) + command("defaults-get", fields)).end,
+        success);
+    const auto record = [](const char* id, const char* body) {
+        return Dictionary {
+            {"att", ""}, {"body", body}, {"launchURL", ""}, {"notificationID", id}, {"read", false}, {"subtitle", ""}};
+    };
     const auto stored = Data::contentsOf(file, 1 << 20);
     ASSERT_TRUE(stored && stored->text().starts_with("bplist00"));
     EXPECT_EQ(PropertyListDecoder::decode(stored->text()).value_or(Value {}),
-        (Value {Value::Array {Dictionary {{"att", ""}, {"body", "Olá"}, {"launchURL", ""}, {"notificationID", "pão ☕️"},
-            {"read", false}, {"subtitle", ""}}}}));
+        (Value {Value::Array {record("b", "\uFFFD\uFFFD"), record("pão ☕️", "Olá")}}))
+        << "what no store could hold is repaired, and costs no other record";
 
     std::ofstream {file} << "<plist version='1.0'><array>"
                             "<dict><key>notificationID</key><string>é 🎉</string><key>read</key><true/></dict>"

@@ -59,7 +59,6 @@ TEST(ScriptTest, AWrongLineIsSaidWithItsPlaceAndEndsTheScript)
     const std::string centre = command("centre", R"("action":"open")");
     const std::pair<std::string, const char*> rows[] {
         {"nonsense", "not a JSON object"},
-        {"[]", "not a JSON object"},
         {"{}", "\"do\" is missing"},
         {R"({"do":5})", "\"do\" must be a text"},
         {R"({"do":"fly\n"})", "unknown command \"fly\\n\""},
@@ -76,11 +75,9 @@ TEST(ScriptTest, AWrongLineIsSaidWithItsPlaceAndEndsTheScript)
         {R"({"do":"event","kind":"SearchEvent","type":"search","attributes":{"a":1}})", "must be a text"},
         {R"({"do":"network","status":"5g"})", "\"wifi\", \"wwan\" or \"offline\""},
         {R"({"do":"geotriggers","geotriggers":{}})", "\"geotriggers\" must be a list"},
-        {R"({"do":"geotriggers","geotriggers":[{},7]})", "must be an object"},
         {R"({"do":"geotriggers","geotriggers":[{"userInfo":7}]})", "\"userInfo\" must be an object or null"},
         {R"({"do":"geotriggers","geotriggers":[{"userInfo":{},"data":7}]})", "no \"data\" beside it"},
         {R"({"do":"select","row":0})", "select: the list is not on top of the screen"},
-        {R"({"do":"alert","button":"Apagar"})", "alert: an alert is not on top of the screen"},
         {centre + R"({"do":"select","row":0})", "select: there is no row 0, the list has 0"},
         {centre + R"({"do":"select","row":"0"})", "select: the field \"row\" must be a whole number"},
         {centre + R"({"do":"centre","action":"open"})", "centre: the centre is open already"},
@@ -153,18 +150,6 @@ TEST(ScriptTest, RequestsInFlightEndWithTheHost)
     host->signal(SIGTERM);
     EXPECT_EQ(interrupted.finish(*host).end, success);
     EXPECT_THAT(interrupted.inboxIds(), ElementsAre("a"));
-}
-
-TEST(ScriptTest, TextThatIsNotUTF8IsRepairedAndLosesNothing)
-{
-    HostFolder folder;
-    const auto result = folder.run(start + pushWithId("a")
-        + command("push", "\"payload\":{\"custom\":{\"i\":\"b\"},\"aps\":{\"alert\":\"\xFF\\ud83c\"}}") + inbox);
-    EXPECT_EQ(result.end, success) << result.errors;
-    const auto* records = result.answers.back().find<Value::Array>("inbox");
-    ASSERT_TRUE(records);
-    ASSERT_EQ(records->size(), 2U);
-    EXPECT_EQ(*(*records)[0].find<std::string>("body"), "\uFFFD\uFFFD");
 }
 
 TEST(ScriptTest, TheCommandLineIsChecked)

@@ -83,24 +83,6 @@ TEST(CentrePixelTest, ListIsAsTheNumbersSay)
     EXPECT_EQ(CentreWindow::colorAt(image, marker + QPointF {0, 160}), cell);
 }
 
-TEST(CentrePixelTest, EmojiAreInColour)
-{
-    CentreWindow centre;
-    auto inbox = inboxOf(1);
-    inbox[0].title = "🎉🎁";
-    inbox[0].body = "";
-    inbox[0].read = true;
-    centre.open(inbox);
-    const auto image = centre.look("emoji");
-    int coloured = 0;
-    for (double y = 44; y < 124; y += 1) {
-        for (double x = 0; x < 300; x += 1)
-            coloured += CentreWindow::colorAt(image, {x, y}).saturation() > 100 ? 1 : 0;
-    }
-    // A missing glyph would be a box of black lines.
-    EXPECT_GT(coloured, 100);
-}
-
 TEST(CentrePixelTest, BadgesAreRound)
 {
     CentreWindow centre;
