@@ -73,20 +73,13 @@ TEST(KovaNotifyTest, PassesThePlainOperationsThrough)
     KovaNotify::sendTag("a", std::nullopt);
     EXPECT_THAT(platform.vendor->tags,
         ElementsAre(std::pair {std::optional<std::string> {"a"}, std::optional<std::string> {}}));
+    EXPECT_EQ(KovaNotify::getPlayerID(), std::nullopt) << "no state";
+    platform.vendor->subscribe("player");
+    EXPECT_EQ(KovaNotify::getPlayerID(), "player");
     KovaNotify::didReceiveNotificationExtensionRequest(nullptr, nullptr);
     KovaNotify::serviceExtensionTimeWillExpireRequest(nullptr, nullptr);
     EXPECT_THAT(platform.vendor->calls, ElementsAre("plain init", "prompt", "extension request", "extension expires"));
     EXPECT_TRUE(platform.log.lines().empty());
-}
-
-TEST(KovaNotifyTest, GetPlayerIDFollowsTheVendorsState)
-{
-    const TestPlatform platform;
-    EXPECT_EQ(KovaNotify::getPlayerID(), std::nullopt) << "no state";
-    platform.vendor->subscribe("player");
-    EXPECT_EQ(KovaNotify::getPlayerID(), "player");
-    platform.vendor->state = std::make_shared<PermissionSubscriptionState>();
-    EXPECT_EXIT((void)KovaNotify::getPlayerID(), testing::KilledBySignal(SIGABRT), "subscriptionStatus");
 }
 
 TEST(KovaNotifyTest, StoresReportsAndAnnouncesWhatIsReceived)
@@ -157,6 +150,9 @@ TEST(KovaNotifyDeathTest, StopsOnWhatTheVendorMustNotLeaveOut)
     EXPECT_EXIT(vendor.opened(withoutText), aborts, "Fatal error: .*stringify");
     EXPECT_EXIT(vendor.opened(withoutNotification), aborts, "Fatal error: .*no notification");
     EXPECT_EXIT(vendor.opened(opened(Dictionary {})), aborts, "Fatal error: .*actionSelected");
+    platform.vendor->state = std::make_shared<PermissionSubscriptionState>();
+    EXPECT_EXIT((void)KovaNotify::getPlayerID(), aborts, "subscriptionStatus");
+    platform.vendor->state.reset();
     ServiceAddresses::setCurrent({.eventsBaseURL = {}, .metricsBaseURL = "not a URL", .geotriggersBaseURL = {}});
     EXPECT_EXIT(vendor.received(notification("a")), aborts, "Fatal error: .*not a URL");
 }

@@ -107,30 +107,27 @@ TEST(ReachabilityTest, AnnouncesEachChangeOnce)
 
 TEST(KovaNetworkTrackerTest, SaysWhyItCannotWatch)
 {
-    const TestPlatform platform;
+    TestPlatform platform;
     const auto linesAfterStart = [&] {
-        const auto before = platform.log.lines().size();
+        platform.log.takeLines();
         KovaNetworkTracker::startNetworkTracker();
-        auto lines = platform.settledLines();
-        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
-        return lines;
+        return platform.settledLines();
     };
     auto& network = *platform.network;
-    network.refusesNames = true;
-    EXPECT_THAT(linesAfterStart(),
-        ElementsAre(
-            "NETWORK : Network error:\nFailed to create reachability object With host named: www.kova.example"));
-    network.refusesNames = false;
-    network.refusesCallback = true;
-    EXPECT_THAT(linesAfterStart(), ElementsAre("NETWORK : Network error:\nFailed to set callout"));
-    network.refusesCallback = false;
-    network.refusesQueue = true;
-    EXPECT_THAT(linesAfterStart(), ElementsAre("NETWORK : Network error:\nFailed to set DispatchQueue"));
+    const std::pair<bool FakeNetwork::*, const char*> rows[] {
+        {&FakeNetwork::refusesNames, "Failed to create reachability object With host named: www.kova.example"},
+        {&FakeNetwork::refusesCallback, "Failed to set callout"},
+        {&FakeNetwork::refusesQueue, "Failed to set DispatchQueue"},
+    };
+    for (const auto& [refuses, line] : rows) {
+        network.*refuses = true;
+        EXPECT_THAT(linesAfterStart(), ElementsAre(std::string {"NETWORK : Network error:\n"} + line));
+        network.*refuses = false;
+    }
     EXPECT_EQ(KovaNetwork::reachability(), nullptr);
     EXPECT_STREQ(KovaNetwork::Error::failedToInitializeWith({.port = 0x5000, .address = 0x0100007F}).what(),
         "NETWORK : Network error:\nFailed to initialize reachability object With address: 127.0.0.1:80");
 
-    network.refusesQueue = false;
     EXPECT_TRUE(linesAfterStart().empty());
     const auto first = KovaNetwork::reachability();
     ASSERT_TRUE(first);

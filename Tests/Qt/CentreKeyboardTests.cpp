@@ -9,44 +9,26 @@
 
 #include <QAccessible>
 #include <QQuickItem>
+#include <map>
 
 namespace kova::tests {
 
 namespace {
 
-const char* nameOf(QAccessible::Role role)
-{
-    switch (role) {
-    case QAccessible::AlertMessage:
-        return "alert";
-    case QAccessible::Button:
-        return "button";
-    case QAccessible::Graphic:
-        return "picture";
-    case QAccessible::Heading:
-        return "heading";
-    case QAccessible::List:
-        return "list";
-    case QAccessible::ListItem:
-        return "row";
-    case QAccessible::StaticText:
-        return "text";
-    case QAccessible::ToolBar:
-        return "bar";
-    default:
-        return "";
-    }
-}
+const std::map<QAccessible::Role, std::string> names {{QAccessible::AlertMessage, "alert"},
+    {QAccessible::Button, "button"}, {QAccessible::Graphic, "picture"}, {QAccessible::Heading, "heading"},
+    {QAccessible::List, "list"}, {QAccessible::ListItem, "row"}, {QAccessible::StaticText, "text"},
+    {QAccessible::ToolBar, "bar"}};
 
 /// What a screen reader finds, in its order: role, name, and what else is said.
 void collect(QAccessibleInterface* item, std::vector<std::string>& lines)
 {
     if (!item || item->state().invisible)
         return;
-    const std::string role = nameOf(item->role());
-    if (!role.empty() && !item->state().disabled) {
+    const auto role = names.find(item->role());
+    if (role != names.end() && !item->state().disabled) {
         const auto description = item->text(QAccessible::Description).toStdString();
-        lines.push_back(role + ": " + item->text(QAccessible::Name).toStdString()
+        lines.push_back(role->second + ": " + item->text(QAccessible::Name).toStdString()
             + (description.empty() ? "" : " (" + description + ")") + (item->state().focused ? " [focus]" : ""));
     }
     for (int index = 0; index < item->childCount(); ++index)

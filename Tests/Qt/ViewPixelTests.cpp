@@ -130,20 +130,4 @@ TEST_F(ViewPixelTest, PicturesHaveTheirModeAndRoundCorners)
     }
 }
 
-TEST_F(ViewPixelTest, TheTrashButtonIsACan)
-{
-    centre.open(inboxOf(1));
-    centre.tapRow(0);
-    const auto* button = centre.button("Apagar");
-    ASSERT_TRUE(button);
-    const auto origin = centre.place(*button).center() - QPointF {12, 12};
-    const auto image = centre.look("trash");
-    const auto isInk
-        = [&](double x, double y) { return CentreWindow::colorAt(image, origin + QPointF {x, y}).red() < 150; };
-    EXPECT_TRUE(isInk(7, 6)) << "the lid";
-    EXPECT_TRUE(isInk(12, 21)) << "the bottom";
-    EXPECT_FALSE(isInk(7.9, 13)) << "between the side and a rib";
-    EXPECT_FALSE(isInk(2, 13)) << "beside it";
-}
-
 } // namespace kova::tests
