@@ -12,13 +12,7 @@
 namespace {
 
 using namespace kova;
-
-const fuzz::FuzzPlatform& platform()
-{
-    static const fuzz::FuzzPlatform platform {MainLoop::Host};
-    [[maybe_unused]] static const bool isStarted = (platform.startSDK(), true);
-    return platform;
-}
+using fuzz::FuzzPlatform;
 
 // An inbox with one entry that was there before.
 Data oldInbox()
@@ -33,8 +27,8 @@ void receive(const Value::Dictionary& raw, const OSNotificationPayload& payload)
 {
     static const Value before {oldInbox()};
     UserDefaults::standard()->setObject(NotificationStorage::key, before);
-    (void)platform().session->takeRequests();
-    platform().vendor->receive(raw);
+    (void)FuzzPlatform::started().session->takeRequests();
+    FuzzPlatform::started().vendor->receive(raw);
     DispatchQueue::drainMain();
 
     const auto inbox = NotificationStorage::buffer();
@@ -42,7 +36,7 @@ void receive(const Value::Dictionary& raw, const OSNotificationPayload& payload)
     require(inbox[0].encode() == KovaNotification {payload}.encode());
     require(NotificationStorage::totalUnreadNotifications() == 2);
 
-    const auto requests = platform().session->takeRequests();
+    const auto requests = FuzzPlatform::started().session->takeRequests();
     require(requests.size() == 1 && requests[0].httpBody);
     const auto metric = JSONSerialization::jsonObject(requests[0].httpBody->text());
     require(metric && metric->find("notificationId") && *metric->find("notificationId") == *payload.notificationID);
@@ -53,7 +47,7 @@ void open(const Value::Dictionary& raw, const OSNotificationPayload& payload)
 {
     const auto text = host::stringifiedResult(payload, "button");
     require(text && JSONSerialization::jsonObject(*text));
-    platform().vendor->open(raw, "button");
+    FuzzPlatform::started().vendor->open(raw, "button");
     DispatchQueue::drainMain();
 }
 
@@ -78,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const auto* raw = value ? value->as<Value::Dictionary>() : nullptr;
     if (!raw)
         return 0;
-    (void)platform();
+    (void)FuzzPlatform::started();
     extend(*raw);
     const auto payload = host::decodedPayload(*raw);
     if (!payload)

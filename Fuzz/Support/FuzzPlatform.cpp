@@ -24,12 +24,12 @@ void lookAtLine(std::string_view line)
     require(line.find('\n') == line.size() - 1 && isValidUTF8(line));
 }
 
-LinuxPlatformOptions options(const FuzzFolder& folder, std::shared_ptr<NetworkReachability> network, MainLoop mainLoop)
+LinuxPlatformOptions options(const FuzzFolder& folder, std::shared_ptr<NetworkReachability> network)
 {
     return {.bundleIdentifier = bundleIdentifier,
         .bundleFolder = folder.path(),
         .dataFolder = folder.path(),
-        .mainLoop = mainLoop,
+        .mainLoop = MainLoop::Host,
         .reachability = std::move(network)};
 }
 
@@ -49,13 +49,12 @@ FuzzFolder::~FuzzFolder()
     std::filesystem::remove_all(m_path, ignored);
 }
 
-FuzzPlatform::FuzzPlatform(MainLoop mainLoop)
-    : platform(options(folder, network, mainLoop))
+FuzzPlatform::FuzzPlatform()
+    : platform(options(folder, network))
 {
     setPrintSink(&lookAtLine);
     URLSession::setShared(session);
     OneSignal::setShared(vendor);
-    PlotDebug::setShared(geofencing);
 }
 
 std::filesystem::path FuzzPlatform::storeFolder() const
@@ -63,10 +62,15 @@ std::filesystem::path FuzzPlatform::storeFolder() const
     return folder.path() / bundleIdentifier;
 }
 
-void FuzzPlatform::startSDK() const
+const FuzzPlatform& FuzzPlatform::started()
 {
-    KovaNotify::initWithCallbacks(std::nullopt);
-    DispatchQueue::drainMain();
+    static const FuzzPlatform platform;
+    [[maybe_unused]] static const bool isStarted = [] {
+        KovaNotify::initWithCallbacks(std::nullopt);
+        DispatchQueue::drainMain();
+        return true;
+    }();
+    return platform;
 }
 
 } // namespace kova::fuzz
