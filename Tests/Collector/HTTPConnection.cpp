@@ -5,9 +5,8 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 
-#include <algorithm>
 #include <array>
-#include <cctype>
+#include <cstdlib>
 
 namespace kova::tests {
 
@@ -48,28 +47,17 @@ std::optional<HTTPReply> HTTPConnection::receive()
     while (m_received.find(headEnd) == std::string::npos)
         if (!receiveMore())
             return std::nullopt;
-    HTTPReply reply;
-    std::size_t position = 0;
-    const auto takeLine = [&] {
-        const auto end = m_received.find("\r\n", position);
-        auto line = m_received.substr(position, end - position);
-        position = end + 2;
-        return line;
-    };
+    const auto bodyBegin = m_received.find(headEnd) + headEnd.size();
     // "HTTP/1.1 200 OK"
-    reply.status = std::atoi(takeLine().substr(9, 3).c_str());
-    for (auto line = takeLine(); !line.empty(); line = takeLine()) {
-        const auto colon = std::min(line.find(": "), line.size());
-        auto name = line.substr(0, colon);
-        std::ranges::transform(name, name.begin(), [](unsigned char letter) { return std::tolower(letter); });
-        reply.headers[name] = line.substr(std::min(colon + 2, line.size()));
-    }
-    const auto length = reply.headers.contains("content-length") ? std::stoul(reply.headers["content-length"]) : 0;
-    while (m_received.size() < position + length)
+    HTTPReply reply {.status = std::atoi(m_received.c_str() + 9), .head = m_received.substr(0, bodyBegin)};
+    constexpr std::string_view lengthField = "Content-Length: ";
+    const auto field = reply.head.find(lengthField);
+    const auto length = field == std::string::npos ? 0 : std::stoul(reply.head.substr(field + lengthField.size()));
+    while (m_received.size() < bodyBegin + length)
         if (!receiveMore())
             return std::nullopt;
-    reply.body = m_received.substr(position, length);
-    m_received.erase(0, position + length);
+    reply.body = m_received.substr(bodyBegin, length);
+    m_received.erase(0, bodyBegin + length);
     return reply;
 }
 

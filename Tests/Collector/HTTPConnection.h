@@ -6,7 +6,6 @@
 #include "Tests/Support/FileDescriptor.h"
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,9 +14,9 @@ namespace kova::tests {
 
 struct HTTPReply {
     int status = 0;
-    /// Names in lower case.
-    std::map<std::string, std::string> headers;
-    std::string body;
+    /// All before the body, as it came.
+    std::string head {};
+    std::string body {};
 };
 
 /// Whole, with its Content-Length and with the connection kept alive.

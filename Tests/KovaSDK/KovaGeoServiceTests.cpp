@@ -46,33 +46,6 @@ TEST(GeotriggerRequestTest, GoesToNobodyInParticularWithoutASubscription)
     EXPECT_EQ(GeotriggerRequest {Data {json}}.path, "");
 }
 
-TEST(KovaGeoServiceTest, PrintsWhatEveryReplyIsAndCallsItSuccess)
-{
-    struct Row {
-        const char* name;
-        Reply reply;
-        std::vector<std::string> printed;
-    };
-    const Row rows[] {
-        {"200", Reply::status(200, "é \"ok\"\n"), {"ResultOptional(\"é \\\"ok\\\"\\n\")", "success"}},
-        {"204", Reply::raw("HTTP/1.1 204 No Content\r\n\r\n"), {"ResultOptional(\"\")", "success"}},
-        {"404", Reply::status(404, "no"), {"ResultOptional(\"no\")", "failure(authentication)"}},
-        {"not UTF-8, refused", Reply::status(401, "\xFF"), {"Resultnil", "failure(authentication)"}},
-    };
-    for (const auto& row : rows) {
-        LoopbackServer server;
-        server.setDefault(row.reply);
-        const TestPlatform platform {server.url("/v1/geotriggers/").absoluteString()};
-        const Upload upload {json};
-        auto printed = row.printed;
-        printed.insert(printed.begin(),
-            {"posting some geotrigger", "Request: " + server.url("/v1/geotriggers/").absoluteString()});
-        EXPECT_EQ(platform.settledLines(), printed) << row.name;
-        EXPECT_THAT(upload.outcomes, ElementsAre("success(true)")) << row.name;
-        EXPECT_EQ(server.requests().size(), 1U) << row.name;
-    }
-}
-
 TEST(KovaGeoServiceTest, HandsTheTransportsErrorOnAndPrintsNothing)
 {
     LoopbackServer server;

@@ -1,6 +1,4 @@
-#include "KovaSDK/Extensions/String.h"
 #include "KovaSDK/Services/Networking/NetworkManager.h"
-#include "KovaSDK/Services/Networking/Response204.h"
 
 #include <gtest/gtest.h>
 
@@ -71,15 +69,6 @@ TEST(NetworkErrorTest, HasATextForEveryCase)
         EXPECT_EQ(make_error_code(error).message(), text);
         EXPECT_TRUE(make_error_code(error));
     }
-}
-
-TEST(StringTest, ParsesAsJSONOrYieldsNothing)
-{
-    EXPECT_EQ(toJSON(R"({"a":"b"})"), (Value {Value::Dictionary {{"a", "b"}}}));
-    EXPECT_EQ(toJSON("12"), Value {12});
-    EXPECT_EQ(toJSON("null"), Value {});
-    for (const auto* text : {"", "This is the data field", "{", "{\"a\":\"\xFF\"}"})
-        EXPECT_EQ(toJSON(text), std::nullopt) << text;
 }
 
 } // namespace

@@ -16,7 +16,6 @@ namespace kova::tests {
 namespace {
 
 const QColor white {255, 255, 255};
-const QColor blue {0, 0, 255};
 const QColor red {255, 0, 0};
 
 /// Changes colours of the centre until it goes.
@@ -113,26 +112,6 @@ TEST(CentrePixelTest, BadgesAreRound)
     EXPECT_EQ(badge.width(), badge.height());
     expectDisc(image, badge.center(), badge.width() / 2, red, true);
     EXPECT_LT((badge.center() - QPointF {220, 200}).manhattanLength(), 1);
-}
-
-TEST(CentrePixelTest, FitsNarrowAndWideWindows)
-{
-    for (const int width : {320, 768, 1024}) {
-        SCOPED_TRACE(width);
-        CentreWindow centre {{width, 640}};
-        centre.open(sampleInbox());
-        const auto image = centre.look("list-" + std::to_string(width));
-        EXPECT_EQ(centre.placeOfRow(0), QRectF(0, 44, width, 80));
-        expectDisc(image, {width - 72.5, 84}, 7.5, blue);
-        // The bar's texts leave each other room.
-        auto* bar = find<UINavigationBar>(*centre.stack().view());
-        double end = 0;
-        for (UIView* view : {bar->leftView(), bar->subviews().front().get()}) {
-            EXPECT_GE(centre.place(*view).left(), view == bar->leftView() ? 0 : end);
-            end = std::max(end, centre.place(*view).right());
-        }
-        EXPECT_LE(end, width);
-    }
 }
 
 } // namespace kova::tests

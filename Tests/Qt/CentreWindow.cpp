@@ -27,17 +27,6 @@ QPointingDevice* finger()
     return device;
 }
 
-UIButton* buttonIn(UIView& view, const std::string& title)
-{
-    if (auto* button = dynamic_cast<UIButton*>(&view); button && button->title() == title)
-        return button;
-    for (const auto& child : view.subviews()) {
-        if (auto* found = buttonIn(*child, title))
-            return found;
-    }
-    return nullptr;
-}
-
 } // namespace
 
 bool eventually(const std::function<bool()>& condition)
@@ -80,7 +69,7 @@ UITableView& CentreWindow::table() const
 
 UIButton* CentreWindow::button(const std::string& title) const
 {
-    return buttonIn(*model().subviews().back(), title);
+    return find<UIButton>(*model().subviews().back(), [&](const UIButton& button) { return button.title() == title; });
 }
 
 QRectF CentreWindow::place(const UIView& view) const
@@ -177,6 +166,17 @@ QImage CentreWindow::look(const std::string& name)
     return image;
 }
 
+bool CentreWindow::hasPixel(const QImage& image, QRectF area, const std::function<bool(QColor)>& isIt)
+{
+    const double ratio = image.devicePixelRatio();
+    const auto pixels = image.copy(QRectF {area.topLeft() * ratio, area.size() * ratio}.toRect());
+    for (int index = 0; index < pixels.width() * pixels.height(); ++index) {
+        if (isIt(pixels.pixelColor(index % pixels.width(), index / pixels.width())))
+            return true;
+    }
+    return false;
+}
+
 QColor CentreWindow::colorAt(const QImage& image, QPointF point)
 {
     const auto pixel = point * image.devicePixelRatio();
@@ -195,6 +195,21 @@ std::vector<KovaNotification> inboxOf(int count)
         record.att = "";
         inbox.push_back(std::move(record));
     }
+    return inbox;
+}
+
+std::vector<KovaNotification> sampleInbox()
+{
+    auto inbox = inboxOf(6);
+    inbox[0].title = "Seu pedido chegou! 🎉";
+    inbox[0].body = "Retire na portaria até às 18h. 📦";
+    inbox[1].title = "Promoção de inverno";
+    inbox[1].subtitle = "Até 40% de desconto";
+    inbox[1].body = "Casacos, botas e cobertores com preços especiais até domingo, em todas as lojas e no site.";
+    inbox[1].att = "https://loja.example/inverno.png";
+    inbox[2].title = "Pagamento aprovado";
+    inbox[2].body = "Recebemos o pagamento do pedido 1042.";
+    inbox[2].read = true;
     return inbox;
 }
 

@@ -27,7 +27,7 @@ namespace kova::tests {
 /// True once the condition holds; gives up after five seconds.
 [[nodiscard]] bool eventually(const std::function<bool()>& condition);
 
-/// Records of every kind: read and unread, with and without picture, long and short.
+/// Six records: long and short, with and without picture, the third one read.
 [[nodiscard]] std::vector<KovaNotification> sampleInbox();
 [[nodiscard]] std::vector<KovaNotification> inboxOf(int count);
 
@@ -72,6 +72,8 @@ public:
     [[nodiscard]] QImage look(const std::string& name);
     /// The colour at a place given in points.
     [[nodiscard]] static QColor colorAt(const QImage& image, QPointF point);
+    /// Whether there is such a pixel in an area given in points.
+    [[nodiscard]] static bool hasPixel(const QImage& image, QRectF area, const std::function<bool(QColor)>& isIt);
 
     TestPlatform platform {MainLoop::Host};
     QtPlatform qt;
@@ -83,13 +85,14 @@ private:
     QPointF m_handAt;
 };
 
-/// The first view of the class at or beneath a view, null when there is none.
-template <typename Kind> Kind* find(UIView& view)
+/// The first view of the class at or beneath a view for which the condition holds, null when there is none.
+template <typename Kind>
+Kind* find(UIView& view, const std::function<bool(const Kind&)>& isIt = [](const Kind&) { return true; })
 {
-    if (auto* found = dynamic_cast<Kind*>(&view))
+    if (auto* found = dynamic_cast<Kind*>(&view); found && isIt(*found))
         return found;
     for (const auto& child : view.subviews()) {
-        if (auto* found = find<Kind>(*child))
+        if (auto* found = find<Kind>(*child, isIt))
             return found;
     }
     return nullptr;

@@ -7,22 +7,6 @@
 
 namespace kova::tests {
 
-namespace {
-
-// Whether something is drawn on white in an area given in points.
-bool hasInk(const QImage& image, const QRect& area)
-{
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            if (CentreWindow::colorAt(image, QPoint {x, y}).lightness() < 200)
-                return true;
-        }
-    }
-    return false;
-}
-
-} // namespace
-
 TEST(SystemBrowserTest, OpensLinksOnce)
 {
     struct Case {
@@ -47,7 +31,9 @@ TEST(SystemBrowserTest, OpensLinksOnce)
         const DesktopRecorder desktop;
         centre.tap(*button);
         EXPECT_EQ(desktop.opened.size(), test.opened);
-        EXPECT_TRUE(hasInk(centre.look("browser"), {0, 64, 390, 60})) << "it says what became of the page";
+        const auto isInk = [](QColor color) { return color.lightness() < 200; };
+        EXPECT_TRUE(CentreWindow::hasPixel(centre.look("browser"), {0, 64, 390, 60}, isInk))
+            << "it says what became of the page";
         if (auto* close = centre.button("OK")) {
             centre.tap(*close);
             EXPECT_EQ(centre.stack().viewControllers().size(), 2U);

@@ -143,16 +143,4 @@ TEST_F(WebPageTest, LeadsNowhereButToTheWeb)
     EXPECT_TRUE(desktop.opened.empty());
 }
 
-TEST_F(WebPageTest, IsNotMadeForOtherAddresses)
-{
-    for (const auto* link : {"file:///etc/hostname#https://", "javascript:alert('http://')"}) {
-        openLink(link);
-        EXPECT_FALSE(view);
-        centre.key(Qt::Key_Escape);
-        centre.key(Qt::Key_Escape);
-        centre.key(Qt::Key_Escape);
-    }
-    EXPECT_TRUE(desktop.opened.empty());
-}
-
 } // namespace kova::tests
