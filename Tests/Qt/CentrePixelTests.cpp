@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace kova::tests {
 
@@ -17,26 +18,6 @@ namespace {
 
 const QColor white {255, 255, 255};
 const QColor red {255, 0, 0};
-
-/// Changes colours of the centre until it goes.
-class Restyle {
-public:
-    using Color = UIColor CentralLayout::*;
-
-    explicit Restyle(const std::vector<std::pair<Color, UIColor>>& colors)
-    {
-        for (const auto& [color, value] : colors)
-            m_before.emplace_back(color, std::exchange(CentralLayout::default_().*color, value));
-    }
-    ~Restyle()
-    {
-        for (const auto& [color, value] : m_before)
-            CentralLayout::default_().*color = value;
-    }
-
-private:
-    std::vector<std::pair<Color, UIColor>> m_before;
-};
 
 /// Whether a disc of that radius is there, as round as the pixels of the screen allow. Where a text stands on it only
 /// its lower edge is looked at from inside.
@@ -63,12 +44,16 @@ TEST(CentrePixelTest, ListIsAsTheNumbersSay)
 {
     const QColor cell {230, 240, 255};
     const QColor green {0, 153, 0};
-    const Restyle restyle {{{&CentralLayout::backgroundCellColor, {230 / 255.0, 240 / 255.0, 1, 1}},
-        {&CentralLayout::navColor, {0.2, 0, 0.4, 1}}, {&CentralLayout::titleNavColor, UIColor::whiteColor()},
-        {&CentralLayout::buttonNavColor, {1, 0.8, 0, 1}}, {&CentralLayout::unreadMarkerColor, {0, 0.6, 0, 1}}}};
+    auto& layout = CentralLayout::default_();
+    const auto cellBefore = std::exchange(layout.backgroundCellColor, {230 / 255.0, 240 / 255.0, 1, 1});
+    const auto barBefore = std::exchange(layout.navColor, {0.2, 0, 0.4, 1});
+    const auto markerBefore = std::exchange(layout.unreadMarkerColor, {0, 0.6, 0, 1});
     CentreWindow centre;
     centre.open(sampleInbox());
     const auto image = centre.look("list-restyled");
+    layout.backgroundCellColor = cellBefore;
+    layout.navColor = barBefore;
+    layout.unreadMarkerColor = markerBefore;
     // Six rows of 80 points beneath a bar of 44, and white beneath them.
     EXPECT_EQ(CentreWindow::colorAt(image, {60, 5}), QColor(51, 0, 102));
     EXPECT_EQ(CentreWindow::colorAt(image, {5, 46}), cell);
