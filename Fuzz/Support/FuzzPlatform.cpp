@@ -7,7 +7,6 @@
 #include "Platform/Foundation/Unicode.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <system_error>

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QTest>
 
 namespace kova::tests {
 

@@ -12,7 +12,6 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
-#include <QTest>
 
 namespace kova::tests {
 

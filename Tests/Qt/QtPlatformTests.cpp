@@ -3,7 +3,6 @@
 #include "KovaSDK/Push/Central/CentralCoordinator.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
 #include "Platform/Foundation/DispatchQueue.h"
-#include "Platform/UIKit/TextMeasurer.h"
 #include "Platform/UIKit/UIImage.h"
 #include "Platform/UIKit/UILabel.h"
 #include "Tests/Qt/CentreWindow.h"

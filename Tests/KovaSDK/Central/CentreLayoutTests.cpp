@@ -30,11 +30,14 @@ CGSize lineSize(const std::string& text, const UIFont& font)
     return TextMeasurer::shared()->size(text, font, std::numeric_limits<double>::infinity(), 1);
 }
 
-void expectNear(const CGRect& actual, const CGRect& expected, const std::string& what)
+std::array<double, 4> sides(const CGRect& rect)
 {
-    const auto sides
-        = [](const CGRect& rect) { return std::array {rect.minX(), rect.minY(), rect.size.width, rect.size.height}; };
-    EXPECT_THAT(sides(actual), testing::Pointwise(testing::DoubleNear(1e-6), sides(expected))) << what;
+    return {rect.minX(), rect.minY(), rect.size.width, rect.size.height};
+}
+
+auto areNear(const CGRect& expected)
+{
+    return testing::Pointwise(testing::DoubleNear(1e-6), sides(expected));
 }
 
 // A label without text has no height of its own.
@@ -53,16 +56,16 @@ TEST(CentreLayoutTest, ARowStandsAsDrawnAtEveryWidth)
             Centre centre {{notification, notification}, {.width = width, .height = height}};
             centre.open();
             const auto cell = centre.cell(1);
-            const auto what = [&](const char* view) { return std::string {view} + " at " + std::to_string(width); };
+            SCOPED_TRACE(std::to_string(width) + " points, " + std::to_string(text.size()) + " bytes");
             const auto titleHeight = labelHeight(text, UIFont::boldSystemFont(16));
-            expectNear(cell->frame(), {0, 80, width, 80}, what("cell"));
-            expectNear(cell->img->frame(), {width - 50, 20, 40, 40}, what("thumbnail"));
-            expectNear(cell->unreadView->frame(), {width - 80, 32.5, 15, 15}, what("marker"));
+            EXPECT_THAT(sides(cell->frame()), areNear({0, 80, width, 80}));
+            EXPECT_THAT(sides(cell->img->frame()), areNear({width - 50, 20, 40, 40}));
+            EXPECT_THAT(sides(cell->unreadView->frame()), areNear({width - 80, 32.5, 15, 15}));
             // It has no right edge: a long title runs beneath the thumbnail.
-            expectNear(cell->title->frame(), {20, 20, lineSize(text, UIFont::boldSystemFont(16)).width, titleHeight},
-                what("title"));
-            expectNear(cell->body->frame(),
-                {20, 30 + titleHeight, width - 80, labelHeight(text, UIFont::boldSystemFont(14))}, what("body"));
+            EXPECT_THAT(sides(cell->title->frame()),
+                areNear({20, 20, lineSize(text, UIFont::boldSystemFont(16)).width, titleHeight}));
+            EXPECT_THAT(sides(cell->body->frame()),
+                areNear({20, 30 + titleHeight, width - 80, labelHeight(text, UIFont::boldSystemFont(14))}));
         }
     }
 }
@@ -94,25 +97,23 @@ TEST(CentreLayoutTest, TheDetailScreenStandsAsDrawnAtEveryWidth)
                     scene->img->setImage(std::make_shared<const UIImage>(picture.size, std::make_shared<int>(0)));
                 centre.layOut();
 
-                const auto what = [&](const char* view) {
-                    return std::string {view} + " at " + std::to_string(width) + ", picture "
-                        + std::to_string(picture.size.height) + ", " + std::to_string(text.size()) + " bytes";
-                };
+                SCOPED_TRACE(std::to_string(width) + " points, picture " + std::to_string(picture.size.height) + ", "
+                    + std::to_string(text.size()) + " bytes");
                 constexpr double bar = 44;
-                expectNear(scene->frame(), {0, bar, width, height - bar}, what("screen"));
+                EXPECT_THAT(sides(scene->frame()), areNear({0, bar, width, height - bar}));
                 const auto imageHeight = picture.expectedHeight(width);
-                expectNear(scene->img->frame(), {0, 0, width, imageHeight}, what("image"));
+                EXPECT_THAT(sides(scene->img->frame()), areNear({0, 0, width, imageHeight}));
                 const auto textWidth = width - 30;
                 double top = imageHeight + 10;
                 const auto titleHeight = labelHeight(text, UIFont::boldSystemFont(22));
-                expectNear(scene->title->frame(), {15, top, textWidth, titleHeight}, what("title"));
+                EXPECT_THAT(sides(scene->title->frame()), areNear({15, top, textWidth, titleHeight}));
                 top += titleHeight + 5;
                 const auto subtitleHeight = labelHeight(text, UIFont::boldSystemFont(20));
-                expectNear(scene->subtitle->frame(), {15, top, textWidth, subtitleHeight}, what("subtitle"));
+                EXPECT_THAT(sides(scene->subtitle->frame()), areNear({15, top, textWidth, subtitleHeight}));
                 top += subtitleHeight + 5;
                 const auto bodyHeight = TextMeasurer::shared()->size(text, UIFont::systemFont(18), textWidth, 0).height;
-                expectNear(scene->body->frame(), {15, top, textWidth, bodyHeight}, what("body"));
-                expectNear(scene->urlBtn->frame(), {15, height - bar - 10 - 50, textWidth, 50}, what("button"));
+                EXPECT_THAT(sides(scene->body->frame()), areNear({15, top, textWidth, bodyHeight}));
+                EXPECT_THAT(sides(scene->urlBtn->frame()), areNear({15, height - bar - 10 - 50, textWidth, 50}));
             }
         }
     }
