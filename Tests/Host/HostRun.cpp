@@ -32,7 +32,7 @@ std::size_t HostResult::count(std::string_view line) const
 std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& script) const
 {
     Process::Options process {.executable = std::filesystem::path {KOVA_BIN_DIR} / "kova-host"};
-    process.arguments = {"--network", network, "--data", path() / "data", "--bundle", bundle, "--answers",
+    process.arguments = {"--network", network, "--data", path() / "data", "--bundle", KOVA_RESOURCES_DIR, "--answers",
         path() / "answers", "--metrics-url", services + "/v2/", "--events-url", services + "/v2/", "--geotriggers-url",
         services + "/v1/geotriggers/"};
     process.arguments.insert(process.arguments.end(), options.begin(), options.end());

@@ -44,7 +44,6 @@ public:
 
     /// Base address of the web services.
     std::string services;
-    std::filesystem::path bundle = KOVA_RESOURCES_DIR;
     /// The simulated network is offline until the script switches it, and says nothing before.
     std::string network = "simulated";
     /// More of the command line.
