@@ -66,8 +66,8 @@ std::vector<std::string> HostFolder::inboxIds()
     const auto result = run(inbox);
     EXPECT_EQ(result.end, ProcessEnd {.exitStatus = 0}) << result.errors;
     std::vector<std::string> ids;
-    const auto* inbox = result.answers.empty() ? nullptr : result.answers.back().find<Value::Array>("inbox");
-    for (const auto& record : inbox ? *inbox : Value::Array {})
+    const auto* records = result.answers.empty() ? nullptr : result.answers.back().find<Value::Array>("inbox");
+    for (const auto& record : records ? *records : Value::Array {})
         ids.push_back(*record.find<std::string>("notificationID"));
     return ids;
 }
