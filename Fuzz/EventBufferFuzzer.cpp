@@ -85,7 +85,7 @@ private:
 
 // The same store under two connections, like an application and its extension.
 struct Stores {
-    fuzz::FuzzPlatform platform;
+    fuzz::FuzzPlatform platform {MainLoop::Host};
     UserDefaultsSQLite other {{.folder = platform.storeFolder()}};
     Rows rows {platform.storeFolder() / "defaults.sqlite"};
 

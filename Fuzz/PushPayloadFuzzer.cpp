@@ -12,7 +12,13 @@
 namespace {
 
 using namespace kova;
-using fuzz::FuzzPlatform;
+
+const fuzz::FuzzPlatform& platform()
+{
+    static const fuzz::FuzzPlatform platform {MainLoop::Host};
+    [[maybe_unused]] static const bool isStarted = (platform.startSDK(), true);
+    return platform;
+}
 
 // An inbox with one entry that was there before.
 Data oldInbox()
@@ -27,8 +33,8 @@ void receive(const Value::Dictionary& raw, const OSNotificationPayload& payload)
 {
     static const Value before {oldInbox()};
     UserDefaults::standard()->setObject(NotificationStorage::key, before);
-    (void)FuzzPlatform::started().session->takeRequests();
-    FuzzPlatform::started().vendor->receive(raw);
+    (void)platform().session->takeRequests();
+    platform().vendor->receive(raw);
     DispatchQueue::drainMain();
 
     const auto inbox = NotificationStorage::buffer();
@@ -36,7 +42,7 @@ void receive(const Value::Dictionary& raw, const OSNotificationPayload& payload)
     require(inbox[0].encode() == KovaNotification {payload}.encode());
     require(NotificationStorage::totalUnreadNotifications() == 2);
 
-    const auto requests = FuzzPlatform::started().session->takeRequests();
+    const auto requests = platform().session->takeRequests();
     require(requests.size() == 1 && requests[0].httpBody);
     const auto metric = JSONSerialization::jsonObject(requests[0].httpBody->text());
     require(metric && metric->find("notificationId") && *metric->find("notificationId") == *payload.notificationID);
@@ -47,7 +53,7 @@ void open(const Value::Dictionary& raw, const OSNotificationPayload& payload)
 {
     const auto text = host::stringifiedResult(payload, "button");
     require(text && JSONSerialization::jsonObject(*text));
-    FuzzPlatform::started().vendor->open(raw, "button");
+    platform().vendor->open(raw, "button");
     DispatchQueue::drainMain();
 }
 
@@ -72,7 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     const auto* raw = value ? value->as<Value::Dictionary>() : nullptr;
     if (!raw)
         return 0;
-    (void)FuzzPlatform::started();
+    (void)platform();
     extend(*raw);
     const auto payload = host::decodedPayload(*raw);
     if (!payload)

@@ -11,8 +11,14 @@
 namespace {
 
 using namespace kova;
-using fuzz::FuzzPlatform;
 using Inbox = std::vector<KovaNotification>;
+
+const fuzz::FuzzPlatform& platform()
+{
+    static const fuzz::FuzzPlatform platform {MainLoop::Host};
+    [[maybe_unused]] static const bool isStarted = (platform.startSDK(), true);
+    return platform;
+}
 
 bool isSame(const Inbox& left, const Inbox& right)
 {
@@ -44,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     static const Value::Dictionary push {
         {"aps", Value::Dictionary {{"alert", "pão"}}}, {"custom", Value::Dictionary {{"i", "new"}}}};
     const Value stored {Data {std::string {reinterpret_cast<const char*>(bytes), size}}};
-    (void)FuzzPlatform::started();
+    (void)platform();
     UserDefaults::standard()->setObject(NotificationStorage::key, stored);
 
     auto inbox = NotificationStorage::buffer();
@@ -52,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         == static_cast<std::size_t>(std::ranges::count(inbox, false, &KovaNotification::read)));
     require(UserDefaults::standard()->object(NotificationStorage::key) == stored);
 
-    FuzzPlatform::started().vendor->receive(push);
+    platform().vendor->receive(push);
     DispatchQueue::drainMain();
     const auto pushed = NotificationStorage::buffer();
     require(pushed.size() == inbox.size() + 1 && pushed[0].notificationID == "new" && !pushed[0].read);

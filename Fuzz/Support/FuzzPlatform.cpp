@@ -23,12 +23,12 @@ void lookAtLine(std::string_view line)
     require(line.find('\n') == line.size() - 1 && isValidUTF8(line));
 }
 
-LinuxPlatformOptions options(const FuzzFolder& folder, std::shared_ptr<NetworkReachability> network)
+LinuxPlatformOptions options(const FuzzFolder& folder, std::shared_ptr<NetworkReachability> network, MainLoop mainLoop)
 {
     return {.bundleIdentifier = bundleIdentifier,
         .bundleFolder = folder.path(),
         .dataFolder = folder.path(),
-        .mainLoop = MainLoop::Host,
+        .mainLoop = mainLoop,
         .reachability = std::move(network)};
 }
 
@@ -48,12 +48,13 @@ FuzzFolder::~FuzzFolder()
     std::filesystem::remove_all(m_path, ignored);
 }
 
-FuzzPlatform::FuzzPlatform()
-    : platform(options(folder, network))
+FuzzPlatform::FuzzPlatform(MainLoop mainLoop)
+    : platform(options(folder, network, mainLoop))
 {
     setPrintSink(&lookAtLine);
     URLSession::setShared(session);
     OneSignal::setShared(vendor);
+    PlotDebug::setShared(geofencing);
 }
 
 std::filesystem::path FuzzPlatform::storeFolder() const
@@ -61,15 +62,10 @@ std::filesystem::path FuzzPlatform::storeFolder() const
     return folder.path() / bundleIdentifier;
 }
 
-const FuzzPlatform& FuzzPlatform::started()
+void FuzzPlatform::startSDK() const
 {
-    static const FuzzPlatform platform;
-    [[maybe_unused]] static const bool isStarted = [] {
-        KovaNotify::initWithCallbacks(std::nullopt);
-        DispatchQueue::drainMain();
-        return true;
-    }();
-    return platform;
+    KovaNotify::initWithCallbacks(std::nullopt);
+    DispatchQueue::drainMain();
 }
 
 } // namespace kova::fuzz

@@ -1,4 +1,4 @@
-// The platform under a fuzzer: the real store in a folder of its own, a vendor and a network that are played, an HTTP
+// The platform under a fuzzer: the real store in a folder of its own, vendors and a network that are played, an HTTP
 // session that answers at once, and a log of which every line is looked at.
 //
 // Made once a process, because opening a store costs more than using it; a fuzzer brings the state back that it needs.
@@ -9,6 +9,7 @@
 #include "Fuzz/Support/InstantSession.h"
 #include "Host/SimulatedNetwork.h"
 #include "Host/SimulatedOneSignal.h"
+#include "Host/SimulatedPlotProjects.h"
 #include "Platform/Linux/LinuxPlatform.h"
 
 #include <filesystem>
@@ -32,17 +33,18 @@ private:
 
 class FuzzPlatform {
 public:
-    FuzzPlatform();
-
-    /// The one on which the SDK is started, as a host does, and has run what that submits.
-    [[nodiscard]] static const FuzzPlatform& started();
+    explicit FuzzPlatform(MainLoop mainLoop);
 
     /// The folder of the store itself.
     [[nodiscard]] std::filesystem::path storeFolder() const;
 
+    /// Starts the SDK as a host does, and runs what that submits. With MainLoop::Host only.
+    void startSDK() const;
+
     const FuzzFolder folder;
     const std::shared_ptr<host::SimulatedNetwork> network = std::make_shared<host::SimulatedNetwork>();
     const std::shared_ptr<host::SimulatedOneSignal> vendor = std::make_shared<host::SimulatedOneSignal>();
+    const std::shared_ptr<host::SimulatedPlotProjects> geofencing = std::make_shared<host::SimulatedPlotProjects>();
     const std::shared_ptr<InstantSession> session = std::make_shared<InstantSession>();
     LinuxPlatform platform;
 };
