@@ -71,6 +71,22 @@ TEST_F(UserDefaultsFaultTest, WhatCannotBeWrittenIsKeptAndWrittenLater)
     EXPECT_EQ(folder.integrity(), "ok");
 }
 
+TEST_F(UserDefaultsFaultTest, AFileThatBecomesWritableOnceItIsOpenIsWhole)
+{
+    store->setObject("list", bodies(1, 3));
+    store.reset();
+    disk.breakDown({.call = Call::Open, .file = ".sqlite", .code = SQLITE_READONLY, .times = 1});
+    SaidLines said;
+    store = folder.open();
+    EXPECT_EQ(store->object("list"), Value {bodies(1, 3)});
+    store->setObject("list", bodies(1, 4));
+    EXPECT_TRUE(comesTrue([&] { return folder.stored("list") == Value {bodies(1, 4)}; }));
+    store.reset();
+    const auto lines = said.take();
+    EXPECT_EQ(lineCount(lines), 2) << lines;
+    EXPECT_THAT(lines, HasSubstr("cannot be written: it could only be read"));
+}
+
 TEST_F(UserDefaultsFaultTest, ACheckpointThatFailsIsTriedAgain)
 {
     const FaultyDisk::Fault faults[] {

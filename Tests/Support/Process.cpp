@@ -9,7 +9,6 @@
 
 #include <array>
 #include <csignal>
-#include <fstream>
 #include <iterator>
 
 namespace kova::tests {
@@ -52,6 +51,7 @@ Process::Process(const Options& options)
     posix_spawn_file_actions_destroy(&actions);
     if (failure != 0)
         throw std::system_error(failure, std::generic_category(), options.executable.string());
+    m_outputFile.open(m_folder.path() / "output", std::ios::binary);
 }
 
 Process::~Process()
@@ -67,11 +67,11 @@ std::optional<std::string> Process::waitForOutputLine(std::string_view beginning
         [&] {
             // Asked first, so that what an ended child has written is complete.
             const bool hasEnded = reap(WNOHANG);
-            const auto output = standardOutput();
+            readOn();
             auto position = m_linesSeen;
-            for (auto end = output.find('\n', position); end != std::string::npos && !found;
-                end = output.find('\n', position)) {
-                const auto line = std::string_view {output}.substr(position, end - position);
+            for (auto end = m_output.find('\n', position); end != std::string::npos && !found;
+                end = m_output.find('\n', position)) {
+                const auto line = std::string_view {m_output}.substr(position, end - position);
                 position = end + 1;
                 if (line.starts_with(beginning)) {
                     found = line;
@@ -82,6 +82,16 @@ std::optional<std::string> Process::waitForOutputLine(std::string_view beginning
         },
         timeout);
     return found;
+}
+
+void Process::readOn()
+{
+    m_outputFile.clear();
+    std::array<char, 65'536> bytes {};
+    do {
+        m_outputFile.read(bytes.data(), bytes.size());
+        m_output.append(bytes.data(), static_cast<std::size_t>(m_outputFile.gcount()));
+    } while (m_outputFile);
 }
 
 std::string Process::contents(const char* file) const

@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -69,6 +70,8 @@ public:
 
 private:
     [[nodiscard]] std::string contents(const char* file) const;
+    /// What has come since the last time.
+    void readOn();
     /// With a flag of waitpid(): whether the child has ended, which is then in m_end.
     bool reap(int flags);
 
@@ -76,6 +79,8 @@ private:
     pid_t m_pid = -1;
     FileDescriptor m_input;
     std::optional<ProcessEnd> m_end;
+    std::ifstream m_outputFile;
+    std::string m_output;
     std::size_t m_linesSeen = 0;
 };
 

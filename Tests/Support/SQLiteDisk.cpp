@@ -83,8 +83,11 @@ int SQLiteDisk::Vfs::open(sqlite3_vfs* vfs, const char* name, sqlite3_file* file
     auto& self = of(vfs);
     const std::string_view path = name ? name : "";
     file->pMethods = nullptr;
-    if (const int code = self.disk->before({.call = Call::Open, .file = path}); code != SQLITE_OK)
-        return code;
+    const int answer = self.disk->before({.call = Call::Open, .file = path});
+    if (answer == SQLITE_READONLY)
+        flags = (flags & ~(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) | SQLITE_OPEN_READONLY;
+    else if (answer != SQLITE_OK)
+        return answer;
     if (const int code = self.real->xOpen(self.real, name, file, flags, outFlags); code != SQLITE_OK)
         return code;
     file->pMethods = new File {self, path, *file->pMethods, (flags & SQLITE_OPEN_MAIN_DB) != 0};

@@ -38,7 +38,8 @@ public:
     [[nodiscard]] std::size_t openFiles() const;
 
 protected:
-    /// Runs before each call, on its thread: zero lets it through, a result code of SQLite's fails it.
+    /// Runs before each call, on its thread: zero lets it through, a result code of SQLite's fails it, only that of
+    /// what can only be read has a file open, to be read.
     virtual int before(const Access& access) = 0;
 
 private:
