@@ -27,7 +27,8 @@ public:
     /// Runs the main queue on the calling thread until a stop is requested, or the user closes the window.
     virtual void run(const std::stop_token& stop) = 0;
 
-    /// Waits until everything stands still and saves what is seen as a PNG file. Throws std::runtime_error.
+    /// Waits until everything stands still and saves what is seen as a PNG file. Throws NotSettled, or
+    /// std::runtime_error when it cannot be written.
     virtual void saveScreenshot(const std::filesystem::path& file) = 0;
 
 protected:

@@ -1,5 +1,6 @@
 // The host's window drawn with Qt Quick: a QtScreen that fills a window of a phone's size.
 
+#include "Host/HostCommands.h"
 #include "Host/HostWindow.h"
 #include "Platform/Qt/QtPlatform.h"
 #include "Platform/Qt/QtScreen.h"
@@ -50,7 +51,7 @@ public:
     void resize(CGSize size) override
     {
         m_window.resize(static_cast<int>(size.width), static_cast<int>(size.height));
-        QGuiApplication::processEvents();
+        processEvents();
     }
 
     void run(const std::stop_token& stop) override
@@ -69,15 +70,25 @@ public:
         // What was asked for begins with a frame, and what has ended is cleared away with the next one.
         int quietFrames = 0;
         while (quietFrames < 3 && std::chrono::steady_clock::now() < deadline) {
-            QGuiApplication::processEvents();
+            processEvents();
             m_window.grabWindow();
             quietFrames = m_drawn.isAtRest() ? quietFrames + 1 : 0;
         }
+        if (quietFrames < 3)
+            throw NotSettled {"what is seen did not come to rest in time for " + file.string()};
         if (!m_window.grabWindow().save(QString::fromStdString(file.string())))
             throw std::runtime_error {"cannot write " + file.string()};
     }
 
 private:
+    /// Also those that were waiting already, behind the event that is being handled: a loop within it might leave them
+    /// there, the beginning of an animation among them.
+    static void processEvents()
+    {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
+
     QQuickWindow m_window;
     QtPlatform m_qt;
     QtScreen m_drawn {*m_window.contentItem()};

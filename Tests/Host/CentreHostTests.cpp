@@ -103,5 +103,19 @@ TEST(CentreHostTest, SavesWhatIsSeenAfterEachLine)
     EXPECT_THAT(pngSize(pictures / "007-size.png"), ElementsAre(320U, 568U));
 }
 
+// A picture that was taken too early shows what is on its way: the host says so instead, and ends with another status.
+TEST(CentreHostTest, SavesNothingOnItsWay)
+{
+    std::string script = start + pushWithId("a") + pushWithId("b") + pushWithId("c") + open;
+    for (int deleted = 0; deleted < 3; ++deleted)
+        script += command("select", R"("row":0)") + command("trash") + command("alert", R"("button":"Apagar")");
+    HostFolder folder;
+    folder.options = {"--window", "--screenshot", folder.path() / "pictures"};
+    const auto result = folder.run(script);
+    if (result.errors.find("built without Qt") != std::string::npos)
+        GTEST_SKIP() << "this kova-host has no window";
+    EXPECT_EQ(result.end, success) << result.errors;
+}
+
 } // namespace
 } // namespace kova::tests
