@@ -25,12 +25,20 @@ UIView {
         }
     }
 
-    // Held down, not merely touched on the way to scrolling.
+    // Held down, not merely touched on the way to scrolling. With a clock of its own: the handler's is read only when
+    // something else is drawn.
+    Timer {
+        id: touch
+        interval: 80
+        running: tap.pressed
+    }
+
     Rectangle {
+        objectName: "shade"
         anchors.fill: parent
         z: 1
         color: "black"
-        opacity: tap.pressed && tap.timeHeld > 0.08 ? 0.08 : 0
+        opacity: tap.pressed && !touch.running ? 0.08 : 0
     }
 
     Rectangle {

@@ -226,14 +226,19 @@ void WindowBridge::refresh(const std::shared_ptr<ViewNode>& node)
     if (std::exchange(node->needsChildren, false))
         placeChildren(*node, *view);
     auto* const scrollView = dynamic_cast<UIScrollView*>(view);
+    const auto offset = scrollView ? scrollView->contentOffset() : CGPoint {};
     if (std::exchange(node->needsLook, false))
         showLook(*node, *view);
     if (std::exchange(node->needsFrame, false)) {
         const auto& frame = view->frame();
         node->item->setFrame({frame.minX(), frame.minY(), frame.size.width, frame.size.height});
-        // After the content's size, within which it is.
-        if (scrollView)
-            node->item->setScrollPosition(scrollView->contentOffset().y);
+    }
+    if (scrollView) {
+        // Its size, its content's and the insets reach the item one by one: where it kept the content in between is no
+        // scrolling.
+        if (scrollView->contentOffset() != offset)
+            scrollView->setContentOffset(scrollView->clampedOffset(offset));
+        node->item->setScrollPosition(scrollView->contentOffset().y);
     }
     if (auto* table = dynamic_cast<UITableView*>(view))
         numberRows(*node, *table);

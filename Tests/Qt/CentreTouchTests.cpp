@@ -12,6 +12,7 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
+#include <algorithm>
 
 namespace kova::tests {
 
@@ -33,7 +34,42 @@ int countItems(const QQuickItem& item)
     return count;
 }
 
+/// How dark the darkest row is shaded.
+double shadeIn(const QQuickItem& item)
+{
+    double shade = item.objectName() == QLatin1String {"shade"} ? item.opacity() : 0;
+    for (const auto* child : item.childItems())
+        shade = std::max(shade, shadeIn(*child));
+    return shade;
+}
+
 } // namespace
+
+// Rows that fit into the window, but not below the bar: they scroll, and begin below it all the same.
+TEST(CentreTouchTest, BeginsBelowTheBar)
+{
+    for (const auto& [size, rows] : {std::pair {QSize {320, 568}, 7}, {QSize {375, 667}, 8}, {QSize {390, 844}, 10}}) {
+        SCOPED_TRACE(rows);
+        CentreWindow centre {size};
+        centre.open(inboxOf(rows));
+        EXPECT_EQ(centre.placeOfRow(0).top(), 44);
+        centre.drag({160, 300}, {160, 200});
+        EXPECT_EQ(centre.placeOfRow(rows - 1).bottom(), size.height());
+    }
+}
+
+// Also where nothing else is drawn, so no picture is taken here.
+TEST(CentreTouchTest, ShadesTheRowThatIsHeldDown)
+{
+    CentreWindow centre;
+    centre.open(inboxOf(2));
+    centre.press(centre.placeOfRow(0).center(), Hand::Finger);
+    EXPECT_EQ(shadeIn(*centre.window.contentItem()), 0) << "a touch alone may begin a scroll";
+    EXPECT_TRUE(eventually([&] { return shadeIn(*centre.window.contentItem()) > 0; }));
+    centre.release();
+    EXPECT_EQ(shadeIn(*centre.window.contentItem()), 0);
+    EXPECT_TRUE(centre.settle());
+}
 
 TEST(CentreTouchTest, ShowsAnArrivalReadsAndDeletes)
 {
