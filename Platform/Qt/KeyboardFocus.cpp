@@ -49,8 +49,14 @@ void KeyboardFocus::follow()
 {
     const auto found = candidates();
     if (std::ranges::find(found, m_target.get()) == found.end()) {
+        m_isAway = m_isAway || (m_isVisible && m_list && m_target.get() == m_list.get());
         m_target = nullptr;
         m_isVisible = false;
+    }
+    auto* const list = m_list.get();
+    if (m_isAway && list && std::ranges::find(found, list) != found.end()) {
+        m_target = list;
+        focusRow(*list, m_row);
     }
 }
 
@@ -65,7 +71,7 @@ UIView* KeyboardFocus::view() const
 
 void KeyboardFocus::rowsMoved(const UITableView& table, std::int64_t from, std::int64_t by)
 {
-    if (m_target.get() == &table && m_row > from)
+    if (m_list.get() == &table && m_row > from)
         m_row += by;
 }
 
@@ -88,7 +94,7 @@ bool KeyboardFocus::press(int key)
         for (auto* candidate : candidates()) {
             if (auto* list = dynamic_cast<UITableView*>(candidate)) {
                 const auto visible = list->indexPathsForVisibleRows();
-                const bool isAgain = m_target.get() == list;
+                const bool isAgain = m_list.get() == list;
                 m_target = list;
                 if (!visible.empty())
                     focusRow(*list, isAgain ? m_row : 0);
@@ -159,7 +165,9 @@ bool KeyboardFocus::pressInTable(UITableView& table, int key)
 void KeyboardFocus::focusRow(UITableView& table, std::int64_t row)
 {
     table.layoutIfNeeded();
+    m_list = &table;
     m_isVisible = true;
+    m_isAway = false;
     m_row = std::clamp<std::int64_t>(row, 0, std::max<std::int64_t>(0, table.numberOfRows() - 1));
     // Scrolled as far as needed to show the row whole.
     const auto rect = table.rectForRow({.row = m_row});
@@ -185,7 +193,7 @@ void KeyboardFocus::step(int by)
     m_target = found[static_cast<std::size_t>(m_isVisible || at == found.end() ? (index + by + count) % count : index)];
     m_isVisible = true;
     if (auto* table = dynamic_cast<UITableView*>(m_target.get()))
-        focusRow(*table, m_row);
+        focusRow(*table, m_list.get() == table ? m_row : 0);
 }
 
 } // namespace kova

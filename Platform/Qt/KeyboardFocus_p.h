@@ -1,6 +1,7 @@
 // Where the keyboard's input goes on the screen on top: a button, or a row of a table.
 //
-// Nothing has the focus until a key asks for it; a touch hides it again.
+// Nothing has the focus until a key asks for it; a touch hides it again. Who left a list from one of its rows is back
+// at that row when the list is.
 
 #pragma once
 
@@ -24,8 +25,8 @@ public:
 
     /// False when the key means nothing here.
     bool press(int key);
-    void hide() { m_isVisible = false; }
-    /// Takes the focus off what is no longer on the screen on top.
+    void hide() { m_isVisible = m_isAway = false; }
+    /// Takes the focus off what is no longer on the screen on top, and back to the row that it left.
     void follow();
     /// The row after which rows came or went has another number.
     void rowsMoved(const UITableView& table, std::int64_t from, std::int64_t by);
@@ -41,7 +42,11 @@ private:
 
     UIWindow& m_window;
     WeakLink<UIView> m_target;
+    /// The list that had the focus last, and its row.
+    WeakLink<UITableView> m_list;
     std::int64_t m_row = 0;
+    /// The focus was seen on a row whose list is no longer on top.
+    bool m_isAway = false;
     bool m_isVisible = false;
 };
 

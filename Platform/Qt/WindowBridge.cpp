@@ -208,6 +208,7 @@ void WindowBridge::update()
             refreshed.push_back(std::move(node));
         }
     }
+    takeFocus();
     for (const auto& node : refreshed) {
         if (const auto* table = dynamic_cast<const UITableView*>(node->view.get()))
             m_tables.run(*table, *node, [this](const auto& ghost) { return keep(ghost); });

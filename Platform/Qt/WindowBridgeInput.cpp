@@ -165,11 +165,22 @@ void WindowBridge::focusMoved()
             continue;
         found->second->needsLook = true;
         list(found->second);
-        if (view == focused)
-            found->second->item->forceActiveFocus(Qt::TabFocusReason);
     }
-    if (!m_isUpdating)
+    m_isFocusDue = focused != nullptr;
+    if (!m_isUpdating) {
+        takeFocus();
         m_wake();
+    }
+}
+
+/// Once there is an item for what has the focus.
+void WindowBridge::takeFocus()
+{
+    const auto found = m_nodes.find(m_ringed);
+    if (m_isFocusDue && found != m_nodes.end()) {
+        m_isFocusDue = false;
+        found->second->item->forceActiveFocus(Qt::TabFocusReason);
+    }
 }
 
 } // namespace kova

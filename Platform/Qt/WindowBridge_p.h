@@ -90,6 +90,7 @@ private:
     [[nodiscard]] UIView* viewOf(const ViewItem& item) const;
     [[nodiscard]] std::shared_ptr<ViewNode> cellNodeOf(const ViewItem& item) const;
     void focusMoved();
+    void takeFocus();
 
     UIWindow& m_window;
     std::function<void()> m_wake;
@@ -112,6 +113,8 @@ private:
     KeyboardFocus m_focus;
     /// The view with the focus ring, for comparison only.
     const UIView* m_ringed = nullptr;
+    /// Qt's own focus is to follow to it.
+    bool m_isFocusDue = false;
     bool m_isUpdating = false;
 };
 

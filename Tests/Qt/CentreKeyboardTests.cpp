@@ -68,6 +68,8 @@ TEST(CentreKeyboardTest, WalksOpensDeletesAndLeaves)
     ASSERT_FALSE(dynamic_cast<UIAlertController*>(&centre.top()));
     centre.key(Qt::Key_Escape);
     ASSERT_EQ(centre.stack().viewControllers().size(), 1U);
+    EXPECT_THAT(spoken(centre), testing::Contains(testing::HasSubstr("Aviso 1, ")).Times(1));
+    EXPECT_THAT(spoken(centre), testing::Contains(testing::HasSubstr("(lida) [focus]"))) << "back at its row";
 
     centre.key(Qt::Key_Down);
     centre.key(Qt::Key_End);
