@@ -155,7 +155,13 @@ protected:
         top += 22;
         const auto rest = std::max(0.0, bounds().size.height - top);
         tray->setFrame({0, top, width, rest * 0.4});
+        // Who saw the end of the log goes on seeing it.
+        const auto end = [this] { return log->clampedOffset({.x = 0, .y = log->contentSize().height}); };
+        const bool wasAtEnd = log->contentOffset().y >= end().y;
         log->setFrame({0, top + rest * 0.4, width, rest * 0.6});
+        log->layoutIfNeeded();
+        if (wasAtEnd)
+            log->setContentOffset(end());
     }
 };
 
