@@ -10,7 +10,10 @@
 #include "Platform/UIKit/UIAlertController.h"
 #include "Platform/UIKit/UINavigationController.h"
 
+#include <unistd.h>
+
 #include <QAccessible>
+#include <QCoreApplication>
 #include <utility>
 
 namespace kova {
@@ -22,12 +25,21 @@ QUrl addressOf(const SFSafariViewController& browser)
     return QUrl {QString::fromStdString(browser.url().absoluteString())};
 }
 
+/// As root the engine ends the process, unless it has been told to do without its sandbox.
+bool mayEngineRun()
+{
+    const auto isOff = QStringLiteral("--no-sandbox");
+    return ::geteuid() != 0 || qEnvironmentVariableIntValue("QTWEBENGINE_DISABLE_SANDBOX") != 0
+        || qEnvironmentVariable("QTWEBENGINE_CHROMIUM_FLAGS").contains(isOff)
+        || QCoreApplication::arguments().contains(isOff);
+}
+
 // Says what became of a page that is not shown here; the user interface speaks Portuguese.
-void showPlace(ViewItemContent& content)
+void showPlace(ViewItemContent& content, bool isElsewhere)
 {
     constexpr double fontSize = 15;
-    content.text = ViewItem::isWebAddress(content.page) ? QStringLiteral("A página foi aberta no navegador.")
-                                                        : QStringLiteral("Este endereço não pode ser aberto.");
+    content.text = isElsewhere ? QStringLiteral("A página foi aberta no navegador.")
+                               : QStringLiteral("Este endereço não pode ser aberto.");
     content.font = qtFont(UIFont::systemFont(fontSize));
     content.textColor = Qt::darkGray;
     content.role = QAccessible::StaticText;
@@ -38,10 +50,11 @@ void showPlace(ViewItemContent& content)
 } // namespace
 
 /// Whether the engine shows the page here. It has a file in builds with Qt WebEngine only, and the engine's own module
-/// may be missing still.
+/// may be missing still, or not be able to run.
 bool WindowBridge::showsPage(const SFSafariViewController& browser)
 {
-    return ViewItem::isWebAddress(addressOf(browser)) && component(QStringLiteral("WebPage")).isReady();
+    return ViewItem::isWebAddress(addressOf(browser)) && mayEngineRun()
+        && component(QStringLiteral("WebPage")).isReady();
 }
 
 /// What draws the view when it is the page of a browser.
@@ -106,7 +119,7 @@ void WindowBridge::complete(ViewItemContent& content, const UIView& view)
         browser && browser->pageView() == &view) {
         content.page = addressOf(*browser);
         if (!showsPage(*browser))
-            showPlace(content);
+            showPlace(content, m_isPageElsewhere);
     }
 }
 

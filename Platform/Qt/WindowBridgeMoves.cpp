@@ -50,8 +50,7 @@ void WindowBridge::didMove(const UITransition& transition)
     const auto* browser = dynamic_cast<const SFSafariViewController*>(&transition.to);
     if (browser && isPresent && !showsPage(*browser)) {
         const QUrl url {QString::fromStdString(browser->url().absoluteString())};
-        if (ViewItem::isWebAddress(url))
-            QDesktopServices::openUrl(url);
+        m_isPageElsewhere = ViewItem::isWebAddress(url) && QDesktopServices::openUrl(url);
     }
 }
 

@@ -113,6 +113,8 @@ private:
     KeyboardFocus m_focus;
     /// The view with the focus ring, for comparison only.
     const UIView* m_ringed = nullptr;
+    /// The desktop took the page that the browser on top does not show.
+    bool m_isPageElsewhere = false;
     /// Qt's own focus is to follow to it.
     bool m_isFocusDue = false;
     bool m_isUpdating = false;

@@ -5,7 +5,32 @@
 
 #include <gtest/gtest.h>
 
+#include <QQuickItem>
+#include <algorithm>
+
 namespace kova::tests {
+
+namespace {
+
+bool says(const QQuickItem& item, const QString& text)
+{
+    return item.property("text").toString() == text
+        || std::ranges::any_of(item.childItems(), [&](const auto* child) { return says(*child, text); });
+}
+
+} // namespace
+
+// The desktop that Qt draws in memory has no browser.
+TEST(SystemBrowserTest, SaysWhenThereIsNone)
+{
+    CentreWindow centre;
+    auto inbox = inboxOf(1);
+    inbox[0].launchURL = "https://loja.example/a";
+    centre.open(inbox);
+    centre.tapRow(0);
+    centre.tap(*centre.button("Abrir link"));
+    EXPECT_TRUE(says(*centre.window.contentItem(), "Este endereço não pode ser aberto."));
+}
 
 TEST(SystemBrowserTest, OpensLinksOnce)
 {
@@ -31,6 +56,7 @@ TEST(SystemBrowserTest, OpensLinksOnce)
         const DesktopRecorder desktop;
         centre.tap(*button);
         EXPECT_EQ(desktop.opened.size(), test.opened);
+        EXPECT_EQ(says(*centre.window.contentItem(), "A página foi aberta no navegador."), test.opened > 0);
         const auto isInk = [](QColor color) { return color.lightness() < 200; };
         EXPECT_TRUE(CentreWindow::hasPixel(centre.look("browser"), {0, 64, 390, 60}, isInk))
             << "it says what became of the page";
