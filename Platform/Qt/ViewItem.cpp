@@ -122,6 +122,17 @@ void ViewItem::deleteTapped()
         m_listener->itemDeleteTapped(*this);
 }
 
+void ViewItem::wentTo(const QUrl& url)
+{
+    if (m_listener)
+        m_listener->itemWentTo(*this, url);
+}
+
+bool ViewItem::backPressed()
+{
+    return m_listener && m_listener->backPressed();
+}
+
 bool ViewItem::isWebAddress(const QUrl& url)
 {
     // QUrl keeps schemes in lower case.

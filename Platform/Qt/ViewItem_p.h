@@ -33,6 +33,10 @@ public:
     virtual void itemDragged(ViewItem& item, DragPhase phase, double distance) = 0;
     /// The button beside a row that was dragged aside.
     virtual void itemDeleteTapped(ViewItem& item) = 0;
+    /// A page of the in-app browser has led to another.
+    virtual void itemWentTo(ViewItem& item, const QUrl& url) = 0;
+    /// A key that leaves the screen, from within a page. False when there is nothing to leave.
+    virtual bool backPressed() = 0;
 };
 
 /// How much larger an item with an outline is than its shape, on each side, in points.
@@ -167,6 +171,8 @@ public:
     /// Comes after dragEnded() when the drag did not end but was taken away.
     Q_INVOKABLE void dragCancelled();
     Q_INVOKABLE void deleteTapped();
+    Q_INVOKABLE void wentTo(const QUrl& url);
+    Q_INVOKABLE bool backPressed();
     /// http and https only.
     Q_INVOKABLE [[nodiscard]] static bool isWebAddress(const QUrl& url);
 

@@ -10,6 +10,13 @@ UIView {
     readonly property url address: page.page
     onAddressChanged: view.url = address
 
+    // The engine keeps the keys for the page; those that leave it come here all the same.
+    Shortcut {
+        sequences: ["Esc", "Back"]
+        enabled: view.activeFocus && page.enabled
+        onActivated: page.backPressed()
+    }
+
     WebEngineView {
         id: view
         anchors.fill: parent
@@ -20,6 +27,7 @@ UIView {
             if (page.isWebAddress(request.requestedUrl))
                 url = request.requestedUrl
         }
+        onUrlChanged: if (page.isWebAddress(url)) page.wentTo(url)
         onContextMenuRequested: (request) => request.accepted = true
     }
 

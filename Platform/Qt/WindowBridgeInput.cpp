@@ -2,6 +2,7 @@
 
 #include "Platform/Qt/ItemAnimation_p.h"
 #include "Platform/Qt/WindowBridge_p.h"
+#include "Platform/UIKit/SFSafariViewController.h"
 #include "Platform/UIKit/UIAlertController.h"
 #include "Platform/UIKit/UIControl.h"
 #include "Platform/UIKit/UIImageView.h"
@@ -117,6 +118,13 @@ void WindowBridge::itemDeleteTapped(ViewItem& item)
     // A row that may not be deleted goes back to its place.
     if (!cell->isGhost)
         ItemAnimation {.property = "shift", .from = item.shift(), .to = QPointF {}, .seconds = 0.2}.run(item);
+}
+
+void WindowBridge::itemWentTo(ViewItem& item, const QUrl& url)
+{
+    auto* const browser = dynamic_cast<SFSafariViewController*>(m_window.topViewController());
+    if (browser && browser->pageView() == viewOf(item))
+        browser->setShownAddress(url.toString(QUrl::FullyEncoded).toStdString());
 }
 
 bool WindowBridge::keyPressed(int key)

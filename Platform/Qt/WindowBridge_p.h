@@ -64,6 +64,8 @@ private:
     void itemScrolled(ViewItem& item, double contentY) override;
     void itemDragged(ViewItem& item, DragPhase phase, double distance) override;
     void itemDeleteTapped(ViewItem& item) override;
+    void itemWentTo(ViewItem& item, const QUrl& url) override;
+    bool backPressed() override { return goBack(); }
 
     std::shared_ptr<ViewNode> enter(UIView& view);
     [[nodiscard]] QQmlComponent& component(const QString& name);

@@ -67,6 +67,12 @@ SFSafariViewController::SFSafariViewController(URL url)
 
 SFSafariViewController::~SFSafariViewController() = default;
 
+void SFSafariViewController::setShownAddress(const std::string& address)
+{
+    if (m_contentView)
+        m_contentView->address->setText(address);
+}
+
 UIView* SFSafariViewController::pageView() const
 {
     return m_contentView ? m_contentView->page.get() : nullptr;

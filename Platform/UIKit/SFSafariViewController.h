@@ -6,6 +6,8 @@
 #include "Platform/Foundation/URL.h"
 #include "Platform/UIKit/UIViewController.h"
 
+#include <string>
+
 namespace kova {
 
 class UIButton;
@@ -17,6 +19,8 @@ public:
 
     /// What it shows. A drawing platform loads http and https only.
     [[nodiscard]] const URL& url() const { return m_url; }
+    /// Where the page has led its user: the bar tells it from then on. Once the view is loaded.
+    void setShownAddress(const std::string& address);
     /// The empty area below the bar, in which a drawing platform shows the page; null until the view is loaded.
     [[nodiscard]] UIView* pageView() const;
     /// Closes the screen; null until the view is loaded.

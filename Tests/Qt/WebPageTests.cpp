@@ -1,5 +1,7 @@
 // Links where Qt WebEngine shows their pages, in the centre: what they may lead to.
 
+#include "Platform/UIKit/SFSafariViewController.h"
+#include "Platform/UIKit/UILabel.h"
 #include "Tests/Qt/CentreWindow.h"
 #include "Tests/Qt/DesktopRecorder.h"
 #include "Tests/Support/LoopbackServer.h"
@@ -55,6 +57,12 @@ protected:
         view = webView(*centre.window.contentItem());
     }
 
+    [[nodiscard]] std::string shownAddress() const
+    {
+        const auto* label = find<UILabel>(*centre.top().view()->subviews().back()->subviews().back());
+        return label && label->text() ? *label->text() : "";
+    }
+
     [[nodiscard]] bool hasLoaded(const std::string& target, int shade)
     {
         return eventually([&] {
@@ -80,6 +88,7 @@ TEST_F(WebPageTest, ShowsThePageOnce)
     // Whatever changes in how the centre looks, the user stays where the page has led.
     centre.tap({195, 400});
     ASSERT_TRUE(hasLoaded("/other", 0));
+    EXPECT_EQ(shownAddress(), server.url("/other").absoluteString()) << "the bar tells where the user is";
     centre.key(Qt::Key_Tab);
     centre.window.resize(600, 700);
     ASSERT_TRUE(centre.settle());
@@ -90,6 +99,19 @@ TEST_F(WebPageTest, ShowsThePageOnce)
     centre.tap(*centre.button("OK"));
     EXPECT_EQ(centre.stack().viewControllers().size(), 2U);
     EXPECT_FALSE(webView(*centre.window.contentItem()));
+}
+
+TEST_F(WebPageTest, IsLeftByTheKeysFromWithin)
+{
+    server.setDefault(pageWith("href='/other'", 0));
+    openLink(server.url("/start").absoluteString());
+    ASSERT_TRUE(view);
+    ASSERT_TRUE(hasLoaded("/start", 0));
+    centre.tap({195, 400});
+    ASSERT_TRUE(hasLoaded("/other", 0));
+    ASSERT_TRUE(view->hasActiveFocus()) << "the page has the keyboard";
+    centre.key(Qt::Key_Escape);
+    EXPECT_TRUE(eventually([&] { return !dynamic_cast<SFSafariViewController*>(&centre.top()); }));
 }
 
 TEST_F(WebPageTest, LeadsNowhereButToTheWeb)
