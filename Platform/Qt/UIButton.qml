@@ -8,6 +8,7 @@ UIView {
     Accessible.onPressAction: button.activated()
 
     TapHandler {
+        longPressThreshold: button.longestTap
         onPressedChanged: button.pressed(pressed)
         onTapped: (eventPoint) => button.tapped(eventPoint.position)
     }

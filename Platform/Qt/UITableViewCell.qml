@@ -8,6 +8,7 @@ UIView {
     Accessible.onPressAction: cell.activated()
 
     TapHandler {
+        longPressThreshold: cell.longestTap
         id: tap
         onTapped: (eventPoint) => cell.tapped(eventPoint.position)
     }
@@ -62,6 +63,7 @@ UIView {
         }
 
         TapHandler {
+            longPressThreshold: cell.longestTap
             onTapped: cell.deleteTapped()
         }
     }

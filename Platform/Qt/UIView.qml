@@ -6,6 +6,9 @@ import KovaSDK.Centre
 ViewItem {
     id: view
 
+    // In seconds: one who takes time over a tap still taps.
+    readonly property real longestTap: 3600
+
     Accessible.role: view.role
     Accessible.name: view.name
     Accessible.description: view.description

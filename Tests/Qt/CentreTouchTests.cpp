@@ -9,9 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
+#include <QStyleHints>
 #include <algorithm>
 
 namespace kova::tests {
@@ -63,12 +65,17 @@ TEST(CentreTouchTest, ShadesTheRowThatIsHeldDown)
 {
     CentreWindow centre;
     centre.open(inboxOf(2));
+    auto& hints = *QGuiApplication::styleHints();
+    const int interval = hints.mousePressAndHoldInterval();
+    hints.setMousePressAndHoldInterval(1);
     centre.press(centre.placeOfRow(0).center(), Hand::Finger);
     EXPECT_EQ(shadeIn(*centre.window.contentItem()), 0) << "a touch alone may begin a scroll";
     EXPECT_TRUE(eventually([&] { return shadeIn(*centre.window.contentItem()) > 0; }));
     centre.release();
     EXPECT_EQ(shadeIn(*centre.window.contentItem()), 0);
     EXPECT_TRUE(centre.settle());
+    EXPECT_EQ(centre.stack().viewControllers().size(), 2U) << "held for long, and let go of";
+    hints.setMousePressAndHoldInterval(interval);
 }
 
 TEST(CentreTouchTest, ShowsAnArrivalReadsAndDeletes)
