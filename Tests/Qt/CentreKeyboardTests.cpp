@@ -43,6 +43,16 @@ std::vector<std::string> spoken(CentreWindow& centre)
     return lines;
 }
 
+/// The line of what has the focus.
+std::string focused(CentreWindow& centre)
+{
+    for (const auto& line : spoken(centre)) {
+        if (line.ends_with(" [focus]"))
+            return line;
+    }
+    return "nothing";
+}
+
 } // namespace
 
 TEST(CentreKeyboardTest, WalksOpensDeletesAndLeaves)
@@ -83,6 +93,30 @@ TEST(CentreKeyboardTest, WalksOpensDeletesAndLeaves)
     centre.key(Qt::Key_Back);
     centre.key(Qt::Key_Back);
     EXPECT_EQ(centre.model().subviews().size(), 1U);
+}
+
+TEST(CentreKeyboardTest, MovesByPagesAndFromButtonToButton)
+{
+    CentreWindow centre;
+    centre.open(inboxOf(30));
+    const auto rowsOfAPage = static_cast<std::int64_t>(centre.table().indexPathsForVisibleRows().size()) - 2;
+    const std::pair<Qt::Key, std::int64_t> moves[] {
+        {Qt::Key_Down, 0}, {Qt::Key_PageDown, rowsOfAPage}, {Qt::Key_PageUp, 0}, {Qt::Key_End, 29}, {Qt::Key_Home, 0}};
+    for (const auto& [key, row] : moves) {
+        centre.key(key);
+        EXPECT_THAT(focused(centre), testing::StartsWith("row: Aviso " + std::to_string(row) + ",")) << key;
+    }
+    EXPECT_EQ(centre.table().contentOffset().y, -centre.table().adjustedContentInset().top);
+
+    centre.key(Qt::Key_Return);
+    for (const auto key : {Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Return})
+        centre.key(key);
+    const std::pair<Qt::Key, const char*> steps[] {{Qt::Key_Right, "Apagar"}, {Qt::Key_Right, "Cancelar"},
+        {Qt::Key_Left, "Apagar"}, {Qt::Key_Down, "Cancelar"}, {Qt::Key_Backtab, "Apagar"}};
+    for (const auto& [key, button] : steps) {
+        centre.key(key);
+        EXPECT_EQ(focused(centre), "button: " + std::string {button} + " [focus]") << key;
+    }
 }
 
 TEST(CentreKeyboardTest, FocusComesBackToTheHost)
