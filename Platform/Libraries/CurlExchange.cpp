@@ -316,7 +316,7 @@ CurlExchange::Outcome CurlExchange::reply()
         url = std::move(*redirected);
     }
     const auto status = statusCode();
-    if (status == 0)
+    if (status <= 0)
         return std::unexpected {URLError::badServerResponse};
     return Reply {Data {std::move(m_body)}, {std::move(url), static_cast<int>(status), std::move(m_fields)}};
 }

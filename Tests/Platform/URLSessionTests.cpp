@@ -165,6 +165,7 @@ TEST_F(URLSessionTest, EveryReplyBecomesOneOutcome)
         {ok + "Content-Length: 18446744073709551620\r\n\r\nbody", bad},
         {"garbage\r\n\r\n", bad},
         {"HTTP/9.9 200 OK\r\n\r\n", bad},
+        {"HTTP/2 18446744073709551615 OK\r\n\r\n", bad},
         {"220 mail.example ready\r\n", bad, Reply::Then::silence},
         {ok + "X: " + std::string(200'000, 'x') + "\r\nContent-Length: 0\r\n\r\n", bad},
         {ok + repeated("X-Field: " + std::string(1'000, 'x') + "\r\n", 1'024) + "Content-Length: 0\r\n\r\n", bad},
