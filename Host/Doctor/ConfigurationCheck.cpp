@@ -70,7 +70,9 @@ void checkConfiguration(const fs::path& bundle, Report& report)
     const auto configuration = PropertyListDecoder::decode(bytes->text());
     if (!configuration || !configuration->as<Value::Dictionary>()) {
         report.wrong(configuration ? "it is a property list, but no dictionary" : configuration.error().message(),
-            "Write it as docs/formats.md says; plutil or Python's plistlib can check it.");
+            "Write it as docs/integration.md says. Where the fault is: python3 -c 'import plistlib; "
+            "plistlib.load(open(\""
+                + file.string() + "\", \"rb\"))'");
         return;
     }
     for (const auto& [key, meaning] : keys)
