@@ -3,6 +3,10 @@
 
 #pragma once
 
+#if __cplusplus <= 202002L
+#error "KovaSDK needs C++23: compile with -std=c++23 (g++ 12 or newer, or clang++ 19 or newer)"
+#endif
+
 #include "KovaSDK/Events/EventModels/CartEvent.h"
 #include "KovaSDK/Events/EventModels/PageEvent.h"
 #include "KovaSDK/Extensions/UIBarButtonItem.h"
