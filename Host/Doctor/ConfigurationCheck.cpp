@@ -68,11 +68,15 @@ void checkConfiguration(const fs::path& bundle, Report& report)
         return;
     }
     const auto configuration = PropertyListDecoder::decode(bytes->text());
-    if (!configuration || !configuration->as<Value::Dictionary>()) {
-        report.wrong(configuration ? "it is a property list, but no dictionary" : configuration.error().message(),
-            "Write it as docs/integration.md says. Where the fault is: python3 -c 'import plistlib; "
-            "plistlib.load(open(\""
-                + file.string() + "\", \"rb\"))'");
+    if (!configuration) {
+        report.wrong(configuration.error().message(),
+            "Write it as docs/integration.md says. Python tells the line of the fault: python3 -c "
+            "'import plistlib, sys; plistlib.load(open(sys.argv[1], \"rb\"))' "
+                + file.string());
+        return;
+    }
+    if (!configuration->as<Value::Dictionary>()) {
+        report.wrong("it is a property list, but no dictionary", "Write it as docs/integration.md says.");
         return;
     }
     for (const auto& [key, meaning] : keys)
