@@ -172,10 +172,12 @@ TEST_F(URLSessionLifeTest, TheActivityLastsUntilTheCompletionIsDestroyed)
         wasIdle = Activity::waitUntilIdle(Clock::now());
         destroyed.set_value();
     });
+    server.setDefault(Reply::never());
     const auto task = session->dataTask(makeRequest(server.url()), [held = std::move(held)](auto, auto, auto) { });
     EXPECT_TRUE(Activity::waitUntilIdle(Clock::now())) << "a task that has not started is no activity";
     task->resume();
     EXPECT_FALSE(Activity::waitUntilIdle(Clock::now()));
+    task->cancel();
     EXPECT_TRUE(isReadyInTime(destroyed.get_future()));
     EXPECT_FALSE(wasIdle);
     EXPECT_TRUE(Activity::waitUntilIdle(Clock::now() + 10s));
