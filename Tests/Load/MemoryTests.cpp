@@ -99,7 +99,7 @@ TEST(MemoryTest, ThePlatformGivesBackWhatItTook)
     }
     const auto last = ProcessResources::afterReturningTo({first.fileDescriptors, threadsAtRest});
     std::cout << "after " << lives / 2 << " lives " << first << ", after " << lives << " " << last << "\n";
-    EXPECT_LE(last.fileDescriptors, first.fileDescriptors);
+    EXPECT_EQ(last.fileDescriptors, first.fileDescriptors);
     EXPECT_EQ(last.threads, threadsAtRest) << "nothing runs after the end";
     EXPECT_TRUE(!memoryTells || last.residentBytes < first.residentBytes + mebibyte);
 }
