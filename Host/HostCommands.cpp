@@ -203,15 +203,12 @@ constexpr std::array commands {
         Place::MainQueue, &startGeotriggers},
     HostCommand {"geotriggers", "geotriggers: list of objects, each [data: anything] or [userInfo: object or null]",
         "they fire together; answers {\"geotriggers\":{\"handled\":n}}, how many of them the vendor saw marked "
-        "handled. "
-        "The data is that of the geotrigger, as a text when it is as it should be; a whole userInfo has it "
-        "under "
-        "\"action\"; without a userInfo (null) the process stops",
+        "handled. The data is that of the geotrigger, as a text when it is as it should be; a whole userInfo has it "
+        "under \"action\"; without a userInfo (null) the process stops",
         Place::ScriptThread, &fireGeotriggers},
     HostCommand {"geo-upload", "data: text",
         "uploads the text as one geotrigger's data and waits; answers {\"geo-upload\":{\"success\":true}}, whatever "
-        "the "
-        "reply's status, or {\"geo-upload\":{\"failure\":…}}",
+        "the reply's status, or {\"geo-upload\":{\"failure\":…}}",
         Place::ScriptThread, &uploadGeotrigger},
     HostCommand {"centre", "action: \"open\" or \"close\"",
         "opens the notification centre over the host's screen, or closes it", Place::MainQueue, &centre},

@@ -71,8 +71,7 @@ std::string remedyFor(std::error_code error)
         return "Write an absolute address that begins with https://.";
     if (error == URLError::badServerResponse || error == URLError::networkConnectionLost)
         return "Something else than a web server listens there, or it closes connections; https where http is meant, "
-               "or the "
-               "reverse, looks like this.";
+               "or the reverse, looks like this.";
     return "Try again; look at the service's own log.";
 }
 

@@ -71,6 +71,17 @@ protected:
         });
     }
 
+    /// A page whose link has led on to another one.
+    void openAndFollow()
+    {
+        server.setDefault(pageWith("href='/other'", 0));
+        openLink(server.url("/start").absoluteString());
+        ASSERT_TRUE(view);
+        ASSERT_TRUE(hasLoaded("/start", 0));
+        centre.tap({195, 400});
+        ASSERT_TRUE(hasLoaded("/other", 0));
+    }
+
     LoopbackServer server;
     DesktopRecorder desktop;
     CentreWindow centre;
@@ -81,14 +92,9 @@ protected:
 
 TEST_F(WebPageTest, ShowsThePageOnce)
 {
-    server.setDefault(pageWith("href='/other'", 0));
-    openLink(server.url("/start").absoluteString());
-    ASSERT_TRUE(view);
-    ASSERT_TRUE(hasLoaded("/start", 0));
-    // Whatever changes in how the centre looks, the user stays where the page has led.
-    centre.tap({195, 400});
-    ASSERT_TRUE(hasLoaded("/other", 0));
+    ASSERT_NO_FATAL_FAILURE(openAndFollow());
     EXPECT_EQ(shownAddress(), server.url("/other").absoluteString()) << "the bar tells where the user is";
+    // Whatever changes in how the centre looks, the user stays where the page has led.
     centre.key(Qt::Key_Tab);
     centre.window.resize(600, 700);
     ASSERT_TRUE(centre.settle());
@@ -103,12 +109,7 @@ TEST_F(WebPageTest, ShowsThePageOnce)
 
 TEST_F(WebPageTest, IsLeftByTheKeysFromWithin)
 {
-    server.setDefault(pageWith("href='/other'", 0));
-    openLink(server.url("/start").absoluteString());
-    ASSERT_TRUE(view);
-    ASSERT_TRUE(hasLoaded("/start", 0));
-    centre.tap({195, 400});
-    ASSERT_TRUE(hasLoaded("/other", 0));
+    ASSERT_NO_FATAL_FAILURE(openAndFollow());
     ASSERT_TRUE(view->hasActiveFocus()) << "the page has the keyboard";
     centre.key(Qt::Key_Escape);
     EXPECT_TRUE(eventually([&] { return !dynamic_cast<SFSafariViewController*>(&centre.top()); }));

@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -83,9 +83,14 @@ private:
     bool m_isTaken = false;
 };
 
-[[nodiscard]] inline std::ptrdiff_t lineCount(std::string_view text)
+/// Of those that have `part` in them.
+[[nodiscard]] inline std::ptrdiff_t lineCount(const std::string& text, std::string_view part = "")
 {
-    return std::ranges::count(text, '\n');
+    std::istringstream lines {text};
+    std::ptrdiff_t count = 0;
+    for (std::string line; std::getline(lines, line);)
+        count += line.contains(part) ? 1 : 0;
+    return count;
 }
 
 } // namespace kova::tests
