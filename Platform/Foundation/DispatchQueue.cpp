@@ -46,12 +46,19 @@ struct DispatchQueue::State {
 
     static inline thread_local const State* current = nullptr;
 
-    void run(Item item)
+    /// Called, and left, with the lock held.
+    void runFirst(std::unique_lock<std::mutex>& lock)
     {
-        const auto* outer = std::exchange(current, this);
-        item.task();
-        item.task = nullptr;
-        current = outer;
+        {
+            auto item = std::move(items.front());
+            items.pop_front();
+            lock.unlock();
+            const auto* outer = std::exchange(current, this);
+            item.task();
+            item.task = nullptr;
+            current = outer;
+        }
+        lock.lock();
     }
 
     std::deque<Item> takeItems()
@@ -68,11 +75,7 @@ struct DispatchQueue::State {
             changed.wait(lock, [this] { return !items.empty() || isAbandoned || isShutDown; });
             if (isShutDown || items.empty())
                 break;
-            auto item = std::move(items.front());
-            items.pop_front();
-            lock.unlock();
-            run(std::move(item));
-            lock.lock();
+            runFirst(lock);
         }
         hasThread = false;
     }
@@ -265,24 +268,22 @@ void DispatchQueue::sync(Task task)
 void DispatchQueue::runMain(const std::stop_token& stop)
 {
     auto& state = *main().m_state;
-    while (!stop.stop_requested()) {
-        drainMain();
-        std::unique_lock lock {state.mutex};
-        state.changed.wait(lock, stop, [&state] { return !state.items.empty(); });
-    }
+    std::unique_lock lock {state.mutex};
+    while (state.changed.wait(lock, stop, [&state] { return !state.items.empty(); }) && !stop.stop_requested())
+        state.runFirst(lock);
 }
 
 void DispatchQueue::drainMain()
 {
+    drainMainUntil(std::chrono::steady_clock::time_point::max());
+}
+
+void DispatchQueue::drainMainUntil(std::chrono::steady_clock::time_point end)
+{
     auto& state = *main().m_state;
     std::unique_lock lock {state.mutex};
-    while (!state.items.empty()) {
-        auto item = std::move(state.items.front());
-        state.items.pop_front();
-        lock.unlock();
-        state.run(std::move(item));
-        lock.lock();
-    }
+    while (!state.items.empty() && std::chrono::steady_clock::now() < end)
+        state.runFirst(lock);
 }
 
 void DispatchQueue::setMainLoopWaker(std::function<void()> waker)

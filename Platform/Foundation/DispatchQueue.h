@@ -61,11 +61,14 @@ public:
     [[nodiscard]] const std::string& label() const;
     [[nodiscard]] bool isCurrent() const;
 
-    /// Runs the main queue's tasks on the calling thread until a stop is requested.
+    /// Runs the main queue's tasks on the calling thread until a stop is requested; no other task begins then.
     static void runMain(const std::stop_token& stop);
 
     /// Runs the main queue's tasks on the calling thread until there is none.
     static void drainMain();
+
+    /// The same; none begins at `end` or later.
+    static void drainMainUntil(std::chrono::steady_clock::time_point end);
 
     /// `waker` runs after each submission to the main queue, on the submitting thread; a toolkit's loop then calls
     /// drainMain() on its own thread. Null when no loop wants to be told.

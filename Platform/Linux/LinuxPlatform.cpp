@@ -8,6 +8,7 @@
 #include "Platform/Libraries/UserDefaultsSQLite.h"
 #include "Platform/Linux/BundleLinux.h"
 #include "Platform/Linux/NetworkReachabilityLinux.h"
+#include "Platform/Linux/StandardStreams.h"
 #include "Platform/Linux/ThreadLinux.h"
 
 #include <poll.h>
@@ -72,6 +73,7 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
                    "\"example.shop\"), not \""
             + options.bundleIdentifier + "\"");
     }
+    holdStandardStreams();
     setThreadHook(&prepareThreadOnLinux);
     // A sink that is there already is somebody who reads along, a test for example.
     if (const auto sink = setPrintSink(&writeToStandardOutput))
@@ -95,6 +97,8 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
         m_mainLoop = std::jthread {[](const std::stop_token& stop) {
             announceThread("main queue");
             DispatchQueue::runMain(stop);
+            // A push that has come is stored, even if nobody waited for it.
+            DispatchQueue::drainMainUntil(std::chrono::steady_clock::now() + std::chrono::seconds {1});
         }};
     }
 }

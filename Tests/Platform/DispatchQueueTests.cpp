@@ -1,5 +1,7 @@
 #include "Platform/Foundation/Activity.h"
 #include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Linux/LinuxPlatform.h"
+#include "Tests/Support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -90,6 +92,42 @@ TEST_F(DispatchQueueTest, ShutDownWaitsForWhatRunsAndDropsTheRest)
     bool ran = false;
     queue->sync([&ran] { ran = true; });
     EXPECT_TRUE(ran);
+}
+
+TEST_F(DispatchQueueTest, TheMainQueueEndsBetweenTwoTasks)
+{
+    struct Endless {
+        std::stop_source& stop;
+        int& rounds;
+        void operator()()
+        {
+            if (++rounds % 3 == 0)
+                stop.request_stop();
+            DispatchQueue::main().async(*this);
+        }
+    };
+    std::stop_source stop;
+    int rounds = 0;
+    DispatchQueue::main().async(Endless {.stop = stop, .rounds = rounds});
+    DispatchQueue::runMain(stop.get_token());
+    EXPECT_EQ(rounds, 3);
+    DispatchQueue::runMain(stop.get_token());
+    DispatchQueue::drainMainUntil(std::chrono::steady_clock::now());
+    EXPECT_EQ(rounds, 3) << "nothing begins once it is over";
+    DispatchQueue::drainMainUntil(std::chrono::steady_clock::now() + std::chrono::milliseconds {10});
+    EXPECT_GT(rounds, 3);
+}
+
+TEST_F(DispatchQueueTest, ThePlatformsEndRunsWhatWaitsOnItsMainQueue)
+{
+    const tests::TemporaryFolder folder;
+    int ran = 0;
+    {
+        const LinuxPlatform platform {{.bundleIdentifier = "queue.test", .dataFolder = folder.path()}};
+        for (int task = 0; task < 100; ++task)
+            DispatchQueue::main().async([&ran] { ++ran; });
+    }
+    EXPECT_EQ(ran, 100);
 }
 
 TEST_F(DispatchQueueTest, WaitingForOneselfIsSaid)
