@@ -208,6 +208,8 @@ void KeptValues::writeToStore(const std::string& key, const std::optional<Value>
 
 void KeptValues::writeWaiting()
 {
+    if (m_unwritten.empty())
+        return;
     while (!m_unwritten.empty()) {
         const auto [key, value] = *m_unwritten.begin();
         writeToStore(key, value);

@@ -30,8 +30,9 @@ SQLiteFailure failure(int code, sqlite3* database)
 // In a URI, a few characters of a path have a meaning of their own.
 std::string uri(const std::filesystem::path& file, std::string_view parameters)
 {
-    std::string text = "file:";
-    for (const char letter : file.string()) {
+    // With an empty authority: a path may begin with two slashes.
+    std::string text = "file://";
+    for (const char letter : std::filesystem::absolute(file).string()) {
         if (letter == '%')
             text += "%25";
         else if (letter == '?')

@@ -56,10 +56,13 @@ void makePrivate(const fs::path& path)
 void makePrivateFile(const fs::path& file)
 {
     if (!fs::exists(file)) {
-        if (const std::unique_ptr<std::FILE, int (*)(std::FILE*)> created {
-                std::fopen(file.c_str(), "ab"), &std::fclose};
-            !created)
+        constexpr mode_t ownersAlone = S_IRUSR | S_IWUSR;
+        const int created = ::open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, ownersAlone);
+        if (created < 0)
             throw fs::filesystem_error {"cannot create", file, std::error_code {errno, std::generic_category()}};
+        // Whatever the process's mask has taken away.
+        fchmod(created, ownersAlone);
+        close(created);
     }
     makePrivate(file);
 }

@@ -9,6 +9,12 @@
 
 namespace kova {
 
+namespace {
+
+constexpr std::int64_t ourVersion = 1;
+
+} // namespace
+
 struct StoredValues::EncodedRow {
     Kind kind = Kind::Bytes;
     Data bytes;
@@ -21,13 +27,17 @@ StoredValues::StoredValues(
     const bool canOnlyBeRead = m_database.isReadOnly();
     // Should the file turn out to be damaged, its log must not be deleted by the failure.
     m_database.keepLogOnClose(true);
+    const auto version = findVersion();
     if (mode == SQLiteDatabase::Mode::Create) {
         m_database.execute("PRAGMA journal_mode = WAL");
         m_database.execute("PRAGMA synchronous = NORMAL");
     }
-    m_hasTables = findTables(mode);
-    if (!m_hasTables)
-        return;
+    if (version != ourVersion) {
+        if (mode == SQLiteDatabase::Mode::OnlyRead)
+            return;
+        makeTables();
+    }
+    m_hasTables = true;
     m_dataVersion = m_database.prepare("PRAGMA data_version");
     m_readEntry = m_database.prepare("SELECT id, kind, value FROM entry WHERE key = ?1");
     m_writeEntry = m_database.prepare("INSERT INTO entry (key, kind, value) VALUES (?1, ?2, ?3) "
@@ -47,28 +57,25 @@ StoredValues::StoredValues(
     m_database.keepLogOnClose(false);
 }
 
-bool StoredValues::findTables(SQLiteDatabase::Mode mode)
+std::int64_t StoredValues::findVersion()
 {
-    constexpr std::int64_t ourVersion = 1;
-    {
-        auto statement = m_database.prepare("PRAGMA user_version");
-        const auto version = statement.step() ? statement.integer(0) : 0;
-        if (version == ourVersion)
-            return true;
-        if (version > ourVersion)
-            throw std::runtime_error {"it was written by a newer version of the SDK"};
-    }
-    if (mode == SQLiteDatabase::Mode::OnlyRead)
-        return false;
+    auto statement = m_database.prepare("PRAGMA user_version");
+    const auto version = statement.step() ? statement.integer(0) : 0;
+    if (version > ourVersion)
+        throw std::runtime_error {"it was written by a newer version of the SDK"};
+    return version;
+}
+
+void StoredValues::makeTables()
+{
     SQLiteTransaction transaction {m_database, SQLiteTransaction::Kind::Write};
     m_database.execute("CREATE TABLE IF NOT EXISTS entry ("
                        "id INTEGER PRIMARY KEY, key TEXT NOT NULL UNIQUE, kind INTEGER NOT NULL, value BLOB NOT NULL)");
     m_database.execute("CREATE TABLE IF NOT EXISTS element ("
                        "entry INTEGER NOT NULL, position INTEGER NOT NULL, kind INTEGER NOT NULL, value BLOB NOT NULL, "
                        "PRIMARY KEY (entry, position)) WITHOUT ROWID");
-    m_database.execute("PRAGMA user_version = 1");
+    m_database.execute(("PRAGMA user_version = " + std::to_string(ourVersion)).c_str());
     transaction.commit();
-    return true;
 }
 
 std::optional<StoredValues::EncodedRow> StoredValues::encoded(const Value& value)

@@ -63,8 +63,9 @@ private:
     [[nodiscard]] static std::optional<EncodedRow> encoded(const Value& value);
     [[nodiscard]] static std::optional<Value> decoded(Kind kind, std::string_view bytes);
 
-    /// Whether there are tables; without the right to write, none are made.
-    [[nodiscard]] bool findTables(SQLiteDatabase::Mode mode);
+    /// Of the tables; 0 when there are none. Throws when it is newer than this one's, with nothing changed.
+    [[nodiscard]] std::int64_t findVersion();
+    void makeTables();
     void forgetArraysIfChangedElsewhere();
     [[nodiscard]] std::optional<Entry> readEntry(std::string_view key);
     [[nodiscard]] std::optional<StoredArray> loadArray(std::int64_t entry);
@@ -72,6 +73,7 @@ private:
     std::int64_t writeEntry(std::string_view key, Kind kind, std::string_view bytes);
 
     SQLiteDatabase m_database;
+    /// Without the right to write, none are made.
     bool m_hasTables = false;
     std::optional<SQLiteStatement> m_dataVersion;
     std::optional<SQLiteStatement> m_readEntry;

@@ -19,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
+using testing::Not;
 
 // A file system of 600 KB over the store's folder.
 class SmallDisk {
@@ -112,6 +113,12 @@ TEST(UserDefaultsSpaceTest, NothingIsLostWhereNothingCanBeWritten)
             disk.setWritable(false);
         else
             disk.fill();
+        if (isReadOnly) {
+            SaidLines said;
+            EXPECT_EQ(
+                UserDefaultsSQLite {{.folder = "/" + folder.path().string()}}.object("list"), Value {bodies(1, 300)});
+            EXPECT_THAT(said.take(), Not(HasSubstr("again"))) << "nothing has waited";
+        }
         SaidLines said;
         if (!store)
             store = folder.open();

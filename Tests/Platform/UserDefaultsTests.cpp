@@ -1,6 +1,7 @@
 #include "Tests/Support/StoreFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -78,7 +79,9 @@ TEST_F(UserDefaultsTest, KeepsEveryKindOfValueAcrossOpenings)
 TEST_F(UserDefaultsTest, IsPrivateToItsOwner)
 {
     const auto deep = folder.path() / "deep";
+    const auto mask = umask(0777);
     UserDefaultsSQLite defaults {{.folder = deep / "store"}};
+    umask(mask);
     defaults.setObject("a", 1);
     EXPECT_EQ(fs::status(deep).permissions(), fs::perms::owner_all);
     EXPECT_EQ(fs::status(deep / "store").permissions(), fs::perms::owner_all);
@@ -241,12 +244,14 @@ TEST_F(UserDefaultsTest, ANewerStoreIsLeftAlone)
 {
     store->setObject("a", 1);
     store.reset();
+    execute("PRAGMA journal_mode = DELETE");
     execute("PRAGMA user_version = 2");
     SaidLines said;
     store = folder.open();
     EXPECT_EQ(store->object("a"), std::nullopt);
     store->setObject("a", 2);
     EXPECT_NE(said.take().find("newer version"), std::string::npos);
+    EXPECT_FALSE(fs::exists(folder.file().string() + "-wal"));
     execute("PRAGMA user_version = 1");
     EXPECT_EQ(store->object("a"), Value {1}) << "what could not be opened is tried again";
 }
