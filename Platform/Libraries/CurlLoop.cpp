@@ -15,6 +15,8 @@ namespace {
 constexpr std::size_t connectionsPerHost = 6;
 constexpr long idleConnections = 24;
 constexpr auto longestSleep = std::chrono::hours {1};
+/// Of a thread that nothing can wake.
+constexpr std::chrono::milliseconds shortSleep {20};
 /// A time-out of more than a year is none; the clock cannot add just any number.
 constexpr std::chrono::duration<double> longestTimeout = std::chrono::years {1};
 
@@ -61,6 +63,7 @@ CurlLoop::CurlLoop(std::string additionalCertificates)
         throw std::runtime_error {"curl has no handle to give"};
     curl_share_setopt(m_share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
     curl_multi_setopt(m_multi.get(), CURLMOPT_MAXCONNECTS, idleConnections);
+    m_canBeWoken = curl_multi_wakeup(m_multi.get()) == CURLM_OK;
 }
 
 void CurlLoop::start()
@@ -297,7 +300,7 @@ void CurlLoop::finishOverdue()
 
 void CurlLoop::sleep()
 {
-    auto longest = std::chrono::milliseconds {longestSleep};
+    auto longest = m_canBeWoken ? std::chrono::milliseconds {longestSleep} : shortSleep;
     if (!m_underWay.empty()) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_underWay.begin()->first.first - Clock::now());
         longest = std::clamp(left, std::chrono::milliseconds {0}, longest);

@@ -101,6 +101,8 @@ private:
     /// Guards waking against closing. The thread sets the handle before it starts and takes this only to close it.
     std::mutex m_wakeMutex;
     std::unique_ptr<void, CloseMulti> m_multi;
+    /// Not where descriptors were short when the handle was made: curl takes two for waking.
+    bool m_canBeWoken = true;
 
     /// The thread's own.
     Tasks m_toStart;

@@ -6,6 +6,8 @@
 #include "Tests/Support/LoopbackServer.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <functional>
@@ -82,6 +84,22 @@ TEST_F(URLSessionLifeTest, TimesOutWhileWaitingForAConnection)
     EXPECT_EQ(fetch(*session, withTimeout(makeRequest(server.url("/queued")), 50ms)).summary(), timedOut);
     EXPECT_EQ(server.requests().size(), 6U) << "there was a free connection, so this shows nothing";
     EXPECT_EQ(patient.completions(), 0);
+}
+
+TEST_F(URLSessionLifeTest, MadeWhileThereWereNoDescriptorsItWorksOnceThereAre)
+{
+    server.setDefault(Reply::status(200));
+    rlimit before {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const int nextFree = dup(STDIN_FILENO);
+    ASSERT_GE(nextFree, 0);
+    close(nextFree);
+    const rlimit none {.rlim_cur = static_cast<rlim_t>(nextFree), .rlim_max = before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    session = std::make_shared<URLSessionCurl>();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(fetch(*session, makeRequest(server.url("/late"))).summary(), "200 ");
+    session->invalidateAndCancel();
 }
 
 TEST_F(URLSessionLifeTest, SendsNothingWhenThereIsNoTime)

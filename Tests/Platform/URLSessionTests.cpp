@@ -148,6 +148,7 @@ TEST_F(URLSessionTest, EveryReplyBecomesOneOutcome)
         {"", lost},
         {"", lost, Reply::Then::reset},
         {ok + "Content-Le", lost},
+        {"http/1.1 200 OK\r\nContent-Le", lost},
         {ok + "Content-Length: 4\r\n\r\nbo", lost},
         {ok + "Content-Length: 4\r\n\r\nbo", lost, Reply::Then::reset},
         {ok + "Transfer-Encoding: chunked\r\n\r\n4\r\nbo", lost},
