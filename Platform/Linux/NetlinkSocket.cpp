@@ -18,11 +18,15 @@ NetlinkSocket::NetlinkSocket(std::initializer_list<int> groups)
     if (!m_socket)
         return;
     bool isReady = mnl_socket_bind(m_socket.get(), 0, MNL_SOCKET_AUTOPID) == 0;
-    for (int group : groups) {
-        isReady = isReady && mnl_socket_setsockopt(m_socket.get(), NETLINK_ADD_MEMBERSHIP, &group, sizeof group) == 0;
-    }
+    for (const int group : groups)
+        isReady = isReady && join(group);
     if (!isReady)
         m_socket.reset();
+}
+
+bool NetlinkSocket::join(int group)
+{
+    return m_socket && mnl_socket_setsockopt(m_socket.get(), NETLINK_ADD_MEMBERSHIP, &group, sizeof group) == 0;
 }
 
 int NetlinkSocket::descriptor() const

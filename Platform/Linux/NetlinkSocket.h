@@ -24,6 +24,9 @@ public:
     /// object that is not open, and whose every operation fails.
     explicit NetlinkSocket(std::initializer_list<int> groups = {});
 
+    /// Hears the messages of one more group; false, and no harm, where the kernel does not have it.
+    bool join(int group);
+
     [[nodiscard]] bool isOpen() const { return m_socket != nullptr; }
     [[nodiscard]] int descriptor() const;
 

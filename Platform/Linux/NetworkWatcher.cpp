@@ -30,6 +30,8 @@ NetworkWatcher::NetworkWatcher(std::string nameServers)
           RTNLGRP_IPV4_RULE, RTNLGRP_IPV6_RULE})
     , m_resolver(std::move(nameServers))
 {
+    // The routes of a next-hop object go with it, and not a word of them is said. Old kernels have none.
+    m_changes.join(RTNLGRP_NEXTHOP);
     if (isWatching())
         m_thread = std::thread {[this] { run(); }};
 }
