@@ -3,6 +3,7 @@
 #include "Collector/CollectorOptions.h"
 #include "Collector/CollectorServer.h"
 #include "Collector/RequestLog.h"
+#include "Platform/Linux/StandardStreams.h"
 
 #include <algorithm>
 #include <csignal>
@@ -28,6 +29,7 @@ int fail(int status, const std::string& message)
 
 int main(int count, char** arguments)
 {
+    kova::holdStandardStreams();
     const auto options = CollectorOptions::fromArguments({arguments + 1, arguments + std::max(count, 1)});
     if (!options)
         return fail(usageError, options.error() + " (see kova-collector --help)");

@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <future>
 #include <memory>
 
 namespace kova::host {
@@ -50,8 +51,12 @@ void open(const ScriptCommand& command, HostContext& context)
 void prompt(const ScriptCommand& command, HostContext& context)
 {
     context.vendor.setAnswerToPrompt(command.boolean("accepted"));
-    KovaNotify::promptForPushNotifications(
-        [&context](bool accepted) { context.answers.write({{"prompt", accepted}}); });
+    auto answer = std::make_shared<std::promise<bool>>();
+    auto accepted = answer->get_future();
+    DispatchQueue::main().sync([answer = std::move(answer)] {
+        KovaNotify::promptForPushNotifications([answer](bool isAccepted) { answer->set_value(isAccepted); });
+    });
+    context.answers.write({{"prompt", accepted.get()}});
 }
 
 void tag(const ScriptCommand& command, HostContext& context)
@@ -175,7 +180,7 @@ constexpr std::array commands {
     HostCommand {"open", "payload: object, [action: text]",
         "the user opens a push by a tap, or by pressing the button with that id", Place::MainQueue, &open},
     HostCommand {"prompt", "accepted: boolean",
-        "asks the user for push permission, who answers so; answers {\"prompt\":…}", Place::MainQueue, &prompt},
+        "asks the user for push permission, who answers so; answers {\"prompt\":…}", Place::ScriptThread, &prompt},
     HostCommand {"tag", "key: text or null, value: text or null",
         "tags this device; answers {\"tag\":{…all tags the vendor has…}}", Place::MainQueue, &tag},
     HostCommand {"player-id", "", "answers {\"player-id\":…}, null while not subscribed", Place::MainQueue, &playerId},

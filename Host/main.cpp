@@ -12,6 +12,7 @@
 #include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/Print.h"
 #include "Platform/Foundation/URLSession.h"
+#include "Platform/Linux/StandardStreams.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -144,9 +145,16 @@ int run(const Options& options, const Interruption& interruption)
                                               if (options.window)
                                                   windowEnds.request_stop();
                                           }};
-    window->run(windowEnds.get_token());
-    // A script whose window was closed goes on to its end.
-    DispatchQueue::runMain(scriptEnded.get_token());
+    try {
+        window->run(windowEnds.get_token());
+        // A script whose window was closed goes on to its end.
+        DispatchQueue::runMain(scriptEnded.get_token());
+        DispatchQueue::drainMainUntil(std::chrono::steady_clock::now() + std::chrono::seconds {1});
+    } catch (...) {
+        // The script may be waiting for the main queue, which nobody runs any more.
+        DispatchQueue::shutDownAll();
+        throw;
+    }
     if (scriptThread.joinable())
         scriptThread.join();
     if (script >= 0)
@@ -158,7 +166,8 @@ int run(const Options& options, const Interruption& interruption)
 
 int main(int argumentCount, char** arguments)
 {
-    // Before anything else, so that no signal finds the process unprepared.
+    // Before anything else: nothing is opened in a closed stream's place, and no signal finds the process unprepared.
+    holdStandardStreams();
     const Interruption interruption;
     try {
         const auto options = Options::parse(argumentCount, arguments);

@@ -110,7 +110,7 @@ TEST(CollectorTest, AnswersPostsWithTheStatusAskedFor)
         SCOPED_TRACE(status);
         Collector collector {{"--status", std::to_string(status)}};
         HTTPConnection connection {collector.port()};
-        connection.send(httpRequest("POST", "/v1/geotriggers/a/b", "{}"));
+        connection.send(httpRequest("POST", "/v1/geotriggers/a/b%0A", "{}"));
         const auto reply = connection.receive();
         ASSERT_TRUE(reply);
         EXPECT_EQ(reply->status, status);

@@ -40,6 +40,11 @@ std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& scr
         std::ofstream {path() / "script"} << *script;
         process.arguments.push_back(path() / "script");
     }
+    if (!launcher.empty()) {
+        process.arguments.insert(process.arguments.begin(), process.executable);
+        process.arguments.insert(process.arguments.begin(), launcher.begin() + 1, launcher.end());
+        process.executable = launcher.front();
+    }
     return std::make_unique<Process>(process);
 }
 

@@ -48,6 +48,8 @@ public:
     std::string network = "simulated";
     /// More of the command line.
     std::vector<std::string> options {};
+    /// What starts the host, given its command line; nothing when it is started as it is.
+    std::vector<std::string> launcher {};
 
     /// Starts the host over a script file with these lines; without lines it reads its standard input.
     [[nodiscard]] std::unique_ptr<Process> start(const std::optional<std::string>& script = {}) const;

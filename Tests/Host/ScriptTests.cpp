@@ -133,6 +133,27 @@ TEST(ScriptTest, ReadsStandardInputLineByLineAndEndsOnSignals)
     }
 }
 
+TEST(ScriptTest, EndsWhereNobodyCanReadWhatItWrites)
+{
+    HostFolder full;
+    full.options = {"--answers", "/dev/full"};
+    const auto unanswered = full.run(start + command("prompt", R"("accepted":true)") + inbox);
+    EXPECT_EQ(unanswered.end, ProcessEnd {.exitStatus = 2});
+    EXPECT_NE(unanswered.errors.find("script:2: the answer cannot be written"), std::string::npos) << unanswered.errors;
+
+    // Without standard streams; whatever is opened must not take their places, where the log is written.
+    LoopbackServer server;
+    server.setDefault(Reply::status(200));
+    HostFolder closed {server.port()};
+    closed.launcher = {"/bin/sh", "-c", R"(exec "$0" "$@" <&- >&- 2>&-)"};
+    std::string script = start;
+    for (int number = 0; number < 40; ++number)
+        script += pushWithId("a");
+    EXPECT_EQ(closed.run(script).end, success);
+    closed.launcher.clear();
+    EXPECT_EQ(closed.inboxIds().size(), 40U);
+}
+
 TEST(ScriptTest, RequestsInFlightEndWithTheHost)
 {
     LoopbackServer server;
