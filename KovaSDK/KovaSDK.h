@@ -9,6 +9,7 @@
 
 #include "KovaSDK/Events/EventModels/CartEvent.h"
 #include "KovaSDK/Events/EventModels/PageEvent.h"
+#include "KovaSDK/Events/EventServices/EventError.h"
 #include "KovaSDK/Extensions/UIBarButtonItem.h"
 #include "KovaSDK/Geolocation/GeolocationServices/KovaGeotrigger.h"
 #include "KovaSDK/Push/Central/CentralButton.h"

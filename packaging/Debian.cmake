@@ -43,9 +43,10 @@ if(KOVA_BUILD_TOOLS)
   set(CPACK_COMPONENT_TOOLS_DESCRIPTION "kova-host, the reference host application, and kova-collector, a loopback web service.")
   set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kovasdk-tools)
   set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)
+  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS ca-certificates)
   if(KOVA_BUILD_QT)
-    set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
-      "qml6-module-qtquick, qml6-module-qtqml-workerscript, fonts-dejavu-core, fonts-inter, fonts-noto-color-emoji")
+    string(APPEND CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
+      ", qml6-module-qtquick, qml6-module-qtqml-workerscript, fonts-dejavu-core, fonts-inter, fonts-noto-color-emoji")
   endif()
 endif()
 include(CPack)

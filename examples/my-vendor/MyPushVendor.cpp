@@ -49,7 +49,8 @@ std::any MyPushVendor::initWithLaunchOptions(const std::optional<kova::AnyDictio
         if (auto notification = decoded(message))
             kova::DispatchQueue::main().async([received, notification] { received(notification); });
     });
-    // A framework that reports taps calls handleNotificationAction with an OSNotificationOpenedResult, likewise.
+    // A framework that reports taps calls handleNotificationAction with an OSNotificationOpenedResult, likewise; what
+    // has additionalData then must have the entry "actionSelected" in it, or the process stops.
     return {};
 }
 

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Platform/Foundation/Export.h"
+
 #include <system_error>
 
 namespace kova {
@@ -16,7 +18,7 @@ enum class EventError {
     storageCannotBePerformed,
 };
 
-[[nodiscard]] std::error_code make_error_code(EventError error);
+[[nodiscard]] KOVA_EXPORT std::error_code make_error_code(EventError error);
 
 } // namespace kova
 

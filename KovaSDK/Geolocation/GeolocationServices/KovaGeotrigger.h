@@ -33,8 +33,8 @@ public:
     void plotLoadConfig(
         const std::shared_ptr<PlotConfiguration>& configuration, const ConfigurationLoaded& loadWithConfig) override;
 
-    /// Geotriggers fired: each is handled (see handleGeotrigger), and in the end all are marked handled, also those
-    /// that were skipped. Without a batch, or its geotriggers, the process stops.
+    /// Geotriggers fired: each is handled, and in the end all are marked handled, also those that were skipped. Without
+    /// a batch, or its geotriggers, the process stops.
     void plotHandleGeotriggers(const std::shared_ptr<PlotHandleGeotriggers>& geotriggers) override;
 
     const std::optional<AnyDictionary> launchOptions;
