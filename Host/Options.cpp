@@ -1,5 +1,8 @@
 #include "Host/Options.h"
 
+#include "Platform/Foundation/Description.h"
+#include "Platform/Linux/LinuxPlatform.h"
+
 #include <getopt.h>
 
 #include <array>
@@ -129,6 +132,10 @@ void check(const Options& options)
         fail("--bundle is missing: name the folder that holds Kova.plist, for example --bundle Host/Resources");
     if (options.network != "real" && options.network != "simulated")
         fail("--network is \"real\" or \"simulated\", not \"" + options.network + "\"");
+    if (!LinuxPlatform::isBundleIdentifier(options.identifier))
+        fail("--identifier takes letters, digits, \".\", \"-\" and \"_\", not beginning with \".\" and at most 255 of "
+             "them, not \""
+            + singleLine(options.identifier) + "\"");
     if (!options.window && options.screenshots)
         fail("--screenshot needs --window");
     if (!options.window && !options.payloads.empty())

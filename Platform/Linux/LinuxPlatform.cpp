@@ -25,16 +25,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool isBundleIdentifier(const std::string& text)
-{
-    constexpr std::size_t longestFileName = 255;
-    return !text.empty() && text.size() <= longestFileName && text.front() != '.'
-        && std::ranges::all_of(text, [](char letter) {
-               return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z')
-                   || (letter >= '0' && letter <= '9') || letter == '.' || letter == '-' || letter == '_';
-           });
-}
-
 fs::path userDataFolder()
 {
     // The base directory convention says that a relative path is to be ignored.
@@ -65,6 +55,16 @@ void writeToStandardOutput(std::string_view line)
 }
 
 } // namespace
+
+bool LinuxPlatform::isBundleIdentifier(std::string_view text)
+{
+    constexpr std::size_t longestFileName = 255;
+    return !text.empty() && text.size() <= longestFileName && text.front() != '.'
+        && std::ranges::all_of(text, [](char letter) {
+               return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z')
+                   || (letter >= '0' && letter <= '9') || letter == '.' || letter == '-' || letter == '_';
+           });
+}
 
 LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
 {

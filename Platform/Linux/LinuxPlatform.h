@@ -23,6 +23,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <thread>
 
 namespace kova {
@@ -64,6 +65,9 @@ public:
     ~LinuxPlatform();
     LinuxPlatform(const LinuxPlatform&) = delete;
     LinuxPlatform& operator=(const LinuxPlatform&) = delete;
+
+    /// Whether LinuxPlatformOptions::bundleIdentifier may be this text.
+    [[nodiscard]] static bool isBundleIdentifier(std::string_view text);
 
     /// Waits until every HTTP task has completed and every queue is idle. False when that takes longer than `timeout`,
     /// or a stop is requested. With MainLoop::Host another thread must be running the main queue.
