@@ -1,9 +1,11 @@
 #include "Host/Doctor/ConfigurationCheck.h"
 
+#include "Host/Doctor/ShellWord.h"
 #include "Platform/Foundation/PropertyList.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -25,6 +27,24 @@ constexpr std::array<std::pair<const char*, const char*>, 4> keys {{
     {"KovaAPIKey", "the key of the geotrigger web service"},
 }};
 
+// What an editor leaves around a value, and nobody sees.
+bool hasStrayCharacters(const std::string& text)
+{
+    constexpr unsigned char firstPrintable = 0x20;
+    constexpr unsigned char deletion = 0x7F;
+    return text.starts_with(' ') || text.ends_with(' ')
+        || std::ranges::any_of(text, [](unsigned char byte) { return byte < firstPrintable || byte == deletion; });
+}
+
+// Python's parser looks at nothing else as XML, and tells no place in other content.
+bool isMeantAsXML(std::string_view content)
+{
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    if (content.starts_with(byteOrderMark))
+        content.remove_prefix(byteOrderMark.size());
+    return content.starts_with("<?xml") || content.starts_with("<plist");
+}
+
 void checkKey(const Value& configuration, const std::string& key, const std::string& meaning, Report& report)
 {
     const auto* value = configuration.find(key);
@@ -36,6 +56,9 @@ void checkKey(const Value& configuration, const std::string& key, const std::str
         report.wrong(key + " is no text, so it reads as the empty text", "Write it as " + entry + ".");
     else if (text->empty())
         report.wrong(key + " is empty", "Write " + meaning + " there.");
+    else if (hasStrayCharacters(*text))
+        report.wrong(key + " has a line break or a control character in it, or a blank at an end",
+            "Write it in one line, as " + entry + ": the SDK takes every character between the two marks.");
     else
         report.fine(key + " is set");
 }
@@ -48,6 +71,11 @@ void checkConfiguration(const fs::path& bundle, Report& report)
     report.section("Configuration: " + file.string());
     std::error_code unreadable;
     const auto status = fs::status(file, unreadable);
+    if (status.type() == fs::file_type::none) {
+        report.wrong("it cannot be looked at: " + unreadable.message(),
+            "Give the user that runs the application the right to enter the bundle folder.");
+        return;
+    }
     if (!fs::exists(status)) {
         report.wrong(fs::is_directory(bundle, unreadable) ? "there is no such file" : "there is no such folder",
             "Put Kova.plist into the bundle folder, or name that folder with --bundle.");
@@ -69,10 +97,11 @@ void checkConfiguration(const fs::path& bundle, Report& report)
     }
     const auto configuration = PropertyListDecoder::decode(bytes->text());
     if (!configuration) {
+        const std::string python = "Python tells the line of the fault: python3 -c "
+                                   "'import plistlib, sys; plistlib.load(open(sys.argv[1], \"rb\"))' ";
         report.wrong(configuration.error().message(),
-            "Write it as docs/integration.md says. Python tells the line of the fault: python3 -c "
-            "'import plistlib, sys; plistlib.load(open(sys.argv[1], \"rb\"))' "
-                + file.string());
+            "Write it as docs/integration.md says."
+                + (isMeantAsXML(bytes->text()) ? " " + python + shellWord(file.string()) : ""));
         return;
     }
     if (!configuration->as<Value::Dictionary>()) {

@@ -3,10 +3,14 @@
 #include "Host/Doctor/Patience.h"
 #include "Platform/Foundation/Date.h"
 #include "Platform/Libraries/URLSessionCurl.h"
+#include "Platform/Linux/HostName.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <condition_variable>
+#include <cstdint>
 #include <ctime>
 #include <filesystem>
 #include <mutex>
@@ -36,11 +40,34 @@ struct Answers {
     std::size_t pending = 0;
 };
 
-bool isLoopback(const std::string& url)
+bool isUnencrypted(const std::string& url)
+{
+    auto scheme = url.substr(0, url.find(':'));
+    std::ranges::transform(scheme, scheme.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    return scheme == "http";
+}
+
+// The host of an absolute URL, an IPv6 address without its brackets.
+std::string hostOf(const std::string& url)
 {
     const auto begin = url.find("://");
-    const auto host = begin == std::string::npos ? url : url.substr(begin + 3);
-    return host.starts_with("127.") || host.starts_with("localhost") || host.starts_with("[::1]");
+    auto host = begin == std::string::npos ? "" : url.substr(begin + 3);
+    host.resize(std::min(host.find_first_of("/?#"), host.size()));
+    host.erase(0, host.rfind('@') + 1);
+    if (host.starts_with('['))
+        return host.substr(1, host.find(']') - 1);
+    return host.substr(0, host.find(':'));
+}
+
+bool isLoopback(const std::string& url)
+{
+    constexpr std::uint8_t loopbackNetwork = 127;
+    const auto name = HostName::parse(hostOf(url));
+    const auto addresses = name ? name->fixedAddresses() : std::vector<HostAddress> {};
+    return !addresses.empty() && std::ranges::all_of(addresses, [](const HostAddress& address) {
+        return address.family == HostAddress::Family::v4 ? address.bytes[0] == loopbackNetwork
+                                                         : address == HostAddress::fromText("::1");
+    });
 }
 
 // The seconds by which the server's clock is ahead of this one.
@@ -66,9 +93,9 @@ std::string remedyFor(std::error_code error)
     if (error == URLError::secureConnectionFailed)
         return "Its certificate has expired, is for another name, or is of an authority this system does not know "
                "(package ca-certificates); or this device's clock is wrong: it says "
-            + description(Date::now()) + ".";
+            + description(Date::now()) + "; or a service for http listens there, where https is meant.";
     if (error == URLError::unsupportedURL)
-        return "Write an absolute address that begins with https://.";
+        return "Write an absolute address: https://, a host, and a port of at most 65535 if any.";
     if (error == URLError::badServerResponse || error == URLError::networkConnectionLost)
         return "Something else than a web server listens there, or it closes connections; https where http is meant, "
                "or the reverse, looks like this.";
@@ -106,7 +133,7 @@ void checkAddress(const Service& service, Report& report)
     if (!service.baseURL.ends_with(service.ending))
         report.wrong("the address does not end in \"" + std::string {service.ending} + "\"",
             "Build with the whole base URL, its last \"/\" included.");
-    if (service.baseURL.starts_with("http://") && !isLoopback(service.baseURL))
+    if (isUnencrypted(service.baseURL) && !isLoopback(service.baseURL))
         report.wrong("what is sent there is not encrypted", "Use https://.");
 }
 

@@ -1,5 +1,6 @@
 #include "Host/Doctor/StoreCheck.h"
 
+#include "Host/Doctor/ShellWord.h"
 #include "Host/Doctor/StoreLocks.h"
 #include "KovaSDK/Events/EventServices/EventStorage.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
@@ -53,7 +54,7 @@ void checkOwnerAndMode(const fs::path& path, const char* wanted, Report& report)
     }
     if ((status.st_mode & othersMask) != 0) {
         report.wrong("other users may look into " + name + " (" + octal(status.st_mode) + ")",
-            "chmod " + std::string {wanted} + " " + path.string()
+            "chmod " + std::string {wanted} + " " + shellWord(path.string())
                 + " (the SDK does so when it starts; find out who changed it)");
     } else {
         report.fine(name + " is for its owner alone (" + octal(status.st_mode) + ")");
@@ -78,20 +79,26 @@ void checkSpace(const fs::path& folder, Report& report)
         report.fine(std::to_string(free) + " MiB are free");
 }
 
-// Where the SDK would make the folder.
+// Where the SDK would make the folder. A link that leads nowhere is in its way, so links are not followed.
 void checkParent(const fs::path& folder, Report& report)
 {
     auto above = folder;
     std::error_code unreadable;
-    while (!fs::exists(above, unreadable) && above.has_parent_path() && above.parent_path() != above)
+    while (fs::symlink_status(above, unreadable).type() == fs::file_type::not_found && above.has_relative_path())
         above = above.parent_path();
-    if (!fs::is_directory(above, unreadable))
-        report.wrong(above.string() + " is no folder, so nothing would be kept", "Choose another data folder.");
-    else if (access(above.c_str(), W_OK | X_OK) != 0)
+    if (!fs::is_directory(above, unreadable)) {
+        report.wrong(above.string()
+                + (fs::is_symlink(above, unreadable) ? " is a link that leads nowhere" : " is no folder")
+                + ", so nothing would be kept",
+            "Take it away, or choose another data folder.");
+        return;
+    }
+    if (access(above.c_str(), W_OK | X_OK) != 0)
         report.wrong("the folder cannot be made in " + above.string() + ": " + std::strerror(errno),
             "Give the user that runs the application the right to write there, or choose another data folder.");
     else
         report.fine("there is none yet; the SDK makes it when it starts");
+    checkSpace(above, report);
 }
 
 std::int64_t number(SQLiteDatabase& database, const char* sql)
@@ -162,6 +169,11 @@ void checkContent(const fs::path& file, Report& report)
         return;
     }
     report.fine("the database is whole");
+    const auto tables = number(database, "SELECT count(*) FROM sqlite_master WHERE name IN ('entry', 'element')");
+    if (version < ourVersion && tables < 2) {
+        report.fine("it has no tables of the SDK yet; the SDK makes them when it starts");
+        return;
+    }
     checkInbox(database, report);
     checkBuffer(database, report);
 }
@@ -182,8 +194,10 @@ void checkDatabase(const fs::path& file, Report& report)
 
 } // namespace
 
-void checkStore(const fs::path& folder, Report& report)
+void checkStore(const fs::path& place, Report& report)
 {
+    // As the SDK takes it.
+    const auto folder = fs::absolute(place);
     const auto file = folder / "defaults.sqlite";
     report.section("Store: " + file.string());
     std::error_code unreadable;
@@ -202,7 +216,12 @@ void checkStore(const fs::path& folder, Report& report)
         return;
     }
     checkOwnerAndMode(folder, "700", report);
-    if (access(folder.c_str(), R_OK | W_OK | X_OK) != 0)
+    if (access(folder.c_str(), X_OK) != 0) {
+        report.wrong(std::string {"the folder cannot be entered: "} + std::strerror(errno),
+            "Give the user that runs the application the right to enter and write there.");
+        return;
+    }
+    if (access(folder.c_str(), R_OK | W_OK) != 0)
         report.wrong(std::string {"the folder cannot be written to: "} + std::strerror(errno),
             "Give the user that runs the application the right to write there.");
     checkSpace(folder, report);

@@ -8,7 +8,7 @@
 
 namespace kova::host {
 
-/// `folder` is the application's own, the one with "defaults.sqlite".
-void checkStore(const std::filesystem::path& folder, Report& report);
+/// The place is the application's own folder, the one with "defaults.sqlite".
+void checkStore(const std::filesystem::path& place, Report& report);
 
 } // namespace kova::host

@@ -1,5 +1,7 @@
 #include "Host/Doctor/StoreLocks.h"
 
+#include "Host/Doctor/ShellWord.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -71,7 +73,7 @@ void checkLocks(const std::filesystem::path& folder, Report& report)
         = opening.descriptor() >= 0 && staysSo([&] { return flock(opening.descriptor(), LOCK_SH | LOCK_NB) != 0; });
     if (isBeingOpened) {
         report.wrong("another process has been opening the store for over a second",
-            "End the one that `fuser " + (folder / "defaults.lock").string() + "` names.");
+            "End the one that `fuser " + shellWord((folder / "defaults.lock").string()) + "` names.");
     }
     const OpenFile index {folder / "defaults.sqlite-shm"};
     std::optional<pid_t> holder;

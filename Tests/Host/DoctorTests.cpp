@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -163,6 +164,10 @@ TEST(DoctorTest, FindsWhatIsWrongWithTheConfiguration)
         {"a list", holding("<plist><array/></plist>"), "it is a property list, but no dictionary"},
         {"a number", having("<key>KovaNotificationID</key><integer>5</integer>"), "KovaNotificationID is no text"},
         {"an empty text", having("<key>KovaAudienceID</key><string/>"), "KovaAudienceID is empty"},
+        {"a text over several lines", having("<key>KovaAPIKey</key><string>\n  key\n</string>"),
+            "KovaAPIKey has a line break"},
+        {"a blank at the end", having("<key>KovaGeolocationID</key><string>token </string>"),
+            "KovaGeolocationID has a line break or a control character in it, or a blank at an end"},
         {"no such key", having(""), "KovaAPIKey is missing"},
     });
 }
@@ -196,6 +201,56 @@ TEST(DoctorTest, FindsWhatIsWrongWithTheStore)
             "the inbox cannot be decoded"},
         {"a buffer that is none", executing("UPDATE element SET kind = 1"), "the buffered events cannot be read"},
     });
+}
+
+// What the doctor says of the store.
+std::string storeSection(const std::string& report)
+{
+    const auto begin = report.find("\nStore: ");
+    return report.substr(begin, report.find("\nNetwork: ") - begin);
+}
+
+TEST(DoctorTest, FindsNoFaultWithAStoreThatTheSDKHasYetToMake)
+{
+    const auto inPlaceOfDatabase = [](const char* sql) {
+        return [sql](const Patient& patient) {
+            fs::remove(patient.database);
+            SQLiteDatabase {patient.database, std::chrono::seconds {5}}.execute(sql);
+            fs::permissions(patient.database, fs::perms {0600});
+        };
+    };
+    struct Row {
+        const char* what;
+        std::function<void(const Patient&)> make;
+        std::vector<std::string> options;
+        const char* finding;
+    };
+    const Row rows[] {
+        {"no folder", [](const Patient& patient) { fs::remove_all(patient.data); }, {}, "there is none yet"},
+        {"no folder, of a relative name", [](const Patient&) {}, {"--data", "no-such-folder/deep"},
+            "there is none yet"},
+        {"an empty file", inPlaceOfDatabase(""), {}, "it has no tables of the SDK yet"},
+        {"somebody else's tables", inPlaceOfDatabase("CREATE TABLE other (id)"), {}, "it has no tables of the SDK yet"},
+    };
+    for (const auto& [what, make, options, finding] : rows) {
+        SCOPED_TRACE(what);
+        const Patient patient;
+        make(patient);
+        EXPECT_THAT(storeSection(patient.examine(options).report), AllOf(HasSubstr(finding), Not(HasSubstr("WRONG"))));
+    }
+}
+
+TEST(DoctorTest, FindsThatAStoreCannotBeMade)
+{
+    if (!NetworkNamespace::isInside())
+        return NetworkNamespace::runThisTestInside();
+    const Patient patient;
+    fs::remove_all(patient.folder);
+    fs::create_symlink("nowhere", patient.folder);
+    EXPECT_THAT(storeSection(patient.examine().report), HasSubstr("/example.shop is a link that leads nowhere"));
+    ASSERT_EQ(std::system(("mount -t tmpfs -o size=600k small " + patient.data.string()).c_str()), 0);
+    EXPECT_THAT(storeSection(patient.examine().report), HasSubstr("only 0 MiB are free"));
+    ASSERT_EQ(std::system(("umount --lazy " + patient.data.string()).c_str()), 0);
 }
 
 TEST(DoctorTest, NamesWhoHoldsTheStore)
@@ -245,6 +300,12 @@ TEST(DoctorTest, FindsWhatIsWrongWithTheWebServices)
     }
     EXPECT_THAT(Patient {}.examine({"--events-url", "http://127.0.0.1:9/v3/"}).report,
         HasSubstr("the address does not end in \"/v2/\""));
+    for (const auto& [address, isUnencrypted] :
+        {std::pair {"HTTP://example.invalid/v2/", true}, std::pair {"http://localhost.example.invalid/v2/", true},
+            std::pair {"http://u@LOCALHOST:9/v2/", false}, std::pair {"http://[::1]:9/v2/", false}}) {
+        const auto report = Patient {}.examine({"--events-url", address}).report;
+        EXPECT_EQ(report.contains("what is sent there is not encrypted"), isUnencrypted) << address;
+    }
 }
 
 TEST(DoctorTest, WaitsForASilentServiceWithABoundAndAloud)
@@ -276,8 +337,8 @@ TEST(DoctorTest, SaysThatACertificateIsNotTrusted)
 TEST(DoctorTest, TakesOnlyWhatADoctorNeeds)
 {
     const Patient patient;
-    for (const auto& more :
-        std::vector<std::vector<std::string>> {{"--window"}, {"script.jsonl"}, {"--timeout", "0"}}) {
+    for (const auto& more : std::vector<std::vector<std::string>> {
+             {"--window"}, {"script.jsonl"}, {"--timeout", "0"}, {"--identifier", "my shop"}, {"--identifier", ".."}}) {
         const auto findings = patient.examine(more);
         EXPECT_EQ(findings.end, (ProcessEnd {.exitStatus = 2})) << testing::PrintToString(more);
         EXPECT_TRUE(findings.errors.starts_with("kova-host: ")) << findings.errors;
