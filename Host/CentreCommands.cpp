@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <ranges>
 
 namespace kova::host {
 
@@ -121,7 +122,8 @@ void answerAlert(const ScriptCommand& command, HostContext& context)
     const auto& actions = alert.actions();
     const auto chosen = std::ranges::find(actions, title, &UIAlertAction::title);
     if (chosen == actions.end())
-        throw ScriptError {"alert: there is no button \"" + singleLine(title) + "\""};
+        throw ScriptError {"alert: there is no button \"" + singleLine(title) + "\", but "
+            + listed(std::views::transform(actions, &UIAlertAction::title))};
     alert.userChooses(static_cast<std::size_t>(chosen - actions.begin()));
 }
 
@@ -161,7 +163,8 @@ void restyle(const ScriptCommand& command, HostContext&)
     const auto name = command.text("property");
     const auto property = properties.find(name);
     if (property == properties.end())
-        throw ScriptError {"restyle: there is no property \"" + singleLine(name) + "\""};
+        throw ScriptError {
+            "restyle: there is no property \"" + singleLine(name) + "\", but " + listed(std::views::keys(properties))};
     const auto color = numbers(command, "rgba", 4);
     if (!std::ranges::all_of(color, [](double component) { return component >= 0 && component <= 1; }))
         throw ScriptError {"restyle: the field \"rgba\" must be four numbers from 0 to 1"};

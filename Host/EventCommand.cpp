@@ -16,6 +16,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <ranges>
 #include <system_error>
 
 namespace kova::host {
@@ -42,6 +43,13 @@ const std::map<std::string_view, Maker> makers {
     {"SessionEvent", &make<SessionEvent>},
     {"UrlEvent", &make<UrlEvent>},
 };
+
+auto rawTypes()
+{
+    constexpr auto end = static_cast<int>(EventType::urlFromNotificationClose) + 1;
+    return std::views::iota(0, end)
+        | std::views::transform([](int number) { return rawValue(static_cast<EventType>(number)); });
+}
 
 // A number, or one of the numbers that JSON has no form for, as a text: they are how a save fails.
 double metric(const std::string& name, const Value& value)
@@ -73,10 +81,12 @@ Value::Dictionary saveEvent(const ScriptCommand& command)
 {
     const auto maker = makers.find(command.text("kind"));
     if (maker == makers.end())
-        throw ScriptError {"event: unknown kind \"" + singleLine(command.text("kind")) + "\""};
+        throw ScriptError {"event: unknown kind \"" + singleLine(command.text("kind")) + "\", not one of "
+            + listed(std::views::keys(makers))};
     const auto type = eventTypeFromRawValue(command.text("type"));
     if (!type)
-        throw ScriptError {"event: unknown type \"" + singleLine(command.text("type")) + "\""};
+        throw ScriptError {
+            "event: unknown type \"" + singleLine(command.text("type")) + "\", not one of " + listed(rawTypes())};
 
     const auto event = maker->second(*type);
     event->userId = command.optionalText("userId").value_or(event->userId);

@@ -3,7 +3,9 @@
 #include "Host/HostCommands.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace kova::host {
 
@@ -51,9 +53,12 @@ For the doctor:
                          looked at (default kova-host)
   --timeout SECONDS      how long the network is waited for (1 to 60, default 5)
 
+  --help                 prints this and ends
+
 Try it, with kova-collector --port 8080 in another terminal:
 
-  echo '{"do":"start"}' | kova-host --data /tmp/kova --bundle Host/Resources \
+  echo '{"do":"start"}' | kova-host --data /tmp/kova \
+      --bundle RESOURCES \
       --events-url http://127.0.0.1:8080/v2/
 
 A script has one JSON object a line, with "do" and the fields of that command.
@@ -66,7 +71,7 @@ constexpr const char* ending = R"(
 Exit status:
   0  the script ran and everything settled, or SIGINT or SIGTERM ended it;
      doctor: everything is fine
-  1  doctor: something is wrong
+  1  doctor: something is wrong; or the output could not be written
   2  the command line or a line of the script is wrong, said as
      SCRIPT:LINE: message
   3  something did not settle in time
@@ -100,9 +105,19 @@ std::string wrapped(std::string_view text, std::size_t firstIndent, std::size_t 
 
 } // namespace
 
+std::string exampleBundle()
+{
+    std::error_code failure;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", failure);
+    const auto installed = program.parent_path().parent_path() / "share" / "kova-host" / "Resources";
+    return std::filesystem::exists(installed / "Kova.plist", failure) ? installed.string() : "Host/Resources";
+}
+
 std::string helpText()
 {
+    constexpr std::string_view placeholder = "RESOURCES";
     std::string text = beginning;
+    text.replace(text.find(placeholder), placeholder.size(), exampleBundle());
     for (const auto& command : hostCommands()) {
         text += wrapped(std::string {command.name} + (*command.fields ? "  " : "") + command.fields, 2, 6);
         text += wrapped(command.help, 6, 6);

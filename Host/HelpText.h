@@ -6,6 +6,9 @@
 
 namespace kova::host {
 
+/// A folder with a Kova.plist to try the host with: that of the installation, or of the source, seen from its root.
+[[nodiscard]] std::string exampleBundle();
+
 /// The options and every command of a script, in lines of at most 80 columns.
 [[nodiscard]] std::string helpText();
 

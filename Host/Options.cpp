@@ -1,5 +1,6 @@
 #include "Host/Options.h"
 
+#include "Host/HelpText.h"
 #include "Platform/Foundation/Description.h"
 #include "Platform/Linux/LinuxPlatform.h"
 
@@ -14,8 +15,9 @@ namespace kova::host {
 
 namespace {
 
+// Beyond every character, so that no short option is taken for one of them.
 enum Option {
-    Data = 1,
+    Data = 256,
     Bundle,
     EventsURL,
     MetricsURL,
@@ -52,6 +54,27 @@ constexpr std::array longOptions {
 [[noreturn]] void fail(const std::string& message)
 {
     throw UsageError {message + " (see kova-host --help)"};
+}
+
+std::string longName(int index)
+{
+    return std::string {"--"} + longOptions.at(static_cast<std::size_t>(index)).name;
+}
+
+// What is wrong with the option that getopt_long() has just refused: `given`, if it is a long one.
+std::string refusal(const std::string& given)
+{
+    constexpr int count = static_cast<int>(longOptions.size()) - 1;
+    if (optopt != 0 && optopt < Data)
+        return std::string {"unknown option -"} + static_cast<char>(optopt);
+    std::string meant;
+    for (int index = 0; index < count; ++index) {
+        if (longOptions.at(static_cast<std::size_t>(index)).val == optopt)
+            return longName(index) + " takes no value";
+        if (longName(index).starts_with(given.substr(0, given.find('='))))
+            meant += (meant.empty() ? "" : " or ") + longName(index);
+    }
+    return meant.empty() ? "unknown option " + given : given + " is ambiguous: " + meant;
 }
 
 double seconds(const std::string& name, const char* text, double least)
@@ -129,7 +152,7 @@ void check(const Options& options)
     if (options.data.empty())
         fail("--data is missing: name the folder where applications keep their data, for example --data /tmp/kova");
     if (options.bundle.empty())
-        fail("--bundle is missing: name the folder that holds Kova.plist, for example --bundle Host/Resources");
+        fail("--bundle is missing: name the folder that holds Kova.plist, for example --bundle " + exampleBundle());
     if (options.network != "real" && options.network != "simulated")
         fail("--network is \"real\" or \"simulated\", not \"" + options.network + "\"");
     if (!LinuxPlatform::isBundleIdentifier(options.identifier))
@@ -160,10 +183,9 @@ Options Options::parse(int argumentCount, char** arguments)
         if (found == ':')
             fail(std::string {arguments[optind - 1]} + " needs a value");
         if (found == '?')
-            fail(std::string {"unknown option "} + arguments[optind - 1]);
+            fail(refusal(arguments[optind - 1]));
         if (!isForBoth(found) && isForDoctor(found) != options.doctor)
-            fail(std::string {"--"} + longOptions.at(static_cast<std::size_t>(index)).name
-                + (options.doctor ? " is not for the doctor" : " is for kova-host doctor only"));
+            fail(longName(index) + (options.doctor ? " is not for the doctor" : " is for kova-host doctor only"));
         take(options, found, optarg);
         if (options.wantsHelp)
             return options;
@@ -175,6 +197,8 @@ Options Options::parse(int argumentCount, char** arguments)
         fail("one script at most");
     if (optind < argumentCount)
         options.script = arguments[optind];
+    if (options.script == "doctor" && !std::filesystem::exists("doctor"))
+        fail("\"doctor\" stands first: kova-host doctor --data DIR --bundle DIR");
     return options;
 }
 

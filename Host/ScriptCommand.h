@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace kova::host {
 
@@ -17,6 +18,15 @@ class ScriptError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// "a, b, c": what a message about a wrong name says is right.
+template <typename Names> std::string listed(Names&& names)
+{
+    std::string list;
+    for (const auto& name : std::forward<Names>(names))
+        list.append(list.empty() ? "" : ", ").append(name);
+    return list;
+}
 
 class ScriptCommand {
 public:

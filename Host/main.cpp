@@ -30,12 +30,13 @@ namespace {
 using namespace kova;
 using namespace kova::host;
 
+constexpr int unwrittenStatus = 1;
 constexpr int usageStatus = 2;
 
-int fail(const std::string& message)
+int fail(const std::string& message, int status = usageStatus)
 {
     std::fprintf(stderr, "kova-host: %s\n", message.c_str());
-    return usageStatus;
+    return status;
 }
 
 // Opens the script; -1 when there is none. Opening a pipe without a writer must not hang: the reader waits for it, and
@@ -49,6 +50,25 @@ int openScript(const Options& options)
     if (script < 0)
         throw std::system_error {errno, std::generic_category(), "cannot read " + name};
     return script;
+}
+
+// Throws std::system_error.
+void prepareFolders(const Options& options)
+{
+    std::error_code failure;
+    if (options.screenshots)
+        std::filesystem::create_directories(*options.screenshots, failure);
+    if (failure)
+        throw std::system_error {failure, "cannot make the folder " + options.screenshots->string()};
+    if (const std::filesystem::directory_iterator payloads {options.payloads, failure};
+        !options.payloads.empty() && failure)
+        throw std::system_error {failure, "cannot read the folder " + options.payloads.string()};
+}
+
+// Whether all that was asked for has reached standard output; a full disk shows at the latest here.
+bool isWritten()
+{
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
 // The shop's buttons run their script lines here, since some of them wait for the main queue.
@@ -90,8 +110,7 @@ int run(const Options& options, const Interruption& interruption)
 {
     const int script = openScript(options);
     Answers answers {options.answers};
-    if (options.screenshots)
-        std::filesystem::create_directories(*options.screenshots);
+    prepareFolders(options);
 
     const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
     LinuxPlatform platform {{
@@ -171,11 +190,14 @@ int main(int argumentCount, char** arguments)
     const Interruption interruption;
     try {
         const auto options = Options::parse(argumentCount, arguments);
-        if (options.wantsHelp) {
+        if (!options.wantsHelp && !options.doctor)
+            return run(options, interruption);
+        int status = 0;
+        if (options.wantsHelp)
             std::fputs(helpText().c_str(), stdout);
-            return 0;
-        }
-        return options.doctor ? runDoctor(options, interruption.token()) : run(options, interruption);
+        else
+            status = runDoctor(options, interruption.token());
+        return isWritten() ? status : fail("not all could be written to standard output", unwrittenStatus);
     } catch (const std::exception& failure) {
         return fail(failure.what());
     }

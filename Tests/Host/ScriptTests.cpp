@@ -69,8 +69,10 @@ TEST(ScriptTest, AWrongLineIsSaidWithItsPlaceAndEndsTheScript)
         {R"({"do":"settle","seconds":-1})", "\"seconds\" must be between"},
         {R"({"do":"start","launchOptions":[]})", "\"launchOptions\" must be an object"},
         {R"({"do":"defaults-set","key":"a","file":"/nowhere/at/all"})", "cannot read /nowhere/at/all"},
-        {R"({"do":"event","kind":"Event","type":"search"})", "unknown kind"},
-        {R"({"do":"event","kind":"SearchEvent","type":"Search"})", "unknown type"},
+        {R"({"do":"event","kind":"Event","type":"search"})",
+            "unknown kind \"Event\", not one of ButtonEvent, CartEvent, "},
+        {R"({"do":"event","kind":"SearchEvent","type":"Search"})",
+            "unknown type \"Search\", not one of button_click, "},
         {R"({"do":"event","kind":"SearchEvent","type":"search","metrics":{"a":"b"}})", "must be a number"},
         {R"({"do":"event","kind":"SearchEvent","type":"search","attributes":{"a":1}})", "must be a text"},
         {R"({"do":"network","status":"5g"})", "\"wifi\", \"wwan\" or \"offline\""},
@@ -81,7 +83,7 @@ TEST(ScriptTest, AWrongLineIsSaidWithItsPlaceAndEndsTheScript)
         {centre + R"({"do":"select","row":0})", "select: there is no row 0, the list has 0"},
         {centre + R"({"do":"select","row":"0"})", "select: the field \"row\" must be a whole number"},
         {centre + R"({"do":"centre","action":"open"})", "centre: the centre is open already"},
-        {R"({"do":"restyle","property":"navcolor","rgba":[0,0,0,1]})", "there is no property \"navcolor\""},
+        {R"({"do":"restyle","property":"navcolor","rgba":[0,0,0,1]})", "there is no property \"navcolor\", but "},
         {R"({"do":"restyle","property":"navColor","rgba":[0,0,1]})", "must be a list of 4 numbers"},
         {R"({"do":"restyle","property":"navColor","rgba":[0,0,0,255]})", "must be four numbers from 0 to 1"},
         {R"({"do":"badge","action":"set"})", "must be \"add\", \"update\" or \"remove\""},
@@ -177,7 +179,13 @@ TEST(ScriptTest, TheCommandLineIsChecked)
 {
     const std::vector<std::string> enough {"--data", "a", "--bundle", "b"};
     const std::pair<std::vector<std::string>, const char*> rows[] {
-        {{"--wings", "c"}, "unknown option"},
+        {{"--wings", "c"}, "unknown option --wings"},
+        {{"-xy"}, "unknown option -x"},
+        {{"--window=yes"}, "--window takes no value"},
+        {{"--p"}, "--p is ambiguous: --payloads or --pause"},
+        {{"doctor"}, "\"doctor\" stands first"},
+        {{"--window", "--screenshot", "/dev/null"}, "cannot make the folder /dev/null: "},
+        {{"--window", "--payloads", "/nowhere/at/all"}, "cannot read the folder /nowhere/at/all: "},
         {{"--network", "paper"}, "--network is"},
         {{"--screenshot", "/tmp"}, "--screenshot needs --window"},
         {{"--pause", "61"}, "--pause takes a number of seconds from 0 to 60"},
@@ -194,6 +202,8 @@ TEST(ScriptTest, TheCommandLineIsChecked)
         EXPECT_TRUE(host.standardError().starts_with("kova-host: ")) << host.standardError();
         return host.standardError();
     };
+    Process unwritten {{.executable = "/bin/sh", .arguments = {"-c", KOVA_BIN_DIR "/kova-host --help >/dev/full"}}};
+    EXPECT_EQ(unwritten.wait(), (ProcessEnd {.exitStatus = 1}));
     EXPECT_THAT(refusal({}), HasSubstr("--data is missing"));
     EXPECT_THAT(refusal({"--data", "a"}), HasSubstr("--bundle is missing"));
     for (const auto& [more, message] : rows) {
