@@ -63,7 +63,8 @@ Try it, with kova-collector --port 8080 in another terminal:
 
 A script has one JSON object a line, with "do" and the fields of that command.
 Blank lines and lines that begin with # are skipped. Answers are JSON objects,
-one a line. Fields in [brackets] may be left out. Commands:
+one a line. Of a command that takes over a second a line on standard error tells
+each second. Fields in [brackets] may be left out. Commands:
 
 )";
 

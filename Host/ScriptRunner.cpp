@@ -1,5 +1,6 @@
 #include "Host/ScriptRunner.h"
 
+#include "Host/Progress.h"
 #include "Platform/Foundation/Description.h"
 #include "Platform/Foundation/DispatchQueue.h"
 
@@ -62,6 +63,7 @@ void runLine(const std::string& line, HostContext& context)
     const auto known = std::ranges::find(hostCommands(), command.name(), &HostCommand::name);
     if (known == hostCommands().end())
         throw ScriptError {"unknown command \"" + singleLine(command.name()) + "\" (kova-host --help lists all)"};
+    const Progress progress {command.name()};
     if (known->place == HostCommand::Place::ScriptThread) {
         known->run(command, context);
         return;
@@ -93,6 +95,7 @@ ScriptOutcome runScript(const std::string& name, LineReader& lines, HostContext&
         }
     }
     try {
+        const Progress progress {"settle at the end"};
         settle(context, defaultSettleSeconds);
     } catch (const NotSettled& failure) {
         if (outcome == ScriptOutcome::Done)

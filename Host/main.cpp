@@ -7,6 +7,7 @@
 #include "Host/Interruption.h"
 #include "Host/LogTee.h"
 #include "Host/Options.h"
+#include "Host/Progress.h"
 #include "Host/ScriptRunner.h"
 #include "Platform/Foundation/Description.h"
 #include "Platform/Foundation/DispatchQueue.h"
@@ -113,6 +114,8 @@ int run(const Options& options, const Interruption& interruption)
     prepareFolders(options);
 
     const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
+    // Which waits for another process that holds the store's lock.
+    std::optional<Progress> opening {std::in_place, "opening the store"};
     LinuxPlatform platform {{
         .bundleIdentifier = "kova-host",
         .bundleFolder = options.bundle,
@@ -121,6 +124,7 @@ int run(const Options& options, const Interruption& interruption)
         .mainLoop = MainLoop::Host,
         .reachability = network,
     }};
+    opening.reset();
     const auto vendor = std::make_shared<SimulatedOneSignal>();
     OneSignal::setShared(vendor);
     const auto geofencing = std::make_shared<SimulatedPlotProjects>();

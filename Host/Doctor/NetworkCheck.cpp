@@ -1,6 +1,6 @@
 #include "Host/Doctor/NetworkCheck.h"
 
-#include "Host/Doctor/Patience.h"
+#include "Host/Patience.h"
 #include "Platform/Linux/HostName.h"
 #include "Platform/Linux/HostResolver.h"
 #include "Platform/Linux/NetworkReachabilityLinux.h"

@@ -1,6 +1,6 @@
 #include "Host/Doctor/ServiceCheck.h"
 
-#include "Host/Doctor/Patience.h"
+#include "Host/Patience.h"
 #include "Platform/Foundation/Date.h"
 #include "Platform/Libraries/URLSessionCurl.h"
 #include "Platform/Linux/HostName.h"

@@ -1,17 +1,23 @@
 // What kova-host makes of scripts, right and wrong ones.
 
 #include "Tests/Host/HostRun.h"
+#include "Tests/Support/FileDescriptor.h"
 #include "Tests/Support/LoopbackServer.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
+#include <chrono>
 #include <csignal>
+#include <optional>
 
 namespace kova::tests {
 namespace {
 
 using Dictionary = Value::Dictionary;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -173,6 +179,23 @@ TEST(ScriptTest, RequestsInFlightEndWithTheHost)
     host->signal(SIGTERM);
     EXPECT_EQ(interrupted.finish(*host).end, success);
     EXPECT_THAT(interrupted.inboxIds(), ElementsAre("a"));
+}
+
+TEST(ScriptTest, WhatTakesLongIsSaid)
+{
+    LoopbackServer server;
+    server.setDefault(Reply::never());
+    HostFolder folder {server.port()};
+    EXPECT_EQ(folder.run("").end, success);
+    std::optional<FileDescriptor> lock {
+        std::in_place, open((folder.path() / "data/kova-host/defaults.lock").c_str(), O_RDWR | O_CLOEXEC), "open"};
+    ASSERT_EQ(flock(lock->get(), LOCK_EX), 0);
+    const auto host = folder.start(start + pushWithId("a") + command("settle", R"("seconds":2.5)"));
+    while (!host->standardError().contains("kova-host: opening the store: 1 s so far\n"))
+        ASSERT_EQ(host->wait(std::chrono::milliseconds {20}), std::nullopt);
+    lock.reset();
+    EXPECT_EQ(folder.finish(*host).end, ProcessEnd {.exitStatus = 3});
+    EXPECT_THAT(host->standardError(), AllOf(HasSubstr("kova-host: settle: 1 s so far\n"), HasSubstr("settle: 2 s ")));
 }
 
 TEST(ScriptTest, TheCommandLineIsChecked)

@@ -1,4 +1,4 @@
-#include "Host/Doctor/Patience.h"
+#include "Host/Patience.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -6,11 +6,12 @@
 
 namespace kova::host {
 
-Patience::Patience(std::string what, std::chrono::duration<double> longest)
+Patience::Patience(std::string what, std::optional<std::chrono::duration<double>> longest)
     : m_what(std::move(what))
     , m_longest(longest)
-    , m_end(m_begin + std::chrono::duration_cast<Clock::duration>(longest))
 {
+    if (longest)
+        m_end = m_begin + std::chrono::duration_cast<Clock::duration>(*longest);
 }
 
 std::chrono::milliseconds Patience::untilNext() const
@@ -26,7 +27,10 @@ void Patience::sayIfDue()
     if (Clock::now() < m_begin + std::chrono::seconds {m_said + 1} || Clock::now() >= m_end)
         return;
     ++m_said;
-    std::fprintf(stderr, "kova-host: %s: %d of at most %g seconds\n", m_what.c_str(), m_said, m_longest.count());
+    if (m_longest)
+        std::fprintf(stderr, "kova-host: %s: %d of at most %g seconds\n", m_what.c_str(), m_said, m_longest->count());
+    else
+        std::fprintf(stderr, "kova-host: %s: %d s so far\n", m_what.c_str(), m_said);
 }
 
 bool Patience::wait(std::unique_lock<std::mutex>& lock, std::condition_variable_any& changed,

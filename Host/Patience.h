@@ -1,4 +1,4 @@
-// Waiting with a bound, aloud: after each second it is said on standard error what is still waited for.
+// Waiting aloud: after each second it is said on standard error what is still waited for.
 
 #pragma once
 
@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -15,7 +16,8 @@ class Patience {
 public:
     using Clock = std::chrono::steady_clock;
 
-    Patience(std::string what, std::chrono::duration<double> longest);
+    /// Without a longest time it lasts until what is waited for has come.
+    explicit Patience(std::string what, std::optional<std::chrono::duration<double>> longest = {});
 
     /// Waits until `isDone` is true, which is asked with `lock` held, whenever `changed` is notified. False when the
     /// time is over or a stop is requested.
@@ -29,9 +31,9 @@ public:
 
 private:
     std::string m_what;
-    std::chrono::duration<double> m_longest;
+    std::optional<std::chrono::duration<double>> m_longest;
     Clock::time_point m_begin = Clock::now();
-    Clock::time_point m_end;
+    Clock::time_point m_end = Clock::time_point::max();
     int m_said = 0;
 };
 
