@@ -26,8 +26,14 @@ std::expected<CollectorOptions, std::string> CollectorOptions::fromArguments(std
 {
     CollectorOptions options;
     while (!arguments.empty()) {
-        const std::string_view option = arguments.front();
+        // "--port 80" or "--port=80".
+        const std::string_view argument = arguments.front();
+        const auto option = argument.substr(0, argument.find('='));
+        const bool isJoined = option.size() < argument.size();
         arguments = arguments.subspan(1);
+        const bool isFlag = option == "--help" || option == "--drop" || option == "--reset";
+        if (isFlag && isJoined)
+            return std::unexpected {std::string {option} + " takes no value"};
         if (option == "--help") {
             options.help = true;
             continue;
@@ -41,11 +47,11 @@ std::expected<CollectorOptions, std::string> CollectorOptions::fromArguments(std
         }
         const bool isNumber = option == "--port" || option == "--status" || option == "--delay";
         if (!isNumber && option != "--log")
-            return std::unexpected {"unknown argument '" + std::string {option} + "'"};
-        if (arguments.empty())
+            return std::unexpected {"unknown argument '" + std::string {argument} + "'"};
+        if (!isJoined && arguments.empty())
             return std::unexpected {std::string {option} + " lacks its value"};
-        const std::string_view value = arguments.front();
-        arguments = arguments.subspan(1);
+        const auto value = isJoined ? argument.substr(option.size() + 1) : std::string_view {arguments.front()};
+        arguments = arguments.subspan(isJoined ? 0 : 1);
         if (option == "--log") {
             options.logFile = value;
             continue;
@@ -104,8 +110,8 @@ the answer leaves. Its keys:
   bodyBase64  the exact bytes, only when the body is not UTF-8
 
 SIGTERM and SIGINT end the program at once, also while answers are delayed.
-Exit status: 0 after such a signal, 1 when the service cannot run, 2 when an
-argument is wrong or FILE cannot be opened.
+Exit status: 0 after such a signal, 1 when the service cannot run or the output
+cannot be written, 2 when an argument is wrong or FILE cannot be opened.
 )";
 }
 

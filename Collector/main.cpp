@@ -35,7 +35,7 @@ int main(int count, char** arguments)
         return fail(usageError, options.error() + " (see kova-collector --help)");
     if (options->help) {
         std::cout << helpText() << std::flush;
-        return EXIT_SUCCESS;
+        return std::cout ? EXIT_SUCCESS : fail(EXIT_FAILURE, "not all could be written to standard output");
     }
 
     // Blocked before any thread begins, so that only the one that waits for them takes them.

@@ -156,7 +156,7 @@ TEST(CollectorTest, WaitsBeforeItAnswersButNotBeforeItEnds)
 {
     {
         constexpr std::chrono::milliseconds delay {150};
-        Collector collector {{"--delay", std::to_string(delay.count())}};
+        Collector collector {{"--delay=" + std::to_string(delay.count())}};
         HTTPConnection connection {collector.port()};
         const auto begin = std::chrono::steady_clock::now();
         connection.send(httpRequest("POST", "/v2/"));
@@ -301,6 +301,8 @@ TEST(CollectorTest, RefusesWhatItCannotDo)
         {{"--status", "99"}, 2, "--status"},
         {{"--delay", "-5"}, 2, "--delay"},
         {{"--drop", "--reset"}, 2, "--reset"},
+        {{"--drop=now"}, 2, "--drop takes no value"},
+        {{"--status=99"}, 2, "--status takes"},
         {{"--verbose"}, 2, "--verbose"},
         {{"leftover"}, 2, "leftover"},
         {{"--port", taken}, 1, "Address already in use"},
