@@ -63,8 +63,8 @@ Try it, with kova-collector --port 8080 in another terminal:
 
 A script has one JSON object a line, with "do" and the fields of that command.
 Blank lines and lines that begin with # are skipped. Answers are JSON objects,
-one a line. Of a command that takes over a second a line on standard error tells
-each second. Fields in [brackets] may be left out. Commands:
+one a line. On a terminal it is said each second what still goes on. Fields in
+[brackets] may be left out. Commands:
 
 )";
 

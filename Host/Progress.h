@@ -1,4 +1,6 @@
 // Says on standard error that something is still under way: after the first second of its life, and after each more.
+//
+// Only to somebody who looks on, at a terminal: a program that reads standard error finds the answers there.
 
 #pragma once
 

@@ -22,17 +22,6 @@ std::vector<std::string> linesOf(const std::string& text)
     return lines;
 }
 
-// On a slow machine any command may take so long that the host says so.
-std::string withoutProgress(const std::string& errors)
-{
-    std::string rest;
-    for (const auto& line : linesOf(errors)) {
-        if (!line.starts_with("kova-host: ") || !line.ends_with(" s so far"))
-            rest += line + "\n";
-    }
-    return rest;
-}
-
 } // namespace
 
 std::size_t HostResult::count(std::string_view line) const
@@ -61,8 +50,7 @@ std::unique_ptr<Process> HostFolder::start(const std::optional<std::string>& scr
 
 HostResult HostFolder::finish(Process& host) const
 {
-    HostResult result {
-        .end = host.wait(), .log = linesOf(host.standardOutput()), .errors = withoutProgress(host.standardError())};
+    HostResult result {.end = host.wait(), .log = linesOf(host.standardOutput()), .errors = host.standardError()};
     std::ifstream answers {path() / "answers"};
     for (std::string line; std::getline(answers, line);) {
         auto answer = JSONSerialization::jsonObject(line);

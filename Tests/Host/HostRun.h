@@ -27,7 +27,6 @@ struct HostResult {
     std::optional<ProcessEnd> end {};
     /// Standard output, line by line.
     std::vector<std::string> log {};
-    /// Standard error, but for what tells of slow commands.
     std::string errors {};
     std::vector<Value> answers {};
 
