@@ -19,7 +19,7 @@ public:
         case URLError::timedOut:
             return "The request timed out";
         case URLError::unsupportedURL:
-            return "The URL cannot be requested: only http and https are supported";
+            return "The request cannot be sent: not an http or https URL, or a header field that is not allowed";
         case URLError::cannotFindHost:
             return "The host name could not be resolved";
         case URLError::cannotConnectToHost:
