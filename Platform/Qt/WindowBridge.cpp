@@ -2,6 +2,7 @@
 #include "Platform/Qt/ItemAnimation_p.h"
 #include "Platform/Qt/ViewLook_p.h"
 #include "Platform/Qt/WindowBridge_p.h"
+#include "Platform/UIKit/UIControl.h"
 
 #include <algorithm>
 #include <utility>
@@ -136,7 +137,6 @@ std::shared_ptr<ViewNode> WindowBridge::enter(UIView& view)
             continue;
         auto node = std::move(*found);
         away->erase(found);
-        ItemAnimation::reset(*node->item);
         node->item->setEnabled(true);
         recall(node);
         return node;
@@ -152,6 +152,8 @@ std::shared_ptr<ViewNode> WindowBridge::enter(UIView& view)
 void WindowBridge::recall(const std::shared_ptr<ViewNode>& node)
 {
     auto* const view = node->view.get();
+    // Also a row that was on its way when its list left.
+    ItemAnimation::reset(*node->item);
     m_nodes[view] = node;
     std::erase_if(node->children, [&](const auto& child) {
         return !child->view || child->view->superview() != view || m_nodes.contains(child->view.get());
@@ -169,6 +171,9 @@ void WindowBridge::forget(const ViewNode& node)
         if (const auto found = m_nodes.find(view); found != m_nodes.end() && found->second.get() == &node)
             m_nodes.erase(found);
         m_tables.forget(*view);
+        // Nobody hears any more that it is let go of.
+        if (auto* control = dynamic_cast<UIControl*>(node.view.get()))
+            control->setHighlighted(false);
     }
     for (const auto& child : node.children)
         forget(*child);

@@ -20,6 +20,8 @@ namespace kova::tests {
 
 namespace {
 
+const QColor deleteColor {255, 59, 48};
+
 std::vector<std::string> titles()
 {
     std::vector<std::string> result;
@@ -223,6 +225,48 @@ TEST(CentreTouchTest, DeletesNoRowWhenTheFingerIsTakenAway)
     ASSERT_TRUE(centre.settle());
     EXPECT_EQ(titles().size(), 3U);
     EXPECT_EQ(CentreWindow::colorAt(centre.look("taken-away"), {385, 100}), QColor(255, 255, 255));
+}
+
+// The list leaves before the row is gone. It is no open row that comes back with it, but the row.
+TEST(CentreTouchTest, BringsARowBackThatWasOnItsWayOut)
+{
+    CentreWindow centre;
+    centre.open(inboxOf(8));
+    const auto row = centre.placeOfRow(3);
+    centre.press({350, row.center().y()}, Hand::Finger);
+    centre.moveTo({40, row.center().y()});
+    centre.release();
+    centre.tapRow(5);
+    ASSERT_EQ(centre.stack().viewControllers().size(), 2U);
+    centre.key(Qt::Key_Escape);
+    const auto image = centre.look("brought-back");
+    EXPECT_FALSE(CentreWindow::hasPixel(image, row, [](QColor color) { return color == deleteColor; }));
+    centre.tapRow(3);
+    EXPECT_EQ(centre.stack().viewControllers().size(), 2U) << "a tap reads it";
+    EXPECT_EQ(titles().size(), 8U) << "and deletes nothing";
+}
+
+// The bar's button is the same one each time.
+TEST(CentreTouchTest, HoldsNoButtonDownThatHasLeft)
+{
+    CentreWindow centre;
+    centre.open(inboxOf(3));
+    centre.tapRow(0);
+    for (const auto hand : {Hand::Mouse, Hand::Finger}) {
+        for (const bool isHeld : {false, true}) {
+            SCOPED_TRACE(std::string {isHeld ? "left by a key while it is held" : "tapped"}
+                + (hand == Hand::Finger ? ", finger" : ", mouse"));
+            ASSERT_EQ(centre.stack().viewControllers().size(), 2U);
+            centre.press(centre.place(*centre.button("Voltar")).center(), hand);
+            EXPECT_TRUE(centre.button("Voltar")->isHighlighted());
+            if (isHeld)
+                centre.key(Qt::Key_Escape);
+            centre.release();
+            ASSERT_TRUE(centre.settle());
+            centre.tapRow(1);
+            EXPECT_FALSE(centre.button("Voltar")->isHighlighted());
+        }
+    }
 }
 
 } // namespace kova::tests
