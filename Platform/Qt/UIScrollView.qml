@@ -8,6 +8,8 @@ UIView {
     container: flickable.contentItem
     // Setting it stops what moves, so it is not set to what it is.
     onScrollRequested: (contentY) => { if (flickable.contentY !== contentY) flickable.contentY = contentY }
+    // It has to be told: it would wait for ever to be let go of by a hand that caught it.
+    onHandTaken: { flickable.interactive = false; flickable.interactive = true }
 
     Flickable {
         id: flickable

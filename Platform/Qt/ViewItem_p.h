@@ -133,6 +133,8 @@ public:
     void setContent(const ViewItemContent& content);
     [[nodiscard]] const ViewItemContent& content() const { return m_content; }
     void setScrollPosition(double contentY) { emit scrollRequested(contentY); }
+    /// What a hand does from now on is no scrolling, though it began as such.
+    void takeHand() { emit handTaken(); }
 
     [[nodiscard]] const QString& text() const { return m_content.text; }
     [[nodiscard]] const QFont& font() const { return m_content.font; }
@@ -181,6 +183,7 @@ signals:
     void contentChanged();
     void shiftChanged();
     void scrollRequested(double contentY);
+    void handTaken();
 
 protected:
     QSGNode* updatePaintNode(QSGNode* before, UpdatePaintNodeData* data) override;

@@ -99,9 +99,16 @@ void WindowBridge::itemDragged(ViewItem& item, DragPhase phase, double distance)
         return;
     }
     const auto cell = cellNodeOf(item);
-    // One that may not be deleted does not move at all.
-    if (!cell || (phase == DragPhase::Began && !tableOf(*cell->view.get())->userMayEditRow({.row = cell->row})))
+    if (!cell)
         return;
+    if (phase == DragPhase::Began) {
+        auto& table = *tableOf(*cell->view.get());
+        if (const auto list = nodeOf(table))
+            list->item->takeHand();
+        // One that may not be deleted does not move at all.
+        if (!table.userMayEditRow({.row = cell->row}))
+            return;
+    }
     m_swipe.drag(cell, phase, distance, [this, node = std::weak_ptr {cell}] {
         if (const auto row = node.lock())
             itemDeleteTapped(*row->item);

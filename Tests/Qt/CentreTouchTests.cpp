@@ -215,6 +215,27 @@ TEST(CentreTouchTest, SwipesRowsAway)
     }
 }
 
+// The hand catches the list, and then moves a row.
+TEST(CentreTouchTest, SwipesARowOfAListThatMoves)
+{
+    for (const auto hand : {Hand::Mouse, Hand::Finger}) {
+        SCOPED_TRACE(hand == Hand::Finger ? "finger" : "mouse");
+        CentreWindow centre;
+        centre.open(inboxOf(30));
+        centre.press({195, 700}, hand);
+        centre.moveTo({195, 300});
+        centre.release();
+        const double letGo = centre.table().contentOffset().y;
+        // A machine that is busy may see the hand stop first.
+        ASSERT_TRUE(eventually([&] { return centre.table().contentOffset().y > letGo || centre.screen->isAtRest(); }));
+        centre.drag({380, 400}, {260, 400}, hand);
+        const QRectF right {380, 395, 10, 10};
+        const auto isRed = [](QColor color) { return color == deleteColor; };
+        EXPECT_TRUE(CentreWindow::hasPixel(centre.look("swiped-in-motion"), right, isRed));
+        EXPECT_EQ(titles().size(), 30U);
+    }
+}
+
 TEST(CentreTouchTest, DeletesNoRowWhenTheFingerIsTakenAway)
 {
     CentreWindow centre;
