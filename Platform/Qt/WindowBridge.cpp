@@ -4,10 +4,28 @@
 #include "Platform/Qt/WindowBridge_p.h"
 #include "Platform/UIKit/UIControl.h"
 
+#include <QQuickWindow>
+#include <QSGRendererInterface>
 #include <algorithm>
 #include <utility>
 
 namespace kova {
+
+namespace {
+
+// Where something moves without end, Qt's software renderer leaves pieces of what has moved away.
+void drawAnew(QQuickItem& item)
+{
+    const auto* window = item.window();
+    if (!window || window->rendererInterface()->graphicsApi() != QSGRendererInterface::Software)
+        return;
+    // Too little to be seen, and all is drawn; then once more, as it is.
+    constexpr double nearlyOpaque = 0.999;
+    item.setOpacity(nearlyOpaque);
+    QMetaObject::invokeMethod(&item, [&item] { item.setOpacity(1); }, Qt::QueuedConnection);
+}
+
+} // namespace
 
 WindowBridge::WindowBridge(UIWindow& window, QQuickItem& area, std::function<void()> wake)
     : m_window(window)
@@ -283,6 +301,7 @@ void WindowBridge::sweep()
             continue;
         m_left.push_back(std::move(*found));
         m_ghosts.erase(found);
+        drawAnew(*m_root->item);
     }
     for (auto& node : std::exchange(m_left, {})) {
         if (std::ranges::find(m_ghosts, node) != m_ghosts.end())

@@ -293,7 +293,7 @@ TEST(DoctorTest, FindsWhatIsWrongWithTheWebServices)
         EXPECT_THAT(findings.report, HasSubstr(finding));
     }
     for (const auto& [base, finding] : {std::pair {"http://127.0.0.1:9", "refused the connection"},
-             std::pair {"paper", "The URL cannot be requested"}, std::pair {"a b", "this is no URL"}}) {
+             std::pair {"paper", "not an http or https URL"}, std::pair {"a b", "this is no URL"}}) {
         Patient patient;
         patient.services = base;
         EXPECT_THAT(patient.examine().report, HasSubstr(finding));

@@ -5,6 +5,7 @@
 #include "KovaSDK/Push/Central/CentralLayout.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
 #include "Tests/Qt/CentreWindow.h"
+#include "Tests/Qt/DesktopRecorder.h"
 
 #include <gtest/gtest.h>
 
@@ -65,6 +66,28 @@ TEST(CentrePixelTest, ListIsAsTheNumbersSay)
     EXPECT_EQ(CentreWindow::colorAt(image, marker), green);
     // None on the third row, which has been read.
     EXPECT_EQ(CentreWindow::colorAt(image, marker + QPointF {0, 160}), cell);
+}
+
+// Beside a wheel that turns without end, for a picture that cannot come.
+TEST(CentrePixelTest, WhatHasLeftLeavesNothingBehind)
+{
+    const DesktopRecorder desktop;
+    CentreWindow centre;
+    auto inbox = inboxOf(1);
+    inbox[0].launchURL = "https://loja.example/a";
+    inbox[0].att = "";
+    centre.open(inbox);
+    centre.tapRow(0);
+    const auto besideTheWheel = [&centre](const char* name) {
+        const auto image = centre.look(name);
+        return image.copy(0, 0, image.width() / 3, image.height());
+    };
+    const auto before = besideTheWheel("detail");
+    for (int round = 0; round < 6; ++round) {
+        centre.tap(*centre.button("Abrir link"));
+        centre.tap(*centre.button("OK"));
+        ASSERT_EQ(besideTheWheel("detail-again"), before) << "round " << round;
+    }
 }
 
 TEST(CentrePixelTest, BadgesAreRound)
