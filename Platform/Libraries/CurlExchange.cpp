@@ -17,7 +17,6 @@ namespace {
 constexpr std::size_t largestBody = 32 * 1024 * 1024;
 constexpr std::size_t largestHeaders = 1024 * 1024;
 constexpr long mostRedirects = 5;
-constexpr std::string_view httpPrefix = "HTTP/";
 /// Servers and the boxes between drop a silent connection after a minute or so, and not all of them say it.
 constexpr long oldestIdleConnection = 55;
 
@@ -224,8 +223,7 @@ bool CurlExchange::receiveHeaderLine(std::string_view line)
     if (!m_inHead) {
         // A redirect, or an interim reply, is followed by another head; anything else here comes after the body.
         // In any case of its letters, as curl takes it.
-        if (line.size() >= httpPrefix.size()
-            && curl_strnequal(line.data(), httpPrefix.data(), httpPrefix.size()) != 0) {
+        if (curl_strequal(std::string {line.substr(0, 5)}.c_str(), "HTTP/") != 0) {
             m_inHead = true;
             m_fields.clear();
             m_lastField = m_fields.end();
