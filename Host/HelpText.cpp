@@ -72,7 +72,8 @@ constexpr const char* ending = R"(
 Exit status:
   0  the script ran and everything settled, or SIGINT or SIGTERM ended it;
      doctor: everything is fine
-  1  doctor: something is wrong; or the output could not be written
+  1  doctor: something is wrong; doctor and --help: the output could not be
+     written
   2  the command line or a line of the script is wrong, said as
      SCRIPT:LINE: message
   3  something did not settle in time
