@@ -57,7 +57,7 @@ For the doctor:
 
 Try it, with kova-collector --port 8080 in another terminal:
 
-  echo '{"do":"start"}' | kova-host --data /tmp/kova \
+  echo '{"do":"start"}' | kova-host --data ~/.kova-trial \
       --bundle RESOURCES \
       --events-url http://127.0.0.1:8080/v2/
 
@@ -77,6 +77,8 @@ Exit status:
   2  the command line or a line of the script is wrong, said as
      SCRIPT:LINE: message
   3  something did not settle in time
+  4  pushes, events or changes of the inbox could not be stored and are lost,
+     as the last line of the store says
 What the SDK treats as the host's programming error ends the process by abort.
 )";
 

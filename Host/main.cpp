@@ -33,6 +33,7 @@ using namespace kova::host;
 
 constexpr int unwrittenStatus = 1;
 constexpr int usageStatus = 2;
+constexpr int lossStatus = 4;
 
 int fail(const std::string& message, int status = usageStatus)
 {
@@ -107,24 +108,9 @@ private:
     std::shared_ptr<DispatchQueue> m_queue = DispatchQueue::create("shop");
 };
 
-int run(const Options& options, const Interruption& interruption)
+ScriptOutcome play(const Options& options, const Interruption& interruption, int script, Answers& answers,
+    LinuxPlatform& platform, SimulatedNetwork* network)
 {
-    const int script = openScript(options);
-    Answers answers {options.answers};
-    prepareFolders(options);
-
-    const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
-    // Which waits for another process that holds the store's lock.
-    std::optional<Progress> opening {std::in_place, "opening the store"};
-    LinuxPlatform platform {{
-        .bundleIdentifier = "kova-host",
-        .bundleFolder = options.bundle,
-        .dataFolder = options.data,
-        .serviceAddresses = options.serviceAddresses(),
-        .mainLoop = MainLoop::Host,
-        .reachability = network,
-    }};
-    opening.reset();
     const auto vendor = std::make_shared<SimulatedOneSignal>();
     OneSignal::setShared(vendor);
     const auto geofencing = std::make_shared<SimulatedPlotProjects>();
@@ -135,7 +121,7 @@ int run(const Options& options, const Interruption& interruption)
     const auto screen = std::make_shared<HostScreen>(options.payloads);
     const auto window = options.window ? openDrawnWindow(screen, options.screenshots.has_value())
                                        : std::make_unique<HeadlessWindow>(screen);
-    HostContext context {platform, *vendor, *geofencing, *window, network.get(), answers, interruption.token(),
+    HostContext context {platform, *vendor, *geofencing, *window, network, answers, interruption.token(),
         options.screenshots, options.pauseSeconds};
     std::optional<ShopKeeper> shop;
     if (options.window)
@@ -180,9 +166,32 @@ int run(const Options& options, const Interruption& interruption)
     }
     if (scriptThread.joinable())
         scriptThread.join();
+    return outcome;
+}
+
+int run(const Options& options, const Interruption& interruption)
+{
+    const int script = openScript(options);
+    Answers answers {options.answers};
+    prepareFolders(options);
+
+    const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
+    // Opening waits for another process that holds the store's lock.
+    std::optional<Progress> opening {std::in_place, "opening the store"};
+    LinuxPlatform platform {{
+        .bundleIdentifier = "kova-host",
+        .bundleFolder = options.bundle,
+        .dataFolder = options.data,
+        .serviceAddresses = options.serviceAddresses(),
+        .mainLoop = MainLoop::Host,
+        .reachability = network,
+    }};
+    opening.reset();
+    const auto outcome = play(options, interruption, script, answers, platform, network.get());
     if (script >= 0)
         close(script);
-    return static_cast<int>(outcome);
+    const auto lost = platform.end();
+    return outcome == ScriptOutcome::Done && lost > 0 ? lossStatus : static_cast<int>(outcome);
 }
 
 } // namespace

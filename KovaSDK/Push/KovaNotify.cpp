@@ -28,9 +28,8 @@ void handleReceived(const std::shared_ptr<const OSNotification>& notification)
     if (auto body = metrics.getJson(*payload.notificationID))
         metrics.post(*std::move(body), [](const auto&) { });
 
-    auto buffer = NotificationStorage::buffer();
-    buffer.emplace(buffer.begin(), payload);
-    NotificationStorage::setBuffer(buffer);
+    NotificationStorage::update([record = KovaNotification {payload}](
+                                    std::vector<KovaNotification>& buffer) { buffer.insert(buffer.begin(), record); });
     NotificationCenter::default_().post({.name = NotificationName::didReceivedNotification});
     print("Notification from storage :", description(NotificationStorage::buffer()));
 }

@@ -10,17 +10,17 @@
 
 namespace kova {
 
-FolderLock::FolderLock(const std::filesystem::path& file, const Patience& patience)
-    : m_descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+FolderLock::FolderLock(const std::filesystem::path& file, const BusyTimeout& timeout)
+    : m_descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600))
 {
     // A lock on a file cannot be waited for with a bound, so it is tried again and again.
     constexpr std::chrono::milliseconds pause {5};
-    // Whatever the process's mask has taken away.
+    // Undoes what the process's file mode mask has taken away.
     if (m_descriptor >= 0)
         fchmod(m_descriptor, S_IRUSR | S_IWUSR);
-    const auto began = Patience::Clock::now();
-    while (m_descriptor >= 0 && flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || !patience.lastsSince(began))
+    while (m_descriptor >= 0 && !m_isHeld) {
+        m_isHeld = flock(m_descriptor, LOCK_EX | LOCK_NB) == 0;
+        if (m_isHeld || (errno != EWOULDBLOCK && errno != EINTR) || timeout.isOver())
             return;
         std::this_thread::sleep_for(pause);
     }
@@ -30,6 +30,22 @@ FolderLock::~FolderLock()
 {
     if (m_descriptor >= 0)
         close(m_descriptor);
+}
+
+std::optional<FolderLock::Stamp> FolderLock::stamp() const
+{
+    Stamp stamp;
+    if (!m_isHeld || pread(m_descriptor, &stamp, sizeof stamp, 0) != sizeof stamp || stamp == Stamp {})
+        return std::nullopt;
+    return stamp;
+}
+
+void FolderLock::setStamp(std::optional<Stamp> stamp) const
+{
+    const auto written = stamp.value_or(Stamp {});
+    // A stamp that cannot be written is cleared: an outdated one would be taken for a stranger's change.
+    if (m_isHeld && pwrite(m_descriptor, &written, sizeof written, 0) != sizeof written)
+        static_cast<void>(ftruncate(m_descriptor, 0));
 }
 
 } // namespace kova

@@ -1,5 +1,7 @@
 #include "Platform/Libraries/SQLiteDatabase.h"
 
+#include "Platform/Libraries/StoreVFS.h"
+
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -66,9 +68,10 @@ bool SQLiteFailure::isCut() const
     return m_code == SQLITE_IOERR_SHORT_READ;
 }
 
-bool SQLiteFailure::isForWantOfRoom() const
+bool SQLiteFailure::isDiskFull() const
 {
-    return (m_code & 0xFF) == SQLITE_FULL || m_systemError == ENOSPC || m_systemError == EDQUOT;
+    return (m_code & 0xFF) == SQLITE_FULL || m_code == SQLITE_IOERR_SHMMAP || m_systemError == ENOSPC
+        || m_systemError == EDQUOT;
 }
 
 SQLiteFailure SQLiteFailure::damage(const std::string& message)
@@ -154,12 +157,25 @@ void SQLiteDatabase::Closer::operator()(sqlite3* database) const
     sqlite3_close_v2(database);
 }
 
-SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::shared_ptr<const Patience> patience, Mode mode)
-    : m_wait(std::make_unique<Wait>(std::move(patience)))
+SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::shared_ptr<const BusyTimeout> timeout, Mode mode)
+    : SQLiteDatabase(file, mode, Wait {.timeout = std::move(timeout)})
+{
+}
+
+SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout, Mode mode)
+    : SQLiteDatabase(file, mode, [busyTimeout] {
+        auto timeout = std::make_shared<BusyTimeout>(busyTimeout);
+        return Wait {.timeout = timeout, .ownTimeout = timeout};
+    }())
+{
+}
+
+SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, Mode mode, Wait wait)
+    : m_wait(std::make_unique<Wait>(std::move(wait)))
 {
     // The connection is used by one thread at a time, so SQLite's own locking would be paid for nothing.
     int flags = SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
-    std::string name = file.empty() ? ":memory:" : file.string();
+    std::string name = file.string();
     bool readsLog = false;
     if (mode == Mode::OnlyRead) {
         // A file that nobody can write needs no index of its log but one in memory, which SQLite only makes for a
@@ -178,24 +194,27 @@ SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, std::shared_pt
         flags |= SQLITE_OPEN_READWRITE | (mode == Mode::Create ? SQLITE_OPEN_CREATE : 0);
     }
     sqlite3* database = nullptr;
-    const int code = sqlite3_open_v2(name.c_str(), &database, flags, nullptr);
+    const int code = sqlite3_open_v2(name.c_str(), &database, flags, storeVFS());
     m_database.reset(database);
     if (code != SQLITE_OK)
         throw failure(code, database);
     sqlite3_busy_handler(database, &goOnWaiting, m_wait.get());
+    // Temporary files would stand outside the store's private folder.
+    execute("PRAGMA temp_store = MEMORY");
     if (readsLog)
         execute("PRAGMA locking_mode = EXCLUSIVE");
 }
 
 int SQLiteDatabase::goOnWaiting(void* wait, int earlierCalls)
 {
-    constexpr int longestPauseMs = 20;
+    constexpr std::chrono::microseconds shortestPause {100};
+    constexpr int doublings = 7;
     auto& self = *static_cast<Wait*>(wait);
-    if (earlierCalls == 0)
-        self.began = Patience::Clock::now();
-    if (!self.patience->lastsSince(self.began))
+    if (earlierCalls == 0 && self.ownTimeout)
+        self.ownTimeout->begin();
+    if (self.timeout->isOver())
         return 0;
-    std::this_thread::sleep_for(std::chrono::milliseconds {std::min(1 + earlierCalls, longestPauseMs)});
+    std::this_thread::sleep_for(shortestPause * (1 << std::min(earlierCalls, doublings)));
     return 1;
 }
 
@@ -206,7 +225,7 @@ void SQLiteDatabase::execute(const char* sql)
         throw failure(code, m_database.get());
 }
 
-void SQLiteDatabase::runKept(std::optional<SQLiteStatement>& statement, std::string_view sql)
+void SQLiteDatabase::runCached(std::optional<SQLiteStatement>& statement, std::string_view sql)
 {
     if (!statement)
         statement = prepare(sql);
@@ -221,6 +240,29 @@ void SQLiteDatabase::rollBack() noexcept
 SQLiteStatement SQLiteDatabase::prepare(std::string_view sql)
 {
     return {*m_database, sql};
+}
+
+std::int64_t SQLiteDatabase::lastInsertedRow() const
+{
+    return sqlite3_last_insert_rowid(m_database.get());
+}
+
+void SQLiteDatabase::readEveryByte()
+{
+    constexpr sqlite3_int64 pieceSize = 65'536;
+    sqlite3_file* file = nullptr;
+    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void*>(&file));
+    if (!file || !file->pMethods)
+        throw SQLiteFailure {SQLITE_CANTOPEN, "there is no file"};
+    sqlite3_int64 size = 0;
+    if (const int code = file->pMethods->xFileSize(file, &size); code != SQLITE_OK)
+        throw failure(code, nullptr);
+    std::string piece(static_cast<std::size_t>(pieceSize), '\0');
+    for (sqlite3_int64 offset = 0; offset < size; offset += pieceSize) {
+        const auto length = static_cast<int>(std::min(pieceSize, size - offset));
+        if (const int code = file->pMethods->xRead(file, piece.data(), length, offset); code != SQLITE_OK)
+            throw failure(code, nullptr);
+    }
 }
 
 bool SQLiteDatabase::isReadOnly() const
@@ -246,6 +288,28 @@ void SQLiteDatabase::checkpoint()
     // A reader in another process that still needs what the log would replace, or another checkpoint under way.
     if (isBusy || statement.integer(2) < frames)
         syncLog();
+}
+
+// The beginning of the index tells SQLite that it is valid, so an index that was cut is emptied whole before it is made
+// long enough again; SQLite then makes it anew from the log. All its locks keep other processes from writing into it.
+bool SQLiteDatabase::remakeIndex(const std::filesystem::path& index)
+{
+    constexpr std::uintmax_t regionSize = 32'768;
+    sqlite3_file* file = nullptr;
+    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void*>(&file));
+    if (!file || !file->pMethods || file->pMethods->iVersion < 2)
+        return false;
+    while (file->pMethods->xShmLock(file, 0, SQLITE_SHM_NLOCK, SQLITE_SHM_LOCK | SQLITE_SHM_EXCLUSIVE) != SQLITE_OK) {
+        if (m_wait->timeout->isOver())
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds {1});
+    }
+    std::error_code failure;
+    std::filesystem::resize_file(index, 0, failure);
+    if (!failure)
+        std::filesystem::resize_file(index, regionSize, failure);
+    file->pMethods->xShmLock(file, 0, SQLITE_SHM_NLOCK, SQLITE_SHM_UNLOCK | SQLITE_SHM_EXCLUSIVE);
+    return !failure;
 }
 
 void SQLiteDatabase::syncLog()

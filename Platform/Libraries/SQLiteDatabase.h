@@ -5,7 +5,7 @@
 
 #pragma once
 
-#include "Platform/Libraries/Patience.h"
+#include "Platform/Libraries/BusyTimeout.h"
 
 #include <chrono>
 #include <cstdint>
@@ -29,15 +29,15 @@ public:
     /// For what SQLite itself does not see.
     [[nodiscard]] static SQLiteFailure damage(const std::string& message);
 
-    /// Whether the file's content is at fault, not its surroundings: it is no database, a damaged one, or not one of
-    /// ours.
+    /// Returns true if the file's content is at fault: it is no database, a damaged one, or not one of ours. A read
+    /// error of the system is no damage.
     [[nodiscard]] bool isDamage() const;
 
-    /// Whether a file ended where there should be more of it: somebody else has cut it.
+    /// Returns true if a file ended too early: somebody else has cut it.
     [[nodiscard]] bool isCut() const;
 
-    /// Whether there is no room to write. What is stored may be readable then.
-    [[nodiscard]] bool isForWantOfRoom() const;
+    /// Returns true if there is no room to write. What is stored may be readable then.
+    [[nodiscard]] bool isDiskFull() const;
 
 private:
     int m_code = 0;
@@ -98,28 +98,33 @@ public:
         Unchanged,
     };
 
-    /// Opens a file ("" stands for a private database in memory). Another process that holds a lock is waited for as
-    /// long as patience lasts, here and in every statement.
+    /// Opens a file. Another process that holds a lock is waited for until the time-out is over, here and in every
+    /// statement.
     SQLiteDatabase(
-        const std::filesystem::path& file, std::shared_ptr<const Patience> patience, Mode mode = Mode::Create);
-    SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout, Mode mode = Mode::Create)
-        : SQLiteDatabase(file, std::make_shared<Patience>(busyTimeout), mode)
-    {
-    }
+        const std::filesystem::path& file, std::shared_ptr<const BusyTimeout> timeout, Mode mode = Mode::Create);
+    /// Gives each statement a budget of its own.
+    SQLiteDatabase(const std::filesystem::path& file, std::chrono::milliseconds busyTimeout, Mode mode = Mode::Create);
 
     void execute(const char* sql);
 
     /// Begins a transaction; one for writing takes its lock now, where waiting for another process is possible.
-    void beginReading() { runKept(m_beginReading, "BEGIN"); }
-    void beginWriting() { runKept(m_beginWriting, "BEGIN IMMEDIATE"); }
-    void commit() { runKept(m_commit, "COMMIT"); }
+    void beginReading() { runCached(m_beginReading, "BEGIN"); }
+    void beginWriting() { runCached(m_beginWriting, "BEGIN IMMEDIATE"); }
+    void commit() { runCached(m_commit, "COMMIT"); }
     /// Ends the transaction that is open, if SQLite has not rolled it back by itself.
     void rollBack() noexcept;
 
     [[nodiscard]] SQLiteStatement prepare(std::string_view sql);
 
-    /// Whether the file can only be read.
+    /// The row id of the latest INSERT on this connection.
+    [[nodiscard]] std::int64_t lastInsertedRow() const;
+
+    /// Returns true if the file can only be read.
     [[nodiscard]] bool isReadOnly() const;
+
+    /// Reads every byte of the file, past SQLite's cache; throws what the system answers. A disk that fails shows here;
+    /// wrong content does not.
+    void readEveryByte();
 
     /// Whether closing leaves the write-ahead log and its index beside the file, as evidence of damage, or folds the
     /// log in and deletes both, as it does at first.
@@ -129,22 +134,28 @@ public:
     /// up.
     void checkpoint();
 
+    /// Has the index of the log, which somebody has cut, made anew. False when other processes use it for too long.
+    [[nodiscard]] bool remakeIndex(const std::filesystem::path& index);
+
 private:
     struct Closer {
         void operator()(sqlite3* database) const;
     };
 
-    /// A wait for a lock: whose patience, and since when.
+    /// A wait for a lock.
     struct Wait {
-        std::shared_ptr<const Patience> patience;
-        Patience::Clock::time_point began {};
+        std::shared_ptr<const BusyTimeout> timeout;
+        /// Set when each statement has a budget of its own.
+        std::shared_ptr<BusyTimeout> ownTimeout {};
     };
+
+    SQLiteDatabase(const std::filesystem::path& file, Mode mode, Wait wait);
 
     static int goOnWaiting(void* wait, int earlierCalls);
     void syncLog();
 
-    /// Preparing such a statement costs as much as running it, so each is kept.
-    void runKept(std::optional<SQLiteStatement>& statement, std::string_view sql);
+    /// Preparing such a statement costs as much as running it, so each is prepared once.
+    void runCached(std::optional<SQLiteStatement>& statement, std::string_view sql);
 
     std::unique_ptr<Wait> m_wait;
     std::unique_ptr<sqlite3, Closer> m_database;

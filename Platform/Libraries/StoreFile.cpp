@@ -1,6 +1,6 @@
 #include "Platform/Libraries/StoreFile.h"
 
-#include "Platform/Libraries/FolderLock.h"
+#include "Platform/Libraries/StoreSalvage.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +10,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <ctime>
+#include <stdexcept>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 namespace kova {
@@ -21,9 +23,11 @@ namespace {
 
 // The file itself, its log, and the index of its log.
 constexpr std::array<const char*, 3> suffixes {"", "-wal", "-shm"};
+constexpr std::size_t logIndex = 1;
+constexpr std::size_t shmIndex = 2;
 
 // A new name outlives a power cut only when the folder it stands in was brought to the disk.
-void bringFolderToDisk(const fs::path& folder)
+void syncFolder(const fs::path& folder)
 {
     const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
@@ -32,39 +36,84 @@ void bringFolderToDisk(const fs::path& folder)
     close(descriptor);
 }
 
-// Every part of the path that is missing is made, for the owner alone.
+// Makes every part of the path that is missing, for the owner alone.
 void makePrivateFolder(const fs::path& folder)
 {
-    if (fs::is_directory(folder))
+    if (fs::exists(fs::symlink_status(folder)))
         return;
     if (folder.has_parent_path() && folder.parent_path() != folder)
         makePrivateFolder(folder.parent_path());
     fs::create_directory(folder);
     fs::permissions(folder, fs::perms::owner_all);
-    bringFolderToDisk(folder.parent_path());
+    syncFolder(folder.parent_path());
 }
 
-// Takes away what others may do, and nothing of what the owner has set.
-void makePrivate(const fs::path& path)
+struct Descriptor {
+    ~Descriptor()
+    {
+        if (number >= 0)
+            close(number);
+    }
+    const int number;
+};
+
+// A folder that somebody else has prepared may hold a forged inbox, or links to files that are not ours to change.
+void requireOwnFolder(const fs::path& folder)
 {
-    constexpr auto others = fs::perms::group_all | fs::perms::others_all;
-    if ((fs::status(path).permissions() & others) != fs::perms::none)
-        fs::permissions(path, others, fs::perm_options::remove);
+    const auto refuse = [&](const std::string& why) {
+        throw std::runtime_error {"its folder " + folder.string() + " " + why + ", so the store is not used"};
+    };
+    const Descriptor opened {.number = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)};
+    if (opened.number < 0) {
+        if (fs::is_symlink(fs::symlink_status(folder)))
+            refuse("is a link");
+        throw fs::filesystem_error {"cannot open", folder, std::error_code {errno, std::generic_category()}};
+    }
+    struct stat status {};
+    if (fstat(opened.number, &status) != 0)
+        throw fs::filesystem_error {"cannot look at", folder, std::error_code {errno, std::generic_category()}};
+    if (status.st_uid != geteuid())
+        refuse("belongs to the user " + std::to_string(status.st_uid) + ", not to this one ("
+            + std::to_string(geteuid()) + ")");
+    constexpr mode_t others = S_IRWXG | S_IRWXO;
+    if ((status.st_mode & others) != 0 && fchmod(opened.number, status.st_mode & S_IRWXU) != 0 && errno != EROFS)
+        throw fs::filesystem_error {"cannot make private", folder, std::error_code {errno, std::generic_category()}};
+}
+
+// Only a regular file of our own is opened: a pipe would hang, and a link leads to somebody else's file.
+void requireOwnFile(const fs::path& file)
+{
+    struct stat status {};
+    if (lstat(file.c_str(), &status) != 0) {
+        if (errno == ENOENT)
+            return;
+        throw fs::filesystem_error {"cannot look at", file, std::error_code {errno, std::generic_category()}};
+    }
+    if (!S_ISREG(status.st_mode))
+        throw std::runtime_error {S_ISLNK(status.st_mode) ? "a link stands in its place"
+                : S_ISDIR(status.st_mode)                 ? "a folder stands in its place"
+                                                          : "something else than a file stands in its place"};
+    if (status.st_uid != geteuid())
+        throw std::runtime_error {"it belongs to the user " + std::to_string(status.st_uid) + ", not to this one ("
+            + std::to_string(geteuid()) + ")"};
 }
 
 // SQLite gives the log and the index beside a database the permissions of the database itself.
 void makePrivateFile(const fs::path& file)
 {
+    constexpr mode_t ownersAlone = S_IRUSR | S_IWUSR;
     if (!fs::exists(file)) {
-        constexpr mode_t ownersAlone = S_IRUSR | S_IWUSR;
-        const int created = ::open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, ownersAlone);
-        if (created < 0)
+        const Descriptor created {
+            .number = open(file.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, ownersAlone)};
+        if (created.number < 0)
             throw fs::filesystem_error {"cannot create", file, std::error_code {errno, std::generic_category()}};
-        // Whatever the process's mask has taken away.
-        fchmod(created, ownersAlone);
-        close(created);
+        // Undoes what the process's file mode mask has taken away.
+        fchmod(created.number, ownersAlone);
     }
-    makePrivate(file);
+    // Takes away what others may do, and nothing of what the owner has set.
+    constexpr auto others = fs::perms::group_all | fs::perms::others_all;
+    if ((fs::status(file).permissions() & others) != fs::perms::none)
+        fs::permissions(file, others, fs::perm_options::remove);
 }
 
 // Two that are set aside in one second, or after the clock was set back, get different names.
@@ -84,75 +133,115 @@ fs::path asideName(const fs::path& file)
 
 } // namespace
 
-StoreFile::StoreFile(fs::path folder, std::shared_ptr<const Patience> patience)
+StoreFile::StoreFile(fs::path folder, std::shared_ptr<const BusyTimeout> timeout)
     : m_folder(std::move(folder))
     , m_path(m_folder / "defaults.sqlite")
-    , m_patience(std::move(patience))
+    , m_timeout(std::move(timeout))
 {
 }
 
-std::unique_ptr<StoredValues> StoreFile::open()
+FolderLock StoreFile::lockFolder(const BusyTimeout& timeout) const
+{
+    return {m_folder / "defaults.lock", timeout};
+}
+
+std::unique_ptr<StoreTables> StoreFile::open()
 {
     makePrivateFolder(m_folder);
-    makePrivate(m_folder);
-    const FolderLock lock {m_folder / "defaults.lock", *m_patience};
+    requireOwnFolder(m_folder);
+    const auto lock = lockFolder(*m_timeout);
     try {
-        return openHere();
+        return openHere(lock);
     } catch (const SQLiteFailure& failure) {
         if (!failure.isDamage())
             throw;
     }
-    setAside();
-    return openHere();
+    // A disk that had one bad moment is no damage: the file is read once more, later.
+    requireReadableDisk();
+    try {
+        return openHere(lock);
+    } catch (const SQLiteFailure& failure) {
+        if (!failure.isDamage())
+            throw;
+    }
+    return replaceDamaged(lock);
 }
 
-std::unique_ptr<StoredValues> StoreFile::beginAfresh()
+std::unique_ptr<StoreTables> StoreFile::beginAfresh()
 {
-    const FolderLock lock {m_folder / "defaults.lock", *m_patience};
-    if (m_opened[0] && identityOf(m_path) == m_opened[0])
-        setAside();
-    return openHere();
+    const auto lock = lockFolder(*m_timeout);
+    if (!m_seen[0] || !isOpened(0))
+        return openHere(lock);
+    requireReadableDisk();
+    return replaceDamaged(lock);
 }
 
-std::unique_ptr<StoredValues> StoreFile::openHere()
+std::unique_ptr<StoreTables> StoreFile::openHere(const FolderLock& lock)
 {
+    requireOwnFile(m_path);
     makePrivateFile(m_path);
-    auto store = std::make_unique<StoredValues>(m_path, m_patience);
+    auto tables = std::make_unique<StoreTables>(m_path, m_timeout);
     for (std::size_t index = 0; index < suffixes.size(); ++index)
-        m_opened[index] = identityOf(m_path.string() + suffixes[index]);
-    m_longest = 0;
-    noteLength();
-    return store;
+        m_seen[index] = stateOf(m_path.string() + suffixes[index]);
+    m_hasLog = tables->hasLog();
+    lock.setStamp(m_seen[0] ? std::optional {m_seen[0]->stamp} : std::nullopt);
+    return tables;
 }
 
-std::unique_ptr<StoredValues> StoreFile::openToReadOnly() const
+std::unique_ptr<StoreTables> StoreFile::replaceDamaged(const FolderLock& lock)
 {
+    const auto aside = setAside();
+    auto tables = openHere(lock);
+    const auto saved = salvage(aside, *tables, m_timeout);
+    if (saved.empty())
+        say("is damaged; it was set aside as " + aside.string()
+            + " and an empty one begun: nothing could be read of it");
+    else
+        say("is damaged; it was set aside as " + aside.string()
+            + " and a fresh one begun with what could be read: " + saved);
+    return tables;
+}
+
+// A disk that fails is no damage: throws the system's error when any byte cannot be read.
+void StoreFile::requireReadableDisk() const
+{
+    constexpr std::chrono::milliseconds pause {100};
+    std::this_thread::sleep_for(pause);
+    requireOwnFile(m_path);
+    SQLiteDatabase database {m_path, m_timeout, SQLiteDatabase::Mode::Existing};
+    database.keepLogOnClose(true);
+    database.readEveryByte();
+}
+
+std::unique_ptr<StoreTables> StoreFile::openReadOnly() const
+{
+    requireOwnFolder(m_folder);
+    requireOwnFile(m_path);
     std::error_code failure;
     const auto size = fs::file_size(m_path, failure);
-    const bool isMissing = failure == std::errc::no_such_file_or_directory || failure == std::errc::not_a_directory;
-    if (isMissing || (!failure && size == 0))
-        return std::make_unique<StoredValues>(fs::path {}, m_patience);
-    return std::make_unique<StoredValues>(m_path, m_patience, SQLiteDatabase::Mode::OnlyRead);
+    if (failure == std::errc::no_such_file_or_directory || (!failure && size == 0))
+        return nullptr;
+    return std::make_unique<StoreTables>(m_path, m_timeout, SQLiteDatabase::Mode::OnlyRead);
 }
 
-bool StoreFile::isForWantOfRoom(const std::exception& failure)
+bool StoreFile::isDiskFull(const std::exception& failure)
 {
-    // What is no failure of SQLite's comes from making the folder or the file.
     if (const auto* ofDatabase = dynamic_cast<const SQLiteFailure*>(&failure))
-        return ofDatabase->isForWantOfRoom();
-    return dynamic_cast<const fs::filesystem_error*>(&failure) != nullptr;
+        return ofDatabase->isDiskFull();
+    const auto* ofFile = dynamic_cast<const fs::filesystem_error*>(&failure);
+    return ofFile && (ofFile->code().value() == ENOSPC || ofFile->code().value() == EDQUOT);
 }
 
 std::string StoreFile::whyReadOnly() const
 {
     for (const auto& path : {m_path, m_folder}) {
-        if (access(path.c_str(), W_OK) != 0 && errno != ENOENT && errno != ENOTDIR)
+        if (access(path.c_str(), W_OK) != 0 && errno != ENOENT && errno != ENOTDIR && errno != ELOOP)
             return "it can only be read (" + std::generic_category().message(errno) + ")";
     }
     return {};
 }
 
-void StoreFile::setAside()
+fs::path StoreFile::setAside() const
 {
     const auto aside = asideName(m_path);
     fs::rename(m_path, aside);
@@ -160,48 +249,184 @@ void StoreFile::setAside()
         std::error_code missing;
         fs::rename(m_path.string() + suffix, aside.string() + suffix, missing);
     }
-    say("is damaged; it was set aside as " + aside.string() + " and a fresh one begun");
+    return aside;
 }
 
-std::optional<StoreFile::Identity> StoreFile::identityOf(const fs::path& file)
+std::optional<StoreFile::State> StoreFile::stateOf(const fs::path& file)
 {
     struct stat status {};
     if (stat(file.c_str(), &status) != 0)
         return std::nullopt;
-    return Identity {.device = status.st_dev, .number = status.st_ino};
+    constexpr std::int64_t nanoseconds = 1'000'000'000;
+    return State {.device = status.st_dev,
+        .number = status.st_ino,
+        .stamp = {.modifiedNs = status.st_mtim.tv_sec * nanoseconds + status.st_mtim.tv_nsec,
+            .size = static_cast<std::uint64_t>(status.st_size)}};
 }
 
-StoreFile::Change StoreFile::changeSinceOpening()
+StoreFile::Change StoreFile::change()
 {
-    struct stat status {};
-    if (stat(m_path.c_str(), &status) != 0)
+    const auto file = stateOf(m_path);
+    if (!file)
         return errno == ENOENT || errno == ENOTDIR ? Change::Replaced : Change::None;
-    if (Identity {.device = status.st_dev, .number = status.st_ino} != m_opened[0])
+    if (!m_seen[0] || !file->isSameFile(*m_seen[0]))
         return Change::Replaced;
-    for (std::size_t index = 1; index < suffixes.size(); ++index) {
-        if (m_opened[index] && identityOf(m_path.string() + suffixes[index]) != m_opened[index])
-            return Change::LogLost;
+    const auto log = m_seen[logIndex] ? stateOf(m_path.string() + suffixes[logIndex]) : std::nullopt;
+    if (m_seen[logIndex] && (!log || !log->isSameFile(*m_seen[logIndex])))
+        return Change::LogLost;
+    const auto index = m_seen[shmIndex] ? stateOf(m_path.string() + suffixes[shmIndex]) : std::nullopt;
+    if (m_seen[shmIndex] && (!index || !index->isSameFile(*m_seen[shmIndex])))
+        return Change::LogLost;
+    if (index && index->stamp.size < m_seen[shmIndex]->stamp.size)
+        return Change::IndexCut;
+    m_seen[shmIndex] = index;
+    if (file->stamp != m_seen[0]->stamp && isChangedByStranger(*file))
+        return file->stamp.size < m_seen[0]->stamp.size ? Change::Cut : Change::Overwritten;
+    if (log) {
+        if (log->stamp.size < m_seen[logIndex]->stamp.size)
+            return Change::LogCut;
+        m_seen[logIndex] = log;
     }
-    return static_cast<std::uintmax_t>(status.st_size) < m_longest ? Change::Cut : Change::None;
+    return Change::None;
 }
 
-void StoreFile::noteLength()
+bool StoreFile::isChangedByStranger(const State& present)
+{
+    if (m_isCheckpointing || !m_hasLog)
+        return false;
+    // Another process may be in the middle of a checkpoint. That is not waited for each time.
+    constexpr std::chrono::milliseconds longestWait {20};
+    constexpr std::chrono::milliseconds pause {100};
+    const auto now = BusyTimeout::Clock::now();
+    if (now < m_nextStampCheck)
+        return false;
+    const auto lock = lockFolder(BusyTimeout {longestWait});
+    if (!lock.isHeld()) {
+        m_nextStampCheck = now + pause;
+        return false;
+    }
+    const auto stamp = lock.stamp();
+    const auto settled = stateOf(m_path);
+    if (settled && (!stamp || *stamp == settled->stamp)) {
+        m_seen[0] = settled;
+        return false;
+    }
+    return settled && settled->isSameFile(present);
+}
+
+bool StoreFile::isOpened(std::size_t index) const
+{
+    const auto present = stateOf(m_path.string() + suffixes[index]);
+    return present && m_seen[index] && present->isSameFile(*m_seen[index]);
+}
+
+bool StoreFile::rescueLog(StoreTables& tables) const
+{
+    const auto lock = lockFolder(*m_timeout);
+    for (const auto index : {logIndex, shmIndex}) {
+        if (fs::exists(m_path.string() + suffixes[index]) && !isOpened(index))
+            return false;
+    }
+    try {
+        checkpoint(tables, lock);
+    } catch (const SQLiteFailure&) {
+        return false;
+    }
+    return true;
+}
+
+bool StoreFile::remakeIndex(StoreTables& tables)
+{
+    const auto index = m_path.string() + suffixes[shmIndex];
+    if (!tables.remakeIndex(index))
+        return false;
+    m_seen[shmIndex] = stateOf(index);
+    return true;
+}
+
+void StoreFile::remove(std::size_t index) const
 {
     std::error_code missing;
-    const auto length = fs::file_size(m_path, missing);
-    if (!missing)
-        m_longest = std::max(m_longest, length);
+    if (isOpened(index))
+        fs::remove(m_path.string() + suffixes[index], missing);
 }
 
-void StoreFile::removeOldLog() const
+void StoreFile::discardLog() const
 {
-    const FolderLock lock {m_folder / "defaults.lock", *m_patience};
-    for (std::size_t index = 1; index < suffixes.size(); ++index) {
-        const auto file = m_path.string() + suffixes[index];
-        std::error_code missing;
-        if (m_opened[index] && identityOf(file) == m_opened[index])
-            fs::remove(file, missing);
+    const auto lock = lockFolder(*m_timeout);
+    remove(logIndex);
+    remove(shmIndex);
+}
+
+void StoreFile::discardIndex() const
+{
+    const auto lock = lockFolder(*m_timeout);
+    remove(shmIndex);
+}
+
+bool StoreFile::waitUntilWritten() const
+{
+    constexpr std::chrono::milliseconds pause {50};
+    constexpr int longestWait = 20;
+    const auto first = stateOf(m_path);
+    auto last = first;
+    for (int round = 0; round < longestWait; ++round) {
+        std::this_thread::sleep_for(pause);
+        const auto present = stateOf(m_path);
+        const bool isStill = present && last && present->stamp == last->stamp;
+        last = present;
+        if (isStill)
+            break;
     }
+    return last && first && last->stamp != first->stamp;
+}
+
+template <typename Database> void StoreFile::checkpoint(Database& database, const FolderLock& lock) const
+{
+    lock.setStamp(std::nullopt);
+    database.checkpoint();
+    const auto file = stateOf(m_path);
+    lock.setStamp(file ? std::optional {file->stamp} : std::nullopt);
+}
+
+void StoreFile::checkpoint(const std::shared_ptr<BusyTimeout>& timeout) const
+{
+    timeout->begin();
+    const auto lock = lockFolder(*timeout);
+    timeout->begin();
+    SQLiteDatabase database {m_path, timeout, SQLiteDatabase::Mode::Existing};
+    checkpoint(database, lock);
+}
+
+void StoreFile::shortenLog(StoreTables& tables)
+{
+    constexpr std::uint64_t veryLong = 16 * 1'024 * 1'024;
+    if (!m_seen[logIndex] || m_seen[logIndex]->stamp.size < veryLong)
+        return;
+    const auto lock = lockFolder(*m_timeout);
+    try {
+        checkpoint(tables, lock);
+    } catch (const SQLiteFailure&) {
+        return;
+    }
+    if (isOpened(0))
+        m_seen[0] = stateOf(m_path);
+}
+
+void StoreFile::endCheckpoint()
+{
+    m_isCheckpointing = false;
+    if (isOpened(0))
+        m_seen[0] = stateOf(m_path);
+}
+
+void StoreFile::close(std::unique_ptr<StoreTables> tables)
+{
+    const auto lock = lockFolder(*m_timeout);
+    lock.setStamp(std::nullopt);
+    tables.reset();
+    const auto file = stateOf(m_path);
+    lock.setStamp(file ? std::optional {file->stamp} : std::nullopt);
 }
 
 void StoreFile::say(const std::string& message)

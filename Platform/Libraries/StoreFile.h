@@ -1,13 +1,14 @@
 // The database file behind user defaults, as a thing in a folder: made, opened, watched, set aside.
 //
-// Somebody may delete, replace or cut the file, or what SQLite keeps beside it, while it is in use; a connection does
-// not notice, and writes on into what nobody will read again. So what was opened is remembered and compared.
-// Threads: one at a time.
+// Somebody may delete, replace, cut or overwrite the file, or what SQLite keeps beside it, while it is in use; a
+// connection does not notice, and writes on into what nobody will read again. So the files are compared with what they
+// were before each operation. Threads: one at a time, but for checkpoint().
 
 #pragma once
 
-#include "Platform/Libraries/Patience.h"
-#include "Platform/Libraries/StoredValues.h"
+#include "Platform/Libraries/BusyTimeout.h"
+#include "Platform/Libraries/FolderLock.h"
+#include "Platform/Libraries/StoreTables.h"
 
 #include <array>
 #include <cstdint>
@@ -21,62 +22,109 @@ namespace kova {
 
 class StoreFile {
 public:
-    /// The folder is made with its parents, for the owner alone, when the file is opened and it is missing.
-    StoreFile(std::filesystem::path folder, std::shared_ptr<const Patience> patience);
+    StoreFile(std::filesystem::path folder, std::shared_ptr<const BusyTimeout> timeout);
 
     [[nodiscard]] const std::filesystem::path& path() const { return m_path; }
 
-    /// Opens the file, made when it is missing. One that turns out to be damaged is set aside and a fresh one begun.
-    [[nodiscard]] std::unique_ptr<StoredValues> open();
-    /// Sets the file aside, unless another process has done so already, and begins a fresh one.
-    [[nodiscard]] std::unique_ptr<StoredValues> beginAfresh();
-    /// For when nobody can write: what is stored, nothing when there is no file.
-    [[nodiscard]] std::unique_ptr<StoredValues> openToReadOnly() const;
-    /// Whether an open() that failed so did for want of room, so that there may be something to read.
-    [[nodiscard]] static bool isForWantOfRoom(const std::exception& failure);
-    /// Whether the file or its folder can only be read, in the system's words; empty when that is not so.
+    /// Opens the file, made with its folder when it is missing, for the owner alone. Throws when the folder belongs to
+    /// somebody else, or links or other things than files stand in the way. A file that is proven to be damaged is set
+    /// aside, and a fresh one begun with what can be read of it.
+    [[nodiscard]] std::unique_ptr<StoreTables> open();
+
+    /// Sets a file aside whose damage showed after it was opened, unless another process has done so already, and
+    /// begins a fresh one with what can be read of it. Throws when the disk fails instead.
+    [[nodiscard]] std::unique_ptr<StoreTables> beginAfresh();
+
+    /// Opens what is stored where nothing can be written; null when nothing is stored.
+    [[nodiscard]] std::unique_ptr<StoreTables> openReadOnly() const;
+
+    /// Returns true if an open() failed because there is no room to write.
+    [[nodiscard]] static bool isDiskFull(const std::exception& failure);
+
+    /// The system's words when the file or its folder can only be read; else empty.
     [[nodiscard]] std::string whyReadOnly() const;
 
     enum class Change {
         None,
         /// The file is gone, or another stands in its place.
         Replaced,
-        /// The log or its index is gone, or another stands in its place.
-        LogLost,
         /// The file is shorter than it was, which it never gets by itself.
         Cut,
+        /// The file's content was changed by somebody else than a checkpoint.
+        Overwritten,
+        /// The log or its index is gone, or another stands in its place.
+        LogLost,
+        /// The log is shorter than it was.
+        LogCut,
+        /// The index of the log is shorter than it was: touching the memory it is mapped to ends the process.
+        IndexCut,
     };
 
-    /// What somebody else has done since the file was opened.
-    [[nodiscard]] Change changeSinceOpening();
-    /// To be called after a checkpoint, the one thing that makes the file longer.
-    void noteLength();
-    /// Removes the log of a file that was replaced: read with the new one, it would damage it. To be called when the
-    /// old file is let go of.
-    void removeOldLog() const;
+    /// The change that somebody else has made to the files since they were opened or looked at last.
+    [[nodiscard]] Change change();
 
-    /// One line on standard error, unless it is the same as the one before.
+    /// Saves what the tables still have in a log that was deleted. False when that fails, or another process has begun
+    /// a new log already.
+    [[nodiscard]] bool rescueLog(StoreTables& tables) const;
+
+    /// Has the index made anew that somebody has cut; false when that fails.
+    [[nodiscard]] bool remakeIndex(StoreTables& tables);
+
+    /// Removes the log that was opened, with its index: read with another file than its own, it would damage it.
+    void discardLog() const;
+    /// Removes the index that was opened, so that it is made anew from the log.
+    void discardIndex() const;
+
+    /// Waits until a file that is being overwritten is whole; false when it was cut and nothing else.
+    [[nodiscard]] bool waitUntilWritten() const;
+
+    /// To be called before checkpoint(), which other threads' operations may run beside.
+    void beginCheckpoint() { m_isCheckpointing = true; }
+    /// Moves the log into the file, over a connection of its own. Threads: any, one at a time.
+    void checkpoint(const std::shared_ptr<BusyTimeout>& timeout) const;
+    void endCheckpoint();
+    /// Has a log that has grown very long written from its beginning again.
+    void shortenLog(StoreTables& tables);
+
+    /// Closes the tables; the last connection of all processes folds the log in.
+    void close(std::unique_ptr<StoreTables> tables);
+
+    /// Writes one line to standard error, unless it is the same as the one before.
     void say(const std::string& message);
 
 private:
-    struct Identity {
+    struct State {
         std::uint64_t device = 0;
         std::uint64_t number = 0;
+        FolderLock::Stamp stamp {};
 
-        friend bool operator==(const Identity&, const Identity&) = default;
+        [[nodiscard]] bool isSameFile(const State& other) const
+        {
+            return device == other.device && number == other.number;
+        }
     };
 
-    [[nodiscard]] static std::optional<Identity> identityOf(const std::filesystem::path& file);
+    [[nodiscard]] static std::optional<State> stateOf(const std::filesystem::path& file);
 
-    std::unique_ptr<StoredValues> openHere();
-    void setAside();
+    [[nodiscard]] FolderLock lockFolder(const BusyTimeout& timeout) const;
+    template <typename Database> void checkpoint(Database& database, const FolderLock& lock) const;
+    [[nodiscard]] std::unique_ptr<StoreTables> openHere(const FolderLock& lock);
+    [[nodiscard]] std::unique_ptr<StoreTables> replaceDamaged(const FolderLock& lock);
+    void requireReadableDisk() const;
+    [[nodiscard]] std::filesystem::path setAside() const;
+    [[nodiscard]] bool isChangedByStranger(const State& present);
+    [[nodiscard]] bool isOpened(std::size_t index) const;
+    void remove(std::size_t index) const;
 
     const std::filesystem::path m_folder;
     const std::filesystem::path m_path;
-    const std::shared_ptr<const Patience> m_patience;
-    /// Of the file, its log and its index, as they were opened.
-    std::array<std::optional<Identity>, 3> m_opened;
-    std::uintmax_t m_longest = 0;
+    const std::shared_ptr<const BusyTimeout> m_timeout;
+    /// The file, its log and its index, as they were seen last.
+    std::array<std::optional<State>, 3> m_seen;
+    /// False where a write changes the file itself, so that its time tells nothing.
+    bool m_hasLog = false;
+    bool m_isCheckpointing = false;
+    BusyTimeout::Clock::time_point m_nextStampCheck {};
     std::string m_lastSaid;
 };
 

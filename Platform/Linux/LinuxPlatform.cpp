@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 namespace kova {
 
@@ -105,6 +106,13 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
 
 LinuxPlatform::~LinuxPlatform()
 {
+    end();
+}
+
+std::size_t LinuxPlatform::end()
+{
+    if (std::exchange(m_hasEnded, true))
+        return m_defaults->close();
     // The session goes first: its completions may still store something, and whoever waits for one is released. The
     // queues go after all who submit to them. The services stay in their slots, closed, so that a straggling thread of
     // the host finds them cancelled and empty instead of missing.
@@ -117,9 +125,10 @@ LinuxPlatform::~LinuxPlatform()
     }
     DispatchQueue::shutDownAll();
     NotificationCenter::default_().removeAllObservers();
-    m_defaults->close();
+    const auto lost = m_defaults->close();
     ServiceAddresses::setCurrent(ServiceAddresses::builtIn());
     setThreadHook(nullptr);
+    return lost;
 }
 
 bool LinuxPlatform::settle(std::chrono::milliseconds timeout, std::stop_token stop) const

@@ -18,6 +18,7 @@
 #include "Platform/Foundation/ServiceAddresses.h"
 
 #include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -73,12 +74,17 @@ public:
     /// or a stop is requested. With MainLoop::Host another thread must be running the main queue.
     [[nodiscard]] bool settle(std::chrono::milliseconds timeout, std::stop_token stop = {}) const;
 
+    /// Does what the destructor does, and returns how many changes of the user defaults (pushes, events, rows read or
+    /// deleted) could not be stored and are lost. A repeated call returns the same.
+    std::size_t end();
+
 private:
     std::shared_ptr<UserDefaultsSQLite> m_defaults;
     std::shared_ptr<URLSession> m_session;
     /// None when the host has brought its own.
     std::shared_ptr<NetworkReachabilityLinux> m_reachability;
     std::jthread m_mainLoop;
+    bool m_hasEnded = false;
 };
 
 } // namespace kova

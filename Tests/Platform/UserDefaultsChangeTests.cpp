@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 namespace kova::tests {
@@ -90,6 +91,65 @@ TEST(UserDefaultsChangeTest, WhatIsSetAfterwardsIsKept)
         EXPECT_EQ(store->object("inbox"), inbox);
         store.reset();
         EXPECT_EQ(folder.integrity(), "ok");
+    }
+}
+
+// Files that change while the process goes on with them: what it wrote since they were checkpointed is there once.
+TEST(UserDefaultsChangeTest, ReplaysUpdatesOnceAfterChanges)
+{
+    struct Row {
+        const char* name;
+        Change change;
+        /// The list before the last update.
+        Value::Array list;
+        const char* said;
+    };
+    const auto cuts = [](const char* suffix, std::uintmax_t size) {
+        return [suffix, size](const StoreFolder& folder) { fs::resize_file(folder.file().string() + suffix, size); };
+    };
+    const Row rows[] {
+        {"log emptied", cuts("-wal", 0), bodies(1, 60), "lost a part of the log"},
+        {"log cut", cuts("-wal", 40'000), bodies(1, 60), "lost a part of the log"},
+        {"index emptied", cuts("-shm", 0), bodies(1, 60), "lost a part of the index"},
+        {"index cut", cuts("-shm", 4'096), bodies(1, 60), "lost a part of the index"},
+        {"log deleted", deletes({"-wal"}), bodies(1, 60), "lost the files beside it"},
+        {"log and index deleted", deletes({"-wal", "-shm"}), bodies(1, 60), "lost the files beside it"},
+        {"backup copied over it",
+            [](const StoreFolder& folder) {
+                std::ifstream backup {folder.path() / "backup", std::ios::binary};
+                std::ofstream {folder.file(), std::ios::binary | std::ios::trunc} << backup.rdbuf();
+            },
+            [] {
+                auto list = bodies(1, 20);
+                for (int number = 51; number <= 60; ++number)
+                    list.append(body(number));
+                return list;
+            }(),
+            "was overwritten"},
+    };
+    for (const auto& [name, change, list, message] : rows) {
+        SCOPED_TRACE(name);
+        const StoreFolder folder;
+        folder.open()->setObject("list", bodies(1, 20));
+        fs::copy_file(folder.file(), folder.path() / "backup");
+        SaidLines said;
+        auto store = folder.open(std::chrono::minutes {1});
+        for (int number = 21; number <= 50; ++number)
+            append(*store, "list", number);
+        store->synchronize();
+        for (int number = 51; number <= 60; ++number)
+            append(*store, "list", number);
+
+        change(folder);
+        auto wanted = list;
+        EXPECT_EQ(store->object("list"), Value {wanted});
+        wanted.append(body(61));
+        append(*store, "list", 61);
+        EXPECT_EQ(store->object("list"), Value {wanted});
+        store.reset();
+        EXPECT_EQ(folder.stored("list"), Value {wanted});
+        EXPECT_EQ(folder.integrity(), "ok");
+        EXPECT_EQ(lineCount(said.take(), message), 1);
     }
 }
 

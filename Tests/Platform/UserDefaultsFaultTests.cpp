@@ -17,6 +17,15 @@ using Call = SQLiteDisk::Call;
 using Clock = std::chrono::steady_clock;
 using testing::HasSubstr;
 
+std::optional<Value> removeLast(const std::optional<Value>& present)
+{
+    const auto& list = *present->as<Value::Array>();
+    Value::Array shorter;
+    for (std::size_t index = 0; index + 1 < list.size(); ++index)
+        shorter.append(list[index]);
+    return Value {shorter};
+}
+
 struct UserDefaultsFaultTest : testing::Test {
     StoreFolder folder;
     FaultyDisk disk;
@@ -122,24 +131,62 @@ TEST_F(UserDefaultsFaultTest, ACheckpointThatFailsIsTriedAgain)
     }
 }
 
-// What is stored must not be replaced by what was made from a reading that failed.
-TEST_F(UserDefaultsFaultTest, AReadingThatFailsLosesNothingStored)
+// An update that follows a failed read once replaced everything stored.
+TEST_F(UserDefaultsFaultTest, ReplaysUpdatesAfterFailedReads)
 {
     store->setObject("list", bodies(1, 2'000));
     store = folder.open();
     SaidLines said;
     disk.breakDown({.call = Call::Read, .file = "", .code = SQLITE_IOERR_READ});
     EXPECT_EQ(store->object("list"), std::nullopt);
-    store->setObject("list", bodies(1, 1));
+    append(*store, "list", 2'001);
+    EXPECT_EQ(store->object("list"), Value {bodies(2'001, 2'001)}) << "an unknown list counts as empty";
+    append(*store, "list", 2'002);
     disk.mend();
-    EXPECT_EQ(store->object("list"), Value {bodies(1, 2'000)});
+    append(*store, "list", 2'003);
+    EXPECT_EQ(store->object("list"), Value {bodies(1, 2'003)});
     const auto lines = said.take();
-    EXPECT_EQ(lineCount(lines), 3) << lines;
+    EXPECT_EQ(lineCount(lines), 4) << lines;
     EXPECT_THAT(lines, HasSubstr(" cannot be read: "));
-    EXPECT_THAT(lines, HasSubstr("so a value is lost (key \"list\")"));
+    EXPECT_THAT(lines, HasSubstr(" cannot be written: "));
+    EXPECT_THAT(lines, HasSubstr("the updates that were kept in memory are stored"));
     EXPECT_THAT(lines, HasSubstr(" can be read again"));
-    store->setObject("list", bodies(1, 3));
-    EXPECT_EQ(store->object("list"), Value {bodies(1, 3)}) << "only one is refused";
+
+    // A value that was known goes on to be shown.
+    const SaidLines quiet;
+    folder.open()->setObject("list", bodies(1, 5));
+    disk.breakDown({.call = Call::Read, .file = "", .code = SQLITE_IOERR_READ});
+    EXPECT_EQ(store->object("list"), Value {bodies(1, 2'003)});
+    append(*store, "list", 6);
+    disk.mend();
+    store->synchronize();
+    EXPECT_EQ(store->object("list"), Value {bodies(1, 6)});
+}
+
+// SQLite takes a read error of the system for damage. A healthy store was once set aside for it.
+TEST_F(UserDefaultsFaultTest, ReadErrorsSetNothingAside)
+{
+    store->setObject("list", bodies(1, 2'000));
+    store.reset();
+    for (const auto times : {1U, 3U, 1'000U}) {
+        std::size_t number = 0;
+        for (bool wasHit = true; wasHit; ++number) {
+            SCOPED_TRACE(testing::Message() << times << " reads fail from read " << number << " on");
+            const SaidLines said;
+            disk.breakDown({.call = Call::Read, .code = SQLITE_IOERR_CORRUPTFS, .after = number, .times = times});
+            store = folder.open();
+            append(*store, "list", 2'001);
+            static_cast<void>(store->object("list"));
+            wasHit = disk.met() > number;
+            disk.mend();
+            store->update("list", &removeLast);
+            store.reset();
+            ASSERT_EQ(folder.stored("list"), Value {bodies(1, 2'000)});
+        }
+        EXPECT_GT(number, 5U);
+    }
+    for (const auto& entry : std::filesystem::directory_iterator {folder.path()})
+        EXPECT_EQ(entry.path().string().find("damaged"), std::string::npos) << entry.path();
 }
 
 // Every call that a life of the store makes fails once, and then, in another life, every one from there on until
@@ -248,7 +295,7 @@ TEST_F(UserDefaultsFaultTest, ALockHeldForLongHasABoundForReadersWritersAndTheEn
         EXPECT_LT(lap(), std::chrono::seconds {3});
         const auto lines = said.take();
         EXPECT_THAT(lines, HasSubstr("cannot be written: database is locked"));
-        EXPECT_THAT(lines, HasSubstr(letsGo ? "can be written again" : "which is lost: \"list\""));
+        EXPECT_THAT(lines, HasSubstr(letsGo ? "can be written again" : "which are lost: 1 of \"list\""));
     }
 }
 

@@ -2,7 +2,7 @@
 //
 // KOVA_TEST_POWER_CUTS says how many cuts are tried in each test.
 
-#include "Platform/Libraries/StoredValues.h"
+#include "Platform/Libraries/StoreTables.h"
 #include "Tests/Support/RecordingDisk.h"
 #include "Tests/Support/StoreFolder.h"
 
@@ -50,8 +50,8 @@ struct UserDefaultsPowerCutTest : testing::Test {
     static int stepLeftIn(const std::filesystem::path& left)
     {
         const auto file = left / "defaults.sqlite";
-        const auto patience = std::make_shared<Patience>(std::chrono::seconds {5});
-        StoredValues values {file, patience};
+        const auto timeout = std::make_shared<BusyTimeout>(std::chrono::seconds {5});
+        StoreTables values {file, timeout};
         values.leaveLogBehind();
         const auto list = values.read("list");
         const auto text = values.read("text");
@@ -59,7 +59,7 @@ struct UserDefaultsPowerCutTest : testing::Test {
         EXPECT_EQ(list.value_or(Value::Array {}), listAfter(step));
         EXPECT_TRUE(text == textAfter(step) || (step > 1 && text == textAfter(step - 1)) || (!text && step <= 1))
             << "step " << step;
-        SQLiteDatabase database {file, patience};
+        SQLiteDatabase database {file, timeout};
         auto statement = database.prepare("PRAGMA integrity_check");
         EXPECT_TRUE(statement.step());
         EXPECT_EQ(statement.bytes(0), "ok");

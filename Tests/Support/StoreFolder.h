@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -29,6 +30,16 @@ namespace kova::tests {
     for (int number = first; number <= last; ++number)
         list.append(body(number));
     return list;
+}
+
+/// Appends a body to a list, as the event buffer does.
+inline void append(UserDefaults& defaults, std::string_view key, int number)
+{
+    defaults.update(key, [number](const std::optional<Value>& present) {
+        auto list = present ? *present->as<Value::Array>() : Value::Array {};
+        list.append(body(number));
+        return Value {list};
+    });
 }
 
 class StoreFolder {

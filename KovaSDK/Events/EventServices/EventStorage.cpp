@@ -7,6 +7,8 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
+#include <utility>
 
 namespace kova {
 
@@ -15,6 +17,12 @@ namespace {
 bool isData(const Value& value)
 {
     return value.as<Data>() != nullptr;
+}
+
+Value::Array bodies(const std::optional<Value>& stored)
+{
+    const auto* array = stored ? stored->as<Value::Array>() : nullptr;
+    return array && array->allSatisfy(&isData) ? *array : Value::Array {};
 }
 
 void finishPass(const PublicationOutcome& outcome, std::atomic<bool>& keepGoing)
@@ -26,11 +34,9 @@ void finishPass(const PublicationOutcome& outcome, std::atomic<bool>& keepGoing)
         return;
     }
     const EventStorage storage;
-    auto buffer = storage.buffer();
-    if (*outcome && !buffer.empty()) {
+    if (*outcome && !storage.buffer().empty()) {
         print("EVENT STORAGE: removed event from buffer");
-        buffer.removeFirst();
-        storage.setBuffer(std::move(buffer));
+        storage.removeFirst();
         return;
     }
     print("EVENT STORAGE: cannot remove event from buffer");
@@ -60,9 +66,7 @@ void release()
 
 Value::Array EventStorage::buffer() const
 {
-    const auto stored = UserDefaults::standard()->object(key);
-    const auto* array = stored ? stored->as<Value::Array>() : nullptr;
-    return array && array->allSatisfy(&isData) ? *array : Value::Array {};
+    return bodies(UserDefaults::standard()->object(key));
 }
 
 void EventStorage::setBuffer(Value::Array buffer) const
@@ -72,9 +76,20 @@ void EventStorage::setBuffer(Value::Array buffer) const
 
 void EventStorage::store(Data event) const
 {
-    auto list = buffer();
-    list.append(std::move(event));
-    setBuffer(std::move(list));
+    UserDefaults::standard()->update(key, [event = std::move(event)](const std::optional<Value>& present) {
+        auto list = bodies(present);
+        list.append(event);
+        return Value {std::move(list)};
+    });
+}
+
+void EventStorage::removeFirst() const
+{
+    UserDefaults::standard()->update(key, [](const std::optional<Value>& present) {
+        auto list = bodies(present);
+        list.removeFirst();
+        return Value {std::move(list)};
+    });
 }
 
 void EventStorage::releaseEvents() const

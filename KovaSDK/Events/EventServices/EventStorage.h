@@ -1,8 +1,8 @@
 // The offline buffer: event bodies that could not be delivered wait here, oldest first, until the device is online.
 //
 // Every instance works on the same persistent list in user defaults, so an EventStorage is made where it is needed and
-// dropped. There is no limit, no merging, no expiry. Threads: any; one read or one write is atomic, the
-// read-modify-write of store() and of a release is not, and releases may overlap.
+// dropped. There is no limit, no merging, no expiry. Threads: any; one call is atomic, also between processes. Releases
+// may overlap.
 
 #pragma once
 
@@ -23,6 +23,8 @@ public:
 
     /// Appends one complete event body (UTF-8 JSON).
     void store(Data event) const;
+    /// Drops the oldest body, if there is one.
+    void removeFirst() const;
 
     /// Starts to send what is buffered, on a new background queue "releaseEventsPool", and returns at once.
     ///

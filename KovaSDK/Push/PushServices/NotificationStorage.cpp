@@ -4,12 +4,15 @@
 #include "Platform/Foundation/UserDefaults.h"
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace kova {
 
-std::vector<KovaNotification> NotificationStorage::buffer()
+namespace {
+
+std::vector<KovaNotification> decoded(const std::optional<Value>& stored)
 {
-    const auto stored = UserDefaults::standard()->object(key);
     const auto* data = stored ? stored->as<Data>() : nullptr;
     const auto list = data ? PropertyListDecoder::decode(data->text()) : Value {};
     const auto* records = list ? list->as<Value::Array>() : nullptr;
@@ -26,13 +29,34 @@ std::vector<KovaNotification> NotificationStorage::buffer()
     return buffer;
 }
 
-void NotificationStorage::setBuffer(const std::vector<KovaNotification>& buffer)
+std::optional<Value> encoded(const std::vector<KovaNotification>& buffer)
 {
     Value::Array records;
     for (const auto& notification : buffer)
         records.append(notification.encode());
     auto list = PropertyListEncoder::encode(std::move(records));
-    UserDefaults::standard()->setObject(key, list ? std::optional<Value> {*std::move(list)} : std::nullopt);
+    return list ? std::optional<Value> {*std::move(list)} : std::nullopt;
+}
+
+} // namespace
+
+std::vector<KovaNotification> NotificationStorage::buffer()
+{
+    return decoded(UserDefaults::standard()->object(key));
+}
+
+void NotificationStorage::setBuffer(const std::vector<KovaNotification>& buffer)
+{
+    UserDefaults::standard()->setObject(key, encoded(buffer));
+}
+
+void NotificationStorage::update(std::function<void(std::vector<KovaNotification>&)> change)
+{
+    UserDefaults::standard()->update(key, [change = std::move(change)](const std::optional<Value>& present) {
+        auto buffer = decoded(present);
+        change(buffer);
+        return encoded(buffer);
+    });
 }
 
 std::size_t NotificationStorage::totalUnreadNotifications()

@@ -1,13 +1,14 @@
 // The inbox: the list of received pushes, newest first, as one property list in user defaults.
 //
-// Every access reads or writes the whole list in the store; nothing is kept in memory. Threads: any; one read or one
-// write is atomic, the read-modify-write that callers do is not, and may lose an update. There is no limit and nothing
+// Every access reads or writes the whole list in the store; nothing is kept in memory. Threads: any; one read, one
+// write or one update is atomic, also between processes, and a sequence of them is not. There is no limit and nothing
 // is merged.
 
 #pragma once
 
 #include "KovaSDK/Push/PushModel/KovaNotification.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,10 @@ public:
     /// Stores the whole list. A list that cannot be encoded (text that is not valid UTF-8) removes the key and so
     /// empties the inbox: that asymmetry is contract.
     static void setBuffer(const std::vector<KovaNotification>& buffer);
+
+    /// Changes the list as it is stored at that moment: it reads as in buffer() and is written as in setBuffer(), with
+    /// nothing between. The function has no effect but on the list, and may run more than once (see UserDefaults).
+    static void update(std::function<void(std::vector<KovaNotification>& buffer)> change);
 
     /// How many records have not been read.
     [[nodiscard]] static std::size_t totalUnreadNotifications();

@@ -8,8 +8,11 @@
 #include "Platform/Foundation/Print.h"
 #include "Platform/UIKit/UINavigationController.h"
 
+#include <atomic>
+#include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace kova {
 
@@ -17,11 +20,15 @@ namespace {
 
 constexpr double rowHeight = 80;
 
+[[noreturn]] void failOutOfRange(std::int64_t row, std::size_t count)
+{
+    fatalError("Index out of range: row " + std::to_string(row) + " of " + std::to_string(count) + " notifications");
+}
+
 KovaNotification& element(std::vector<KovaNotification>& notifications, std::int64_t row)
 {
     if (row < 0 || std::cmp_greater_equal(row, notifications.size()))
-        fatalError("Index out of range: row " + std::to_string(row) + " of " + std::to_string(notifications.size())
-            + " notifications");
+        failOutOfRange(row, notifications.size());
     return notifications[static_cast<std::size_t>(row)];
 }
 
@@ -29,6 +36,20 @@ void removeIfPresent(std::vector<KovaNotification>& notifications, std::int64_t 
 {
     if (index >= 0 && std::cmp_less(index, notifications.size()))
         notifications.erase(notifications.begin() + index);
+}
+
+// A row that the store does not have stops the process: contract. The update itself must not, since it may run again,
+// on another list.
+void markStoredRead(std::int64_t row)
+{
+    const auto present = std::make_shared<std::atomic<std::size_t>>(0);
+    NotificationStorage::update([row, present](std::vector<KovaNotification>& buffer) {
+        *present = buffer.size();
+        if (std::cmp_less(row, buffer.size()))
+            buffer[static_cast<std::size_t>(row)].read = true;
+    });
+    if (std::cmp_greater_equal(row, present->load()))
+        failOutOfRange(row, *present);
 }
 
 } // namespace
@@ -128,9 +149,7 @@ void NotificationViewController::didSelectRowAt(UITableView& tableView, IndexPat
     // The detail screen gets the record as it was before it was marked.
     const auto selected = element(viewModel->notifications, indexPath.row);
     tableView.beginUpdates();
-    auto buffer = NotificationStorage::buffer();
-    element(buffer, indexPath.row).read = true;
-    NotificationStorage::setBuffer(buffer);
+    markStoredRead(indexPath.row);
     element(viewModel->notifications, indexPath.row).read = true;
     tableView.reloadRows({{.row = indexPath.row, .section = 0}}, UITableViewRowAnimation::automatic);
     tableView.endUpdates();
@@ -171,9 +190,7 @@ void NotificationViewController::deleteNotification(const Notification& notifica
 
 void NotificationViewController::removeRecord(std::int64_t index)
 {
-    auto buffer = NotificationStorage::buffer();
-    removeIfPresent(buffer, index);
-    NotificationStorage::setBuffer(buffer);
+    NotificationStorage::update([index](std::vector<KovaNotification>& buffer) { removeIfPresent(buffer, index); });
     removeIfPresent(viewModel->notifications, index);
 }
 

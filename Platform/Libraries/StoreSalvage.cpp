@@ -1,0 +1,140 @@
+#include "Platform/Libraries/StoreSalvage.h"
+
+#include "Platform/Foundation/Description.h"
+#include "Platform/Foundation/PropertyList.h"
+
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace kova {
+
+namespace {
+
+// Steps through a statement's rows until its end or the first that cannot be read. Returns true at the end.
+template <typename Row> bool readRows(SQLiteStatement& statement, Row row)
+{
+    try {
+        while (statement.step())
+            row();
+        return true;
+    } catch (const SQLiteFailure&) {
+        return false;
+    }
+}
+
+std::optional<Value> decoded(std::int64_t kind, std::string_view bytes)
+{
+    if (kind == 0)
+        return Value {Data {std::string {bytes}}};
+    auto value = kind == 1 ? PropertyListDecoder::decode(bytes) : Value {};
+    return value && !value->isNull() ? std::optional {*std::move(value)} : std::nullopt;
+}
+
+class Elements {
+public:
+    Elements(SQLiteDatabase& database, std::int64_t entry)
+        : m_database(database)
+        , m_entry(entry)
+    {
+    }
+
+    [[nodiscard]] Value::Array read()
+    {
+        if (!readFrom("SELECT position, kind, value FROM element WHERE entry = ?1 ORDER BY position"))
+            readPastDamage();
+        Value::Array array;
+        for (auto& [position, value] : m_found)
+            array.append(std::move(value));
+        return array;
+    }
+
+private:
+    bool readFrom(std::string_view sql)
+    {
+        auto statement = m_database.prepare(sql);
+        statement.with(m_entry);
+        return readRows(statement, [&] { keep(statement); });
+    }
+
+    // What lies behind a damaged page is found from the other end, what lies between two of them by its position.
+    void readPastDamage()
+    {
+        constexpr std::int64_t longestGap = 100'000;
+        const auto last = m_found.empty() ? std::nullopt : std::optional {m_found.rbegin()->first};
+        readFrom("SELECT position, kind, value FROM element WHERE entry = ?1 ORDER BY position DESC");
+        if (!last)
+            return;
+        const auto next = m_found.upper_bound(*last);
+        if (next == m_found.end() || next->first - *last > longestGap)
+            return;
+        const auto end = next->first;
+        auto statement
+            = m_database.prepare("SELECT position, kind, value FROM element WHERE entry = ?1 AND position = ?2");
+        for (auto position = *last + 1; position < end; ++position) {
+            statement.with(m_entry, position);
+            readRows(statement, [&] { keep(statement); });
+        }
+    }
+
+    void keep(const SQLiteStatement& row)
+    {
+        if (auto value = decoded(row.integer(1), row.bytes(2)))
+            m_found.insert_or_assign(row.integer(0), *std::move(value));
+    }
+
+    SQLiteDatabase& m_database;
+    const std::int64_t m_entry;
+    std::map<std::int64_t, Value> m_found;
+};
+
+struct Row {
+    std::int64_t id = 0;
+    std::int64_t kind = 0;
+    std::optional<Value> value {};
+};
+
+std::map<std::string, Row> readEntries(SQLiteDatabase& database)
+{
+    std::map<std::string, Row> entries;
+    const auto readFrom = [&](std::string_view sql) {
+        auto statement = database.prepare(sql);
+        return readRows(statement, [&] {
+            const auto kind = statement.integer(2);
+            entries.insert_or_assign(std::string {statement.bytes(1)},
+                Row {.id = statement.integer(0), .kind = kind, .value = decoded(kind, statement.bytes(3))});
+        });
+    };
+    // Not by the index of keys, which may be what is damaged.
+    if (!readFrom("SELECT id, key, kind, value FROM entry NOT INDEXED ORDER BY id"))
+        readFrom("SELECT id, key, kind, value FROM entry NOT INDEXED ORDER BY id DESC");
+    return entries;
+}
+
+} // namespace
+
+std::string salvage(
+    const std::filesystem::path& aside, StoreTables& fresh, const std::shared_ptr<const BusyTimeout>& timeout)
+{
+    constexpr std::int64_t arrayKind = 2;
+    std::string saved;
+    try {
+        SQLiteDatabase database {aside, timeout, SQLiteDatabase::Mode::Unchanged};
+        StoreTables::Transaction transaction {fresh};
+        for (auto& [key, row] : readEntries(database)) {
+            if (row.kind == arrayKind)
+                row.value = Value {Elements {database, row.id}.read()};
+            if (!row.value || !transaction.set(key, row.value))
+                continue;
+            saved.append(saved.empty() ? "" : ", ").append(debugDescription(key));
+            if (const auto* array = row.value->as<Value::Array>())
+                saved.append(" (" + std::to_string(array->size()) + " elements)");
+        }
+        transaction.commit();
+    } catch (const SQLiteFailure&) {
+        return {};
+    }
+    return saved;
+}
+
+} // namespace kova
