@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <semaphore>
 #include <thread>
 #include <vector>
@@ -92,6 +93,35 @@ TEST_F(DispatchQueueTest, ShutDownWaitsForWhatRunsAndDropsTheRest)
     bool ran = false;
     queue->sync([&ran] { ran = true; });
     EXPECT_TRUE(ran);
+}
+
+TEST_F(DispatchQueueTest, ASuspensionHoldsBackItsOwnQueueAlone)
+{
+    std::vector<int> order;
+    auto queue = DispatchQueue::create("suspended");
+    const auto other = DispatchQueue::create("other");
+    std::weak_ptr<DispatchQueue> alive = queue;
+    {
+        const DispatchQueue::Suspension outer {queue};
+        const auto inner = std::make_optional<DispatchQueue::Suspension>(queue);
+        queue->async([&order] { order.push_back(1); });
+        queue->async([&order] { order.push_back(2); });
+        queue.reset();
+        for (int round = 0; round < 100; ++round)
+            other->sync([&order] { EXPECT_TRUE(order.empty()); });
+        EXPECT_FALSE(alive.expired());
+    }
+    ASSERT_TRUE(becomesIdle());
+    EXPECT_EQ(order, (std::vector {1, 2}));
+    EXPECT_TRUE(alive.expired());
+
+    // The end of everything does not wait for a suspension.
+    const auto dropped = std::make_shared<int>();
+    const auto held = DispatchQueue::create("held");
+    const DispatchQueue::Suspension suspension {held};
+    held->async([dropped] { ADD_FAILURE() << "ran while suspended"; });
+    DispatchQueue::shutDownAll();
+    EXPECT_EQ(dropped.use_count(), 1);
 }
 
 TEST_F(DispatchQueueTest, TheMainQueueEndsBetweenTwoTasks)
