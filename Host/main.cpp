@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -36,7 +37,7 @@ constexpr int usageStatus = 2;
 
 int fail(const std::string& message, int status = usageStatus)
 {
-    std::fprintf(stderr, "kova-host: %s\n", message.c_str());
+    complain("kova-host: " + message);
     return status;
 }
 
@@ -129,8 +130,13 @@ int run(const Options& options, const Interruption& interruption)
     OneSignal::setShared(vendor);
     const auto geofencing = std::make_shared<SimulatedPlotProjects>();
     PlotDebug::setShared(geofencing);
-    // Whatever waits for a reply is released at once, and keeps what it could not send.
-    const std::stop_callback cancelRequests {interruption.token(), [] { URLSession::shared()->invalidateAndCancel(); }};
+    // Whatever waits for a reply is released at once, and keeps what it could not send; whatever waits for a reader of
+    // the output, soon.
+    const std::stop_callback cancelRequests {
+        interruption.token(), [] {
+            limitWaitingForStreams(std::chrono::steady_clock::now() + std::chrono::milliseconds {200});
+            URLSession::shared()->invalidateAndCancel();
+        }};
 
     const auto screen = std::make_shared<HostScreen>(options.payloads);
     const auto window = options.window ? openDrawnWindow(screen, options.screenshots.has_value())
