@@ -1,6 +1,7 @@
 #include "Host/Answers.h"
 
 #include "Platform/Foundation/JSONSerialization.h"
+#include "Platform/Linux/StandardStreams.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -31,15 +32,10 @@ void Answers::write(const Value::Dictionary& answer)
     const auto json = JSONSerialization::data(answer);
     auto line = json ? std::string {json->text()} : R"({"error":"the answer cannot be written as JSON"})";
     line += '\n';
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        const auto written = ::write(m_descriptor, rest.data(), rest.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0)
-            throw std::system_error {errno, std::generic_category(), "the answer cannot be written"};
-        rest.remove_prefix(static_cast<std::size_t>(written));
-    }
+    const auto failure = writeToStream(m_descriptor, line);
+    // Nobody reads, and the host is ending.
+    if (failure && failure != std::errc::timed_out)
+        throw std::system_error {failure, "the answer cannot be written"};
 }
 
 } // namespace kova::host

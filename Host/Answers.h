@@ -18,7 +18,7 @@ public:
     Answers(const Answers&) = delete;
     Answers& operator=(const Answers&) = delete;
 
-    /// Throws std::system_error when the line cannot be written.
+    /// Throws std::system_error when the line cannot be written; not when the host ends while nobody reads it.
     void write(const Value::Dictionary& answer);
 
 private:

@@ -2,8 +2,8 @@
 
 #include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/Print.h"
+#include "Platform/Linux/StandardStreams.h"
 
-#include <cstdio>
 #include <mutex>
 #include <utility>
 
@@ -33,8 +33,7 @@ LogTee::LogTee(std::function<void(const std::vector<std::string>&)> receive)
 {
     receiver = std::move(receive);
     setPrintSink([](std::string_view line) {
-        std::fwrite(line.data(), 1, line.size(), stdout);
-        std::fflush(stdout);
+        writeToStandardOutput(line);
         {
             const std::lock_guard lock {mutex};
             waiting.emplace_back(line.substr(0, line.size() - 1));
@@ -47,7 +46,7 @@ LogTee::LogTee(std::function<void(const std::vector<std::string>&)> receive)
 
 LogTee::~LogTee()
 {
-    setPrintSink(nullptr);
+    setPrintSink(&writeToStandardOutput);
     receiver = nullptr;
 }
 

@@ -19,6 +19,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -37,7 +38,7 @@ constexpr int lossStatus = 4;
 
 int fail(const std::string& message, int status = usageStatus)
 {
-    std::fprintf(stderr, "kova-host: %s\n", message.c_str());
+    complain("kova-host: " + message);
     return status;
 }
 
@@ -115,8 +116,13 @@ ScriptOutcome play(const Options& options, const Interruption& interruption, int
     OneSignal::setShared(vendor);
     const auto geofencing = std::make_shared<SimulatedPlotProjects>();
     PlotDebug::setShared(geofencing);
-    // Whatever waits for a reply is released at once, and keeps what it could not send.
-    const std::stop_callback cancelRequests {interruption.token(), [] { URLSession::shared()->invalidateAndCancel(); }};
+    // Whatever waits for a reply is released at once, and keeps what it could not send; whatever waits for a reader of
+    // the output, soon.
+    const std::stop_callback cancelRequests {
+        interruption.token(), [] {
+            limitWaitingForStreams(std::chrono::steady_clock::now() + std::chrono::milliseconds {200});
+            URLSession::shared()->invalidateAndCancel();
+        }};
 
     const auto screen = std::make_shared<HostScreen>(options.payloads);
     const auto window = options.window ? openDrawnWindow(screen, options.screenshots.has_value())

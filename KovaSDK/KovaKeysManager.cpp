@@ -1,7 +1,13 @@
 #include "KovaSDK/KovaKeysManager.h"
 
 #include "Platform/Foundation/Bundle.h"
+#include "Platform/Foundation/Print.h"
 #include "Platform/Foundation/PropertyList.h"
+
+#include <filesystem>
+#include <mutex>
+#include <set>
+#include <system_error>
 
 namespace kova {
 
@@ -22,13 +28,27 @@ std::string_view resourceKey(KovaKey key)
     return {};
 }
 
+// Once a file, since the configuration is read at each use.
+void complainIfTooLarge(const std::filesystem::path& file)
+{
+    static std::mutex mutex;
+    // Never destroyed: a thread may still read the configuration while main's statics go away.
+    static auto& complainedOf = *new std::set<std::filesystem::path>;
+    std::error_code unreadable;
+    const auto size = std::filesystem::file_size(file, unreadable);
+    const std::lock_guard lock {mutex};
+    if (!unreadable && size > KovaKeyManager::largestConfiguration && complainedOf.insert(file).second)
+        complain("KovaSDK: the configuration " + file.string() + " is larger than 16 MiB, so it is not read");
+}
+
 } // namespace
 
 std::string KovaKeyManager::get(KovaKey key) const
 {
-    constexpr std::size_t largestConfiguration = 1024 * 1024;
     const auto file = Bundle::main()->path("Kova", "plist");
     const auto bytes = file ? Data::contentsOf(*file, largestConfiguration) : std::nullopt;
+    if (file && !bytes)
+        complainIfTooLarge(*file);
     const auto configuration = bytes ? PropertyListDecoder::decode(bytes->text()) : Value {};
     const auto* value = configuration ? configuration->find<std::string>(resourceKey(key)) : nullptr;
     return value ? *value : std::string {};

@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace kova {
@@ -24,8 +25,12 @@ enum class KovaKey {
 class KovaKeyManager {
 public:
     /// The text configured under the key. The empty text when the file is missing or unreadable, has no such key, or
-    /// has something else than a text there.
+    /// has something else than a text there. A file that is too large is not read, which is said once on standard
+    /// error.
     [[nodiscard]] std::string get(KovaKey key) const;
+
+    /// In bytes. It bounds what one read can cost; honest files are a thousandth of it.
+    static constexpr std::size_t largestConfiguration = 16UL * 1024 * 1024;
 };
 
 } // namespace kova

@@ -1,11 +1,12 @@
 #include "Host/Doctor/ConfigurationCheck.h"
 
 #include "Host/Doctor/ShellWord.h"
+#include "KovaSDK/KovaKeysManager.h"
+#include "Platform/Foundation/Description.h"
 #include "Platform/Foundation/PropertyList.h"
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -17,9 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// As large as the SDK reads it.
-constexpr std::size_t largestConfiguration = 1024 * 1024;
-
 constexpr std::array<std::pair<const char*, const char*>, 4> keys {{
     {"KovaNotificationID", "the push vendor's application id"},
     {"KovaGeolocationID", "the geofencing vendor's public token"},
@@ -30,10 +28,7 @@ constexpr std::array<std::pair<const char*, const char*>, 4> keys {{
 // What an editor leaves around a value, and nobody sees.
 bool hasStrayCharacters(const std::string& text)
 {
-    constexpr unsigned char firstPrintable = 0x20;
-    constexpr unsigned char deletion = 0x7F;
-    return text.starts_with(' ') || text.ends_with(' ')
-        || std::ranges::any_of(text, [](unsigned char byte) { return byte < firstPrintable || byte == deletion; });
+    return text.starts_with(' ') || text.ends_with(' ') || singleLine(text) != text;
 }
 
 // Python's parser looks at nothing else as XML, and tells no place in other content.
@@ -57,7 +52,7 @@ void checkKey(const Value& configuration, const std::string& key, const std::str
     else if (text->empty())
         report.wrong(key + " is empty", "Write " + meaning + " there.");
     else if (hasStrayCharacters(*text))
-        report.wrong(key + " has a line break or a control character in it, or a blank at an end",
+        report.wrong(key + " has a line break, a control or an invisible character in it, or a blank at an end",
             "Write it in one line, as " + entry + ": the SDK takes every character between the two marks.");
     else
         report.fine(key + " is set");
@@ -90,9 +85,9 @@ void checkConfiguration(const fs::path& bundle, Report& report)
             "Give the user that runs the application the right to read it.");
         return;
     }
-    const auto bytes = Data::contentsOf(file, largestConfiguration);
+    const auto bytes = Data::contentsOf(file, KovaKeyManager::largestConfiguration);
     if (!bytes) {
-        report.wrong("it is larger than 1 MiB, so the SDK does not read it", "Leave only the four keys in it.");
+        report.wrong("it is larger than 16 MiB, so the SDK does not read it", "Leave only the four keys in it.");
         return;
     }
     const auto configuration = PropertyListDecoder::decode(bytes->text());

@@ -6,7 +6,6 @@
 #include "KovaSDK/Services/Networking/KovaNetworkTracker.h"
 #include "KovaSDK/Services/NotificationName.h"
 #include "Platform/Foundation/Description.h"
-#include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/NotificationCenter.h"
 #include "Platform/Foundation/Print.h"
 
@@ -57,8 +56,6 @@ void handleOpened(const std::shared_ptr<const OSNotificationOpenedResult>& resul
 
 void KovaNotify::initWithCallbacks(const std::optional<AnyDictionary>& launchOptions)
 {
-    // The monitor announces its first state to an observer that is registered after it has started.
-    const DispatchQueue::Deferral untilStarted;
     print("NOTIFICATIONS : Initialized with callbacks");
     const auto appId = KovaKeyManager {}.get(KovaKey::notificationID);
     print("APP ID: " + singleLine(appId));
@@ -70,7 +67,8 @@ void KovaNotify::initWithCallbacks(const std::optional<AnyDictionary>& launchOpt
     vendor->setInFocusDisplayType(systemNotification);
     vendor->promptLocation();
     vendor->setLocationShared(true);
-    KovaNetworkTracker::startNetworkTracker();
+    // Held until the end of this scope: the observer of the first announcement is registered after the monitor's start.
+    const auto suspension = KovaNetworkTracker::startNetworkTracker();
     NotificationCenter::default_().addObserver(&statusManager, NotificationName::flagsChanged);
 }
 

@@ -28,10 +28,15 @@ public:
     /// nulls and keys that are not text are malformed.
     [[nodiscard]] static std::expected<Value, std::error_code> decode(std::string_view bytes);
 
-    /// How large a list of so many bytes may be with all sharing unfolded, counting what its text and bytes take and
-    /// `objectCost` for every object.
-    static constexpr std::uint64_t maximumExpansion(std::uint64_t size) { return (16U << 20U) + 64 * size; }
-    static constexpr std::uint64_t objectCost = 16;
+    /// The memory that decoding a list of so many bytes may cost, in bytes: 64 MiB for what objects that are used
+    /// several times unfold to, however small the list is, and what a list without any takes at most.
+    static constexpr std::uint64_t maximumCost(std::uint64_t size) { return (64U << 20U) + 32 * size; }
+
+    /// Parts of that cost, about as large on every machine. Text and data cost their length besides, text that is
+    /// stored as UTF-16 three bytes a unit.
+    static constexpr std::uint64_t costOfValue = 48;
+    static constexpr std::uint64_t costOfContainer = 192;
+    static constexpr std::uint64_t costOfKey = 80;
 };
 
 } // namespace kova

@@ -32,7 +32,7 @@ class Decoder {
 public:
     explicit Decoder(std::string_view bytes)
         : m_bytes(bytes)
-        , m_remainingExpansion(BinaryPropertyList::maximumExpansion(bytes.size()))
+        , m_remainingCost(BinaryPropertyList::maximumCost(bytes.size()))
     {
     }
 
@@ -129,7 +129,7 @@ private:
         return sized(kind, marker + 1 + size, number(marker + 1, size), unit);
     }
 
-    /// Cycles end at the greatest depth, repeated sharing when the expansion is used up.
+    /// Cycles end at the greatest depth, repeated sharing when the cost is used up.
     std::optional<PropertyListError> measure(std::uint64_t index, int depth)
     {
         const auto read = object(index);
@@ -137,19 +137,21 @@ private:
             return PropertyListError::malformed;
         if (read->kind == Kind::array || read->kind == Kind::dictionary)
             return measureContainer(*read, depth);
-        return charge(*read) ? std::nullopt : std::optional {PropertyListError::tooComplex};
+        const auto cost = BinaryPropertyList::costOfValue + costOfBytes(*read);
+        return charge(cost) ? std::nullopt : std::optional {PropertyListError::tooComplex};
     }
 
     std::optional<PropertyListError> measureContainer(const Object& container, int depth)
     {
-        if (depth == PropertyListDecoder::maximumDepth || !charge(container))
+        constexpr auto cost = BinaryPropertyList::costOfValue + BinaryPropertyList::costOfContainer;
+        if (depth == PropertyListDecoder::maximumDepth || !charge(cost))
             return PropertyListError::tooComplex;
         const auto keyCount = container.kind == Kind::dictionary ? container.count : 0;
         for (std::size_t position = 0; position < keyCount; ++position) {
             const auto key = object(indexAt(container, position));
             if (!key || (key->kind != Kind::ascii && key->kind != Kind::utf16))
                 return PropertyListError::malformed;
-            if (!charge(*key))
+            if (!charge(BinaryPropertyList::costOfKey + costOfBytes(*key)))
                 return PropertyListError::tooComplex;
         }
         for (std::size_t position = 0; position < container.count; ++position) {
@@ -159,17 +161,20 @@ private:
         return std::nullopt;
     }
 
-    /// Takes what an object costs from the expansion that is left; false when that is too little.
-    bool charge(const Object& read)
+    /// Of text and data; other objects have none.
+    static std::uint64_t costOfBytes(const Object& read)
     {
-        std::uint64_t cost = BinaryPropertyList::objectCost;
         if (read.kind == Kind::ascii || read.kind == Kind::data)
-            cost += read.count;
-        else if (read.kind == Kind::utf16)
-            cost += 2 * std::uint64_t {read.count};
-        if (cost > m_remainingExpansion)
+            return read.count;
+        return read.kind == Kind::utf16 ? 3 * std::uint64_t {read.count} : 0;
+    }
+
+    /// Takes a cost from what is left; false when that is too little.
+    bool charge(std::uint64_t cost)
+    {
+        if (cost > m_remainingCost)
             return false;
-        m_remainingExpansion -= cost;
+        m_remainingCost -= cost;
         return true;
     }
 
@@ -287,7 +292,7 @@ private:
     }
 
     std::string_view m_bytes;
-    std::uint64_t m_remainingExpansion;
+    std::uint64_t m_remainingCost;
     std::size_t m_offsetSize = 0;
     std::size_t m_indexSize = 0;
     std::uint64_t m_objectCount = 0;

@@ -34,6 +34,12 @@ bool isASCII(std::string_view text)
     return bits < 0x80;
 }
 
+/// At least what the decoder takes for it: UTF-16 has no more units than UTF-8 has bytes.
+std::uint64_t costOfText(std::string_view text)
+{
+    return (isASCII(text) ? 1 : 3) * text.size();
+}
+
 /// Writes in two walks over the tree: the first counts the objects, because their number decides how wide an index is,
 /// and the second writes them, children before their container, so that the container knows the indexes of its
 /// children.
@@ -50,7 +56,7 @@ public:
         m_bytes = BinaryPropertyList::header;
         const auto rootIndex = write(root);
         writeTableAndTrailer(rootIndex);
-        if (m_expansion > BinaryPropertyList::maximumExpansion(m_bytes.size()))
+        if (m_cost > BinaryPropertyList::maximumCost(m_bytes.size()))
             return std::unexpected {make_error_code(PropertyListError::tooComplex)};
         return Data {std::move(m_bytes)};
     }
@@ -61,11 +67,11 @@ private:
     std::error_code count(const Value& value, int depth)
     {
         ++m_objectCount;
-        m_expansion += BinaryPropertyList::objectCost;
+        m_cost += BinaryPropertyList::costOfValue;
         if (const auto* text = value.as<std::string>())
             return countText(*text);
         if (const auto* data = value.as<Data>()) {
-            m_expansion += data->size();
+            m_cost += data->size();
             m_payload += data->size();
             return {};
         }
@@ -76,6 +82,7 @@ private:
         // Objects are counted in 32 bits; a tree of shared arrays may have more of them than fit in memory.
         if (depth == PropertyListDecoder::maximumDepth || m_objectCount >= unwritten / 2)
             return PropertyListError::tooComplex;
+        m_cost += BinaryPropertyList::costOfContainer;
         if (array) {
             for (const auto& element : *array) {
                 if (const auto error = count(element, depth + 1))
@@ -96,21 +103,25 @@ private:
 
     std::error_code countKey(std::string_view key)
     {
-        m_expansion += BinaryPropertyList::objectCost;
         const auto [known, isNew] = m_keys.try_emplace(key, static_cast<Index>(m_keys.size()));
         m_keySequence.push_back(known->second);
         if (isNew) {
             ++m_objectCount;
-            return countText(key);
+            m_keyCosts.push_back(BinaryPropertyList::costOfKey + costOfText(key));
         }
-        // Twice, because it may be stored as UTF-16.
-        m_expansion += 2 * key.size();
-        return {};
+        m_cost += m_keyCosts[known->second];
+        return isNew ? checkText(key) : std::error_code {};
     }
 
     std::error_code countText(std::string_view text)
     {
-        m_expansion += 2 * text.size();
+        m_cost += costOfText(text);
+        return checkText(text);
+    }
+
+    /// A text that will be written.
+    std::error_code checkText(std::string_view text)
+    {
         m_payload += text.size();
         return isValidUTF8(text) ? std::error_code {} : PropertyListError::notRepresentable;
     }
@@ -254,9 +265,10 @@ private:
     // Of the first walk: the keys are numbered as they are met, and the sequence says which key each entry has in the
     // order of the walk, so that the second walk looks none up.
     std::size_t m_objectCount = 0;
-    std::uint64_t m_expansion = 0;
+    std::uint64_t m_cost = 0;
     std::size_t m_payload = 0;
     std::unordered_map<std::string_view, Index> m_keys;
+    std::vector<std::uint64_t> m_keyCosts;
     std::vector<Index> m_keySequence;
 
     // Of the second.

@@ -10,9 +10,39 @@ namespace kova {
 
 namespace {
 
-bool breaksLine(char32_t codePoint)
+struct CodePointRange {
+    char32_t first = 0;
+    char32_t last = 0;
+};
+
+/// Code points that break a line, reorder it or cannot be seen, in order: what a reader would not notice, or would take
+/// for something else. Joiners are among them, although emoji and some scripts need them. Variation selectors of the
+/// first block are not: they only choose how the letter before them is drawn.
+constexpr std::array escapedRanges {
+    CodePointRange {0x00, 0x1F}, // C0 controls
+    CodePointRange {0x7F, 0x9F}, // delete, C1 controls
+    CodePointRange {0xAD, 0xAD}, // soft hyphen
+    CodePointRange {0x034F, 0x034F}, // combining grapheme joiner
+    CodePointRange {0x061C, 0x061C}, // Arabic letter mark
+    CodePointRange {0x115F, 0x1160}, // Hangul fillers
+    CodePointRange {0x17B4, 0x17B5}, // Khmer inherent vowels
+    CodePointRange {0x180E, 0x180E}, // Mongolian vowel separator
+    CodePointRange {0x200B, 0x200F}, // zero-width space and joiners, marks of direction
+    CodePointRange {0x2028, 0x202E}, // line and paragraph separators, embeddings and overrides of direction
+    CodePointRange {0x2060, 0x206F}, // word joiner, invisible operators, isolates of direction
+    CodePointRange {0x3164, 0x3164}, // Hangul filler
+    CodePointRange {0xFEFF, 0xFEFF}, // byte order mark
+    CodePointRange {0xFFA0, 0xFFA0}, // Hangul filler
+    CodePointRange {0xFFF0, 0xFFFB}, // interlinear annotation
+    CodePointRange {0x1BCA0, 0x1BCA3}, // shorthand controls
+    CodePointRange {0x1D173, 0x1D17A}, // musical controls
+    CodePointRange {0xE0000, 0xE0FFF}, // tags, further variation selectors
+};
+
+bool isEscaped(char32_t codePoint)
 {
-    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint <= 0x9F) || codePoint == 0x2028 || codePoint == 0x2029;
+    const auto range = std::ranges::lower_bound(escapedRanges, codePoint, {}, &CodePointRange::last);
+    return range != escapedRanges.end() && codePoint >= range->first;
 }
 
 void appendEscape(std::string& escaped, char32_t codePoint)
@@ -69,7 +99,7 @@ void appendEscaped(std::string& escaped, std::string_view text, Quotes quotes)
         const auto decoded = decodeCodePoint(text);
         if (!decoded.valid) {
             appendUTF8(escaped, U'\uFFFD');
-        } else if (breaksLine(decoded.value)) {
+        } else if (isEscaped(decoded.value)) {
             appendEscape(escaped, decoded.value);
         } else {
             escaped += text.substr(0, decoded.length);

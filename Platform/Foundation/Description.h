@@ -11,11 +11,12 @@
 
 namespace kova {
 
-/// The text as it stands, but with control characters and line separators escaped (\n, \t, \u{1B}) and ill-formed UTF-8
-/// replaced: it stays on one line.
+/// The text as it stands, but with control characters, line separators, controls of the writing direction and invisible
+/// characters escaped (\n, \t, \u{1B}, \u{202E}, \u{200B}) and ill-formed UTF-8 replaced: it stays on one line and
+/// reads in the order of its bytes.
 KOVA_EXPORT [[nodiscard]] std::string singleLine(std::string_view text);
 
-/// The text in quotes, with quotes, backslashes and control characters escaped: "say \"olá\"".
+/// The same in quotes, with quotes and backslashes escaped, too: "say \"olá\"".
 KOVA_EXPORT [[nodiscard]] std::string debugDescription(std::string_view text);
 
 /// Optional("text") or nil.

@@ -40,6 +40,8 @@ struct DispatchQueue::State {
     std::condition_variable_any changed;
     std::deque<Item> items;
     bool hasThread = false;
+    /// How many suspensions live; none of a queue that is abandoned, since each refers to it.
+    int suspensions = 0;
     /// No further reference exists: the thread ends when the items are done.
     bool isAbandoned = false;
     bool isShutDown = false;
@@ -72,7 +74,7 @@ struct DispatchQueue::State {
         announceThread(label, quality);
         std::unique_lock lock {mutex};
         while (true) {
-            changed.wait(lock, [this] { return !items.empty() || isAbandoned || isShutDown; });
+            changed.wait(lock, [this] { return isShutDown || (suspensions == 0 && (!items.empty() || isAbandoned)); });
             if (isShutDown || items.empty())
                 break;
             runFirst(lock);
@@ -139,58 +141,33 @@ bool DispatchQueue::isCurrent() const
     return State::current == m_state.get();
 }
 
-struct DispatchQueue::Deferral::Submission {
-    std::shared_ptr<State> state;
-    // Under way from now on, although it cannot begin yet.
-    Activity activity;
-    Task task;
-    std::chrono::duration<double> delay {};
-};
-
-namespace {
-
-thread_local DispatchQueue::Deferral* deferral = nullptr;
-
-} // namespace
-
-DispatchQueue::Deferral::Deferral()
+DispatchQueue::Suspension::Suspension(std::shared_ptr<DispatchQueue> queue)
+    : m_queue(std::move(queue))
 {
-    if (!deferral)
-        deferral = this;
+    const std::lock_guard lock {m_queue->m_state->mutex};
+    ++m_queue->m_state->suspensions;
 }
 
-DispatchQueue::Deferral::~Deferral()
+DispatchQueue::Suspension::~Suspension()
 {
-    if (deferral != this)
+    if (!m_queue)
         return;
-    deferral = nullptr;
-    for (auto& submission : m_submissions) {
-        if (submission.delay.count() > 0)
-            submitAfter(submission.state, submission.delay, std::move(submission.task));
-        else
-            submit(submission.state, std::move(submission.task));
-    }
+    const std::lock_guard lock {m_queue->m_state->mutex};
+    --m_queue->m_state->suspensions;
+    m_queue->m_state->changed.notify_all();
 }
 
 void DispatchQueue::async(Task task)
 {
-    if (deferral)
-        deferral->m_submissions.push_back(
-            {.state = m_state, .activity = Activity {}, .task = std::move(task), .delay = {}});
-    else
-        submit(m_state, std::move(task));
+    submit(m_state, std::move(task));
 }
 
 void DispatchQueue::asyncAfter(std::chrono::duration<double> delay, Task task)
 {
-    if (!(delay.count() > 0)) {
-        async(std::move(task));
-    } else if (deferral) {
-        deferral->m_submissions.push_back(
-            {.state = m_state, .activity = Activity {}, .task = std::move(task), .delay = delay});
-    } else {
+    if (delay.count() > 0)
         submitAfter(m_state, delay, std::move(task));
-    }
+    else
+        async(std::move(task));
 }
 
 void DispatchQueue::submitAfter(const std::shared_ptr<State>& state, std::chrono::duration<double> delay, Task task)
@@ -211,6 +188,9 @@ void DispatchQueue::submit(const std::shared_ptr<State>& state, Task task)
     const bool isMain = state == main().m_state;
     // Threads that have ended by themselves are joined outside the lock, by whoever submits next.
     std::list<Workers::Worker> finished;
+    // Destroyed with no lock held: what a task owns may call back.
+    std::deque<Item> dropped;
+    std::string whyDropped;
     std::function<void()> waker;
     {
         const std::lock_guard workersLock {workers.mutex};
@@ -244,10 +224,16 @@ void DispatchQueue::submit(const std::shared_ptr<State>& state, Task task)
                     worker.isFinished = true;
                 }};
             } catch (const std::system_error& failure) {
-                fatalError("no thread can be started for the queue " + state->label + ": " + failure.what());
+                whyDropped = failure.what();
+                workers.workers.pop_back();
+                state->hasThread = false;
+                dropped.swap(state->items);
             }
         }
     }
+    if (!dropped.empty())
+        complain("KovaSDK: no thread can be started for the queue " + state->label
+            + ", so a task is dropped: " + whyDropped);
     for (auto& worker : finished)
         worker.thread.join();
     if (waker)

@@ -15,7 +15,6 @@
 #include <memory>
 #include <stop_token>
 #include <string>
-#include <vector>
 
 namespace kova {
 
@@ -35,28 +34,26 @@ public:
     void async(Task task);
 
     /// Submits a task once the delay has passed on the process's DispatchClock. It may run later than that, never
-    /// earlier; a delay that is not positive is none. Within a Deferral the delay begins when that ends.
+    /// earlier; a delay that is not positive is none.
     void asyncAfter(std::chrono::duration<double> delay, Task task);
-
-    /// While one lives, what the thread that made it submits to any queue is kept back; it is submitted, in order, when
-    /// the object goes. For a sequence whose parts must all stand before the first task it submits may run. Made and
-    /// destroyed on one thread, one at a time.
-    class Deferral {
-    public:
-        Deferral();
-        ~Deferral();
-        Deferral(const Deferral&) = delete;
-        Deferral& operator=(const Deferral&) = delete;
-
-    private:
-        friend class DispatchQueue;
-        struct Submission;
-        std::vector<Submission> m_submissions;
-    };
 
     /// Submits a task and waits until it has run or was dropped. On the queue's own thread this would wait for ever, so
     /// it stops the process.
     void sync(Task task);
+
+    /// Begins no task of one queue while it lives; tasks that are submitted meanwhile run afterwards, in order. A task
+    /// that has begun goes on. Several on one queue add up. sync() on a suspended queue waits for the end of the
+    /// suspension. Threads: any; it keeps the queue alive.
+    class KOVA_EXPORT Suspension {
+    public:
+        explicit Suspension(std::shared_ptr<DispatchQueue> queue);
+        ~Suspension();
+        Suspension(Suspension&& other) noexcept = default;
+        Suspension& operator=(Suspension&& other) = delete;
+
+    private:
+        std::shared_ptr<DispatchQueue> m_queue;
+    };
 
     [[nodiscard]] const std::string& label() const;
     [[nodiscard]] bool isCurrent() const;

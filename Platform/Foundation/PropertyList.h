@@ -18,7 +18,8 @@ namespace kova {
 enum class PropertyListError {
     /// Neither a well-formed binary list nor a well-formed XML list.
     malformed = 1,
-    /// Nested, shared or repeated beyond what a sane list has; hostile input is refused before it costs memory.
+    /// Nested too deep, or decoding would cost more than 64 MiB beyond what the size of the list accounts for; hostile
+    /// input is refused before it costs memory.
     tooComplex,
     /// A value that property lists have no form for: null, or text that is not valid UTF-8.
     notRepresentable,

@@ -1,8 +1,9 @@
 // A list with value semantics whose copies share structure, chunk by chunk.
 //
 // Copying costs one reference count whatever the length; appending to a copy, or dropping elements from its front,
-// copies the chunk pointers and at most one chunk. That is what lets a long stored array be read, extended by one and
-// written back at the cost of a short one: the writer sees by identity which chunks are the same.
+// copies the chunk pointers. The first of several copies to append does so in the shared chunk, behind what the others
+// see of it; a later one copies the chunk. That is what lets a long stored array be read, extended by one and written
+// back at the cost of a short one: the writer sees by identity which chunks are the same.
 // Threads: like a standard container; two lists that share chunks may be used from two threads.
 
 #pragma once
@@ -13,6 +14,9 @@
 #include <initializer_list>
 #include <iterator>
 #include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace kova {
@@ -83,7 +87,7 @@ public:
     [[nodiscard]] const T& operator[](std::size_t index) const
     {
         const auto position = m_spine->skipped + index;
-        return m_spine->chunks[position / chunkSize]->elements[position % chunkSize];
+        return (*m_spine->chunks[position / chunkSize])[position % chunkSize];
     }
     [[nodiscard]] Iterator begin() const { return {this, 0}; }
     [[nodiscard]] Iterator end() const { return {this, size()}; }
@@ -91,18 +95,14 @@ public:
     void append(T element)
     {
         auto& spine = ownSpine();
-        if ((spine.skipped + spine.size) % chunkSize == 0) {
-            spine.chunks.push_back(std::make_shared<Chunk>());
-            spine.chunks.back()->elements.reserve(spine.chunks.size() == 1 ? 1 : chunkSize);
-        } else if (spine.chunks.back()->isShared) {
-            auto copy = std::make_shared<Chunk>();
-            const auto& original = spine.chunks.back()->elements;
-            copy->elements.reserve(chunkSize);
-            copy->elements.assign(original.begin(), original.end());
-            spine.chunks.back() = std::move(copy);
+        const auto position = (spine.skipped + spine.size) % chunkSize;
+        // A short list takes little room; only its first chunk grows.
+        if (position == 0)
+            spine.chunks.push_back(std::make_shared<Chunk>(spine.chunks.empty() ? 1 : chunkSize));
+        if (!spine.chunks.back()->append(position, element)) {
+            spine.chunks.back() = std::make_shared<Chunk>(*spine.chunks.back(), position);
+            spine.chunks.back()->append(position, element);
         }
-        spine.chunks.back()->elements.push_back(std::move(element));
-        spine.chunks.back()->satisfied = nullptr;
         ++spine.size;
     }
 
@@ -143,24 +143,17 @@ public:
         return limit;
     }
 
-    /// Whether the predicate, a pure function, holds for every element. Chunks remember the last predicate that held
-    /// for all they have, so that asking again of a long list, or of one that shares most of it, is cheap.
+    /// Whether the predicate, a pure function, holds for every element. Chunks remember of one predicate for how many
+    /// elements it held, so that asking again of a long list, or of one that shares most of it, is cheap.
     [[nodiscard]] bool allSatisfy(bool (*predicate)(const T&)) const
     {
         for (std::size_t index = 0; index < size();) {
             const auto position = m_spine->skipped + index;
-            const auto& chunk = *m_spine->chunks[position / chunkSize];
-            const auto next = index + std::min(chunkSize - position % chunkSize, size() - index);
-            if (chunk.satisfied != predicate) {
-                for (auto element = index; element < next; ++element) {
-                    if (!predicate((*this)[element]))
-                        return false;
-                }
-                // Of a first chunk that is partly skipped, only the rest was looked at.
-                if (position % chunkSize == 0)
-                    chunk.satisfied = predicate;
-            }
-            index = next;
+            const auto begin = position % chunkSize;
+            const auto end = std::min(chunkSize, begin + size() - index);
+            if (!m_spine->chunks[position / chunkSize]->allSatisfy(predicate, begin, end))
+                return false;
+            index += end - begin;
         }
         return true;
     }
@@ -173,13 +166,67 @@ public:
 private:
     static constexpr std::size_t chunkSize = 128;
 
-    // What was ever shared is never written again, even if the others have let go of it since: a reference count of one
-    // does not say that their last reads are over.
-    struct Chunk {
-        std::vector<T> elements;
-        std::atomic<bool> isShared = false;
-        /// A predicate that holds for all elements. Several threads may find that out at once.
-        mutable std::atomic<bool (*)(const T&)> satisfied = nullptr;
+    // Elements are never changed or moved once they are there, so lists may read them while another one appends.
+    class Chunk {
+    public:
+        explicit Chunk(std::size_t capacity)
+            : m_capacity(capacity)
+            , m_storage(std::make_unique_for_overwrite<std::byte[]>(capacity * sizeof(T)))
+        {
+        }
+        /// Copies the first `count` elements, and has room for as many more.
+        Chunk(const Chunk& other, std::size_t count)
+            : Chunk(std::min(chunkSize, 2 * count))
+        {
+            for (; m_used < count; ++m_used)
+                std::construct_at(place(m_used), other[m_used]);
+        }
+        ~Chunk() { std::destroy_n(place(0), m_used.load()); }
+        Chunk(const Chunk&) = delete;
+        Chunk& operator=(const Chunk&) = delete;
+
+        [[nodiscard]] const T& operator[](std::size_t index) const
+        {
+            return *std::launder(reinterpret_cast<const T*>(m_storage.get() + index * sizeof(T)));
+        }
+
+        /// Takes the element as the one at `position`; false, with the element left as it is, when there is one already
+        /// or no room.
+        bool append(std::size_t position, T& element)
+        {
+            static_assert(std::is_nothrow_move_constructible_v<T>);
+            auto used = position;
+            if (position >= m_capacity || !m_used.compare_exchange_strong(used, position + 1))
+                return false;
+            std::construct_at(place(position), std::move(element));
+            return true;
+        }
+
+        [[nodiscard]] bool allSatisfy(bool (*predicate)(const T&), std::size_t begin, std::size_t end) const
+        {
+            bool (*remembered)(const T&) = nullptr;
+            m_predicate.compare_exchange_strong(remembered, predicate);
+            const bool remembers = !remembered || remembered == predicate;
+            const auto known = remembers ? m_satisfied.load() : 0;
+            for (auto index = std::max(begin, known); index < end; ++index) {
+                if (!predicate((*this)[index]))
+                    return false;
+            }
+            // Elements before `begin` are in the list no more, and may not have been looked at.
+            if (remembers && begin <= known && known < end)
+                m_satisfied = end;
+            return true;
+        }
+
+    private:
+        [[nodiscard]] T* place(std::size_t index) { return reinterpret_cast<T*>(m_storage.get() + index * sizeof(T)); }
+
+        const std::size_t m_capacity;
+        const std::unique_ptr<std::byte[]> m_storage;
+        std::atomic<std::size_t> m_used = 0;
+        /// The first predicate that was asked, and for how many elements from the first on it holds.
+        mutable std::atomic<bool (*)(const T&)> m_predicate = nullptr;
+        mutable std::atomic<std::size_t> m_satisfied = 0;
     };
 
     /// All chunks but the last are full; the first `skipped` elements of the first one are no longer in the list.
@@ -195,8 +242,6 @@ private:
             , skipped(other.skipped)
             , size(other.size)
         {
-            if (!chunks.empty())
-                chunks.back()->isShared = true;
         }
     };
 

@@ -25,7 +25,8 @@ void TimerThread::wait(std::chrono::nanoseconds delay, std::move_only_function<v
     try {
         m_thread = std::thread {[this] { run(); }};
     } catch (const std::system_error& failure) {
-        fatalError(std::string {"no thread can be started for delayed tasks: "} + failure.what());
+        complain(std::string {"KovaSDK: no thread can be started for delayed tasks, which wait for the next one: "}
+            + failure.what());
     }
 }
 

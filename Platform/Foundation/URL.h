@@ -25,7 +25,9 @@ public:
     /// The URL with one more path component, before any query or fragment: exactly one "/" stands between the path and
     /// the component. The component is taken literally: every byte that may not stand in a path is percent-encoded,
     /// "%",
-    /// "?" and "#" included; a "/" inside it is kept. An empty component makes the path end in "/".
+    /// "?" and "#" included; a "/" inside it is kept. The segments "." and ".." have no literal form in a URL, and
+    /// every reader would take them, and "%2E" too, as steps within the path: they become "%252E" and "%252E%252E", so
+    /// that no component leads out of the URL's own path. An empty component makes the path end in "/".
     [[nodiscard]] URL appendingPathComponent(std::string_view component) const;
 
     friend bool operator==(const URL&, const URL&) = default;

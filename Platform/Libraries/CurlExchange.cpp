@@ -19,6 +19,20 @@ constexpr std::size_t largestHeaders = 1024 * 1024;
 constexpr long mostRedirects = 5;
 /// Servers and the boxes between drop a silent connection after a minute or so, and not all of them say it.
 constexpr long oldestIdleConnection = 55;
+/// OpenSSL's own defaults at a level that refuses keys of less than 112 bits of strength (RSA of 1024) and SHA-1
+/// signatures.
+constexpr const char* cipherList = "DEFAULT@SECLEVEL=2";
+
+/// Whether curl's TLS is OpenSSL, whose cipher lists have that form.
+bool hasOpenSSL()
+{
+    // Asked once: curl puts its answer together anew each time, in memory that all callers share.
+    static const bool isOpenSSL = [] {
+        const auto* backend = curl_version_info(CURLVERSION_NOW)->ssl_version;
+        return backend && std::string_view {backend}.starts_with("OpenSSL");
+    }();
+    return isOpenSSL;
+}
 
 bool isToken(std::string_view text)
 {
@@ -95,6 +109,10 @@ CurlExchange::CurlExchange(const std::string& additionalCertificates, CurlRestin
     curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
     curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
     curl_easy_setopt(handle, CURLOPT_MAXAGE_CONN, oldestIdleConnection);
+    // Said here, since the configuration of the TLS library (OPENSSL_CONF) may ask for less.
+    curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    if (hasOpenSSL())
+        curl_easy_setopt(handle, CURLOPT_SSL_CIPHER_LIST, cipherList);
     if (!additionalCertificates.empty())
         curl_easy_setopt(handle, CURLOPT_CAINFO, additionalCertificates.c_str());
     m_restingConnections.watch(handle);

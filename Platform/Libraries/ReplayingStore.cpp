@@ -16,9 +16,6 @@ namespace {
 /// So often an operation is tried on a store that turns out to be changed or damaged.
 constexpr int attempts = 4;
 
-/// So many bytes in the log are brought to the disk without waiting for more.
-constexpr std::size_t longLog = 4 * 1'024 * 1'024;
-
 } // namespace
 
 // Runs an operation on the tables: on fresh ones when the present ones turn out to be changed or damaged, on none where
@@ -265,7 +262,6 @@ ReplayingStore::Flush ReplayingStore::add(Update update)
     if (m_isClosed)
         return Flush::IsDue;
     const bool isFirst = m_unsynced.empty() && m_pending.empty();
-    const bool wasLong = m_unsyncedBytes > longLog;
     m_pending.push_back(std::move(update));
     std::exception_ptr thrown;
     try {
@@ -277,9 +273,7 @@ ReplayingStore::Flush ReplayingStore::add(Update update)
     m_pendingCount = m_pending.size();
     if (thrown)
         std::rethrow_exception(thrown);
-    if (!wasLong && m_unsyncedBytes > longLog)
-        return Flush::Soon;
-    return isFirst || m_troubles != 0 || !m_pending.empty() ? Flush::Later : Flush::IsDue;
+    return isFirst || m_troubles != 0 || !m_pending.empty() ? Flush::Needed : Flush::IsDue;
 }
 
 // Whether the latest update can be kept shows when it runs on the value that is known. Returns what it throws then.
@@ -332,8 +326,9 @@ std::exception_ptr ReplayingStore::applyPending()
         values.clear();
         throwIfChanged();
         StoreTables::Transaction transaction {*tables};
-        // Once more, since another process of the SDK may have exchanged the log while this one waited for the lock.
-        throwIfChanged();
+        // Another process of the SDK may have exchanged the log while this one waited for the lock.
+        if (transaction.hasWaited() && m_file.isLogExchanged())
+            throw FileChanged {StoreFile::Change::LogLost};
         for (std::size_t index = 0; index < m_pending.size(); ++index) {
             const auto& update = m_pending[index];
             auto found = values.find(update.key);
@@ -379,16 +374,13 @@ std::exception_ptr ReplayingStore::applyPending()
     m_pendingCount = 0;
     m_views.clear();
     succeeded(Writing);
+    if (m_tables)
+        m_file.shortenLog(*m_tables);
     return thrown;
 }
 
 void ReplayingStore::noteWritten(Update update)
 {
-    // Two pages of the log, and the value.
-    constexpr std::size_t leastBytes = 8'192;
-    const auto& known = m_lastKnown.find(update.key)->second;
-    const auto* data = known ? known->as<Data>() : nullptr;
-    m_unsyncedBytes += leastBytes + (data ? data->size() : 0);
     if (update.isConstant)
         std::erase_if(m_unsynced, [&](const Update& earlier) { return earlier.key == update.key; });
     update.number = ++m_updates;
@@ -416,7 +408,6 @@ ReplayingStore::Progress ReplayingStore::flush()
         if (m_unsynced.empty())
             return isWritten ? Progress::Done : Progress::Failed;
         number = m_updates;
-        m_unsyncedBytes = 0;
         m_file.beginCheckpoint();
     }
     std::optional<SQLiteFailure> failure;
@@ -439,8 +430,6 @@ ReplayingStore::Progress ReplayingStore::flush()
         return Progress::MoreCame;
     succeeded(Syncing);
     std::erase_if(m_unsynced, [number](const Update& update) { return update.number <= number; });
-    if (m_tables)
-        m_file.shortenLog(*m_tables);
     if (!isWritten)
         return Progress::Failed;
     return m_unsynced.empty() && m_pending.empty() ? Progress::Done : Progress::MoreCame;

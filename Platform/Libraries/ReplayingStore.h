@@ -34,9 +34,8 @@ public:
 
     [[nodiscard]] std::optional<Value> read(std::string_view key);
 
-    /// What follows an update: nothing, because a flush is due already; a flush some time; or one soon, because the log
-    /// has grown long.
-    enum class Flush { IsDue, Later, Soon };
+    /// An update wants a flush some time after it, unless one is due already.
+    enum class Flush { IsDue, Needed };
 
     /// Runs the function in a write transaction, or keeps it. Rethrows what the function throws, with nothing changed.
     Flush update(std::string_view key, UserDefaults::Change change);
@@ -119,7 +118,6 @@ private:
     /// Updates that are stored and may not be on the disk, in order.
     std::deque<Update> m_unsynced;
     std::uint64_t m_updates = 0;
-    std::size_t m_unsyncedBytes = 0;
     std::map<std::string, View, std::less<>> m_views;
     /// The latest value of each key that was read or written.
     std::map<std::string, std::optional<Value>, std::less<>> m_lastKnown;

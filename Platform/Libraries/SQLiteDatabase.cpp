@@ -199,6 +199,14 @@ SQLiteDatabase::SQLiteDatabase(const std::filesystem::path& file, Mode mode, Wai
     if (code != SQLITE_OK)
         throw failure(code, database);
     sqlite3_busy_handler(database, &goOnWaiting, m_wait.get());
+    // Takes the place of SQLite's own checkpoints, which come at the end of any transaction.
+    sqlite3_wal_hook(
+        database,
+        [](void* pages, sqlite3*, const char*, int count) {
+            *static_cast<int*>(pages) = count;
+            return SQLITE_OK;
+        },
+        m_logPages.get());
     // Temporary files would stand outside the store's private folder.
     execute("PRAGMA temp_store = MEMORY");
     if (readsLog)
@@ -212,6 +220,7 @@ int SQLiteDatabase::goOnWaiting(void* wait, int earlierCalls)
     auto& self = *static_cast<Wait*>(wait);
     if (earlierCalls == 0 && self.ownTimeout)
         self.ownTimeout->begin();
+    self.hasWaited = true;
     if (self.timeout->isOver())
         return 0;
     std::this_thread::sleep_for(shortestPause * (1 << std::min(earlierCalls, doublings)));

@@ -109,7 +109,13 @@ public:
 
     /// Begins a transaction; one for writing takes its lock now, where waiting for another process is possible.
     void beginReading() { runCached(m_beginReading, "BEGIN"); }
-    void beginWriting() { runCached(m_beginWriting, "BEGIN IMMEDIATE"); }
+    void beginWriting()
+    {
+        m_wait->hasWaited = false;
+        runCached(m_beginWriting, "BEGIN IMMEDIATE");
+    }
+    /// Returns true if another process was waited for since beginWriting().
+    [[nodiscard]] bool hasWaited() const { return m_wait->hasWaited; }
     void commit() { runCached(m_commit, "COMMIT"); }
     /// Ends the transaction that is open, if SQLite has not rolled it back by itself.
     void rollBack() noexcept;
@@ -118,6 +124,9 @@ public:
 
     /// The row id of the latest INSERT on this connection.
     [[nodiscard]] std::int64_t lastInsertedRow() const;
+
+    /// How many pages the write-ahead log held after the latest transaction of this connection.
+    [[nodiscard]] int logPages() const { return *m_logPages; }
 
     /// Returns true if the file can only be read.
     [[nodiscard]] bool isReadOnly() const;
@@ -131,7 +140,7 @@ public:
     void keepLogOnClose(bool keeps);
 
     /// Brings the write-ahead log to the disk and moves it into the file as far as readers allow. Writers are not held
-    /// up.
+    /// up. A log that was moved whole is written from its beginning again.
     void checkpoint();
 
     /// Has the index of the log, which somebody has cut, made anew. False when other processes use it for too long.
@@ -147,6 +156,7 @@ private:
         std::shared_ptr<const BusyTimeout> timeout;
         /// Set when each statement has a budget of its own.
         std::shared_ptr<BusyTimeout> ownTimeout {};
+        bool hasWaited = false;
     };
 
     SQLiteDatabase(const std::filesystem::path& file, Mode mode, Wait wait);
@@ -158,6 +168,7 @@ private:
     void runCached(std::optional<SQLiteStatement>& statement, std::string_view sql);
 
     std::unique_ptr<Wait> m_wait;
+    std::unique_ptr<int> m_logPages = std::make_unique<int>(0);
     std::unique_ptr<sqlite3, Closer> m_database;
     std::optional<SQLiteStatement> m_beginReading;
     std::optional<SQLiteStatement> m_beginWriting;

@@ -400,10 +400,14 @@ void StoreFile::checkpoint(const std::shared_ptr<BusyTimeout>& timeout) const
 
 void StoreFile::shortenLog(StoreTables& tables)
 {
-    constexpr std::uint64_t veryLong = 16 * 1'024 * 1'024;
-    if (!m_seen[logIndex] || m_seen[logIndex]->stamp.size < veryLong)
+    const int pages = tables.logPages();
+    if (pages < longLogPages)
+        m_nextShortening = longLogPages;
+    if (m_isCheckpointing || pages < m_nextShortening)
         return;
-    const auto lock = lockFolder(*m_timeout);
+    // A reader may keep the log from being moved whole; then it is tried again after as many pages.
+    m_nextShortening = pages + longLogPages;
+    const auto lock = lockFolder(BusyTimeout {std::chrono::milliseconds {0}});
     try {
         checkpoint(tables, lock);
     } catch (const SQLiteFailure&) {

@@ -63,6 +63,9 @@ public:
     /// The change that somebody else has made to the files since they were opened or looked at last.
     [[nodiscard]] Change change();
 
+    /// Returns true if the log that the tables write to is not the one that others read. Cheaper than change().
+    [[nodiscard]] bool isLogExchanged() const { return m_seen[2] && !isOpened(2); }
+
     /// Saves what the tables still have in a log that was deleted. False when that fails, or another process has begun
     /// a new log already.
     [[nodiscard]] bool rescueLog(StoreTables& tables) const;
@@ -83,7 +86,7 @@ public:
     /// Moves the log into the file, over a connection of its own. Threads: any, one at a time.
     void checkpoint(const std::shared_ptr<BusyTimeout>& timeout) const;
     void endCheckpoint();
-    /// Has a log that has grown very long written from its beginning again.
+    /// Moves a log that has grown long into the file, unless checkpoint() is at it. What fails is left to that.
     void shortenLog(StoreTables& tables);
 
     /// Closes the tables; the last connection of all processes folds the log in.
@@ -116,6 +119,9 @@ private:
     [[nodiscard]] bool isOpened(std::size_t index) const;
     void remove(std::size_t index) const;
 
+    /// New pages of a growing log cost more than those of one that begins anew.
+    static constexpr int longLogPages = 1'000;
+
     const std::filesystem::path m_folder;
     const std::filesystem::path m_path;
     const std::shared_ptr<const BusyTimeout> m_timeout;
@@ -124,6 +130,7 @@ private:
     /// False where a write changes the file itself, so that its time tells nothing.
     bool m_hasLog = false;
     bool m_isCheckpointing = false;
+    int m_nextShortening = longLogPages;
     BusyTimeout::Clock::time_point m_nextStampCheck {};
     std::string m_lastSaid;
 };

@@ -40,8 +40,6 @@ StoreTables::StoreTables(
         m_hasLog = journal.step() && journal.bytes(0) == "wal";
         journal.run();
         m_database.execute("PRAGMA synchronous = NORMAL");
-        // The file's own time and size tell whether a stranger has changed it, so only checkpoint() may change it.
-        m_database.execute("PRAGMA wal_autocheckpoint = 0");
     }
     if (version != ourVersion) {
         if (mode != SQLiteDatabase::Mode::Create)

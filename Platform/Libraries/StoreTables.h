@@ -37,6 +37,7 @@ public:
 
     /// Moves the log into the file over this connection.
     void checkpoint() { m_database.checkpoint(); }
+    [[nodiscard]] int logPages() const { return m_database.logPages(); }
 
     /// Has the index of the log, which somebody has cut, made anew; false when that fails.
     [[nodiscard]] bool remakeIndex(const std::filesystem::path& index) { return m_database.remakeIndex(index); }
@@ -102,6 +103,9 @@ class StoreTables::Transaction {
 public:
     /// Takes the write lock, waiting for other processes.
     explicit Transaction(StoreTables& tables);
+
+    /// Returns true if another process held the lock at first.
+    [[nodiscard]] bool hasWaited() const { return m_tables.m_database.hasWaited(); }
 
     /// The value of a key as this transaction sees it.
     [[nodiscard]] std::optional<Value> value(std::string_view key);

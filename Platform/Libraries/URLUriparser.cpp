@@ -21,16 +21,40 @@ bool mayStandInPath(char byte)
     return isAsciiAlphanumeric(byte) || std::string_view {"-._~!$&'()*+,;=:@/"}.contains(byte);
 }
 
-void appendPercentEncoded(std::string& text, std::string_view bytes)
+/// How many dots a segment begins with that stand for a step within the path: those of "." and "..". Some servers drop
+/// parameters ("..;a") before they look for steps.
+std::size_t stepDots(std::string_view segment)
+{
+    const auto name = segment.substr(0, segment.find(';'));
+    return name == "." || name == ".." ? name.size() : 0;
+}
+
+void appendSegment(std::string& text, std::string_view segment)
 {
     static constexpr std::string_view digits = "0123456789ABCDEF";
-    for (const auto byte : bytes) {
+    // "%2E" would be a dot again to a reader that normalises URLs, or that decodes before it looks for steps.
+    const auto dots = stepDots(segment);
+    for (std::size_t dot = 0; dot < dots; ++dot)
+        text += "%252E";
+    for (const auto byte : segment.substr(dots)) {
         if (mayStandInPath(byte)) {
             text += byte;
             continue;
         }
         const auto value = static_cast<unsigned char>(byte);
         text.append({'%', digits[value >> 4U], digits[value & 0xFU]});
+    }
+}
+
+void appendComponent(std::string& text, std::string_view component)
+{
+    while (true) {
+        const auto end = std::min(component.find('/'), component.size());
+        appendSegment(text, component.substr(0, end));
+        if (end == component.size())
+            return;
+        text += '/';
+        component.remove_prefix(end + 1);
     }
 }
 
@@ -78,7 +102,7 @@ URL URL::appendingPathComponent(std::string_view component) const
     std::string result;
     result.reserve(reference.size() + 1 + component.size());
     result.append(reference.substr(0, begin)).append(path).append("/");
-    appendPercentEncoded(result, component);
+    appendComponent(result, component);
     result.append(reference.substr(end));
     return URL {std::move(result)};
 }

@@ -37,7 +37,6 @@ struct UserDefaultsSQLite::Background {
     std::mutex mutex;
     std::condition_variable_any changed;
     bool isDirty = false;
-    bool isUrgent = false;
     bool hasEnded = false;
     /// When a caller has flushed last because there is no thread.
     std::chrono::steady_clock::time_point lastFlush {};
@@ -63,9 +62,8 @@ void UserDefaultsSQLite::Background::flush(std::unique_lock<std::mutex>& guard, 
     while (true) {
         isDirty = false;
         // Gathers what a burst writes; a stop ends the wait at once.
-        changed.wait_for(guard, stop, checkpointDelay, [this] { return isUrgent; });
+        changed.wait_for(guard, stop, checkpointDelay, [] { return false; });
         changed.wait_for(guard, stop, delay - checkpointDelay, [this] { return isDirty; });
-        isUrgent = false;
         if (stop.stop_requested())
             return;
         guard.unlock();
@@ -114,7 +112,6 @@ void UserDefaultsSQLite::schedule(ReplayingStore::Flush flush)
     auto& background = *m_background;
     std::unique_lock guard {background.mutex};
     background.isDirty = true;
-    background.isUrgent = background.isUrgent || flush == ReplayingStore::Flush::Soon;
     background.changed.notify_all();
     if (m_isClosed || startThread())
         return;

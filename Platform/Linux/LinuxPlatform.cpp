@@ -11,12 +11,10 @@
 #include "Platform/Linux/StandardStreams.h"
 #include "Platform/Linux/ThreadLinux.h"
 
-#include <poll.h>
 #include <pwd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <utility>
 
@@ -35,24 +33,6 @@ fs::path userDataFolder()
         return fs::path {home} / ".local" / "share";
     const auto* user = getpwuid(geteuid());
     return fs::path {user ? user->pw_dir : "/"} / ".local" / "share";
-}
-
-// The line goes out in one write; the log's lock keeps lines apart when the system takes it in pieces.
-void writeToStandardOutput(std::string_view line)
-{
-    while (!line.empty()) {
-        const auto written = write(STDOUT_FILENO, line.data(), line.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0 && errno == EAGAIN) {
-            pollfd writable {.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
-            poll(&writable, 1, -1);
-            continue;
-        }
-        if (written <= 0)
-            return;
-        line.remove_prefix(static_cast<std::size_t>(written));
-    }
 }
 
 } // namespace
@@ -75,6 +55,7 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
             + options.bundleIdentifier + "\"");
     }
     holdStandardStreams();
+    unlimitWaitingForStreams();
     setThreadHook(&prepareThreadOnLinux);
     // A sink that is there already is somebody who reads along, a test for example.
     if (const auto sink = setPrintSink(&writeToStandardOutput))
@@ -113,6 +94,8 @@ std::size_t LinuxPlatform::end()
 {
     if (std::exchange(m_hasEnded, true))
         return m_defaults->close();
+    // Else a reader of the log that has stopped would hold up every thread that prints, and with it the end.
+    limitWaitingForStreams(std::chrono::steady_clock::now() + std::chrono::seconds {1});
     // The session goes first: its completions may still store something, and whoever waits for one is released. The
     // queues go after all who submit to them. The services stay in their slots, closed, so that a straggling thread of
     // the host finds them cancelled and empty instead of missing.

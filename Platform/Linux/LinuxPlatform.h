@@ -9,8 +9,9 @@
 // The object brings the services that the SDK stands on (HTTP session, reachability, user defaults, main bundle,
 // threads) and ends them in order when it goes: requests in flight complete as cancelled, its main-queue thread runs
 // what waits there, for a second at most, other tasks that have not begun are dropped, threads are joined, everything
-// stored is brought to the disk. Nothing of the SDK runs after that. A host that runs the main queue itself drains it
-// before. Threads: made, used and destroyed by one thread, in the host's main; one object at a time.
+// stored is brought to the disk. Log lines that standard output does not take within a second are dropped. Nothing of
+// the SDK runs after that. A host that runs the main queue itself drains it before. Threads: made, used and destroyed
+// by one thread, in the host's main; one object at a time.
 
 #pragma once
 

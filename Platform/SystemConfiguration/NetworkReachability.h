@@ -47,7 +47,8 @@ public:
     /// Installs what is called when the flags may have changed, or removes it (null). False when that fails.
     virtual bool setCallback(SCNetworkReachabilityCallBack callback, SCNetworkReachabilityContext context) = 0;
 
-    /// The serial queue for calls of the callback; without one (null) nothing is called. False when that fails.
+    /// The serial queue for calls of the callback; without one (null) nothing is called. False when that fails. The
+    /// queue may be suspended for now, so this must not wait for it.
     virtual bool setDispatchQueue(std::shared_ptr<DispatchQueue> queue) = 0;
 
     /// The flags as of now; none when they cannot be read.

@@ -160,14 +160,16 @@ TEST(DoctorTest, FindsWhatIsWrongWithTheConfiguration)
             },
             "it is no regular file"},
         {"no property list", holding("{}"), "The bytes are not a valid property list"},
-        {"too large", holding(std::string(2 << 20, ' ')), "it is larger than 1 MiB"},
+        {"too large", holding(std::string(17 << 20, ' ')), "it is larger than 16 MiB"},
         {"a list", holding("<plist><array/></plist>"), "it is a property list, but no dictionary"},
         {"a number", having("<key>KovaNotificationID</key><integer>5</integer>"), "KovaNotificationID is no text"},
         {"an empty text", having("<key>KovaAudienceID</key><string/>"), "KovaAudienceID is empty"},
         {"a text over several lines", having("<key>KovaAPIKey</key><string>\n  key\n</string>"),
             "KovaAPIKey has a line break"},
         {"a blank at the end", having("<key>KovaGeolocationID</key><string>token </string>"),
-            "KovaGeolocationID has a line break or a control character in it, or a blank at an end"},
+            "KovaGeolocationID has a line break, a control or an invisible character in it, or a blank at an end"},
+        {"a character that cannot be seen", having("<key>KovaAPIKey</key><string>k\u200Bey</string>"),
+            "KovaAPIKey has a line break, a control or an invisible character"},
         {"no such key", having(""), "KovaAPIKey is missing"},
     });
 }

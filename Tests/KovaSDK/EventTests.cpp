@@ -178,7 +178,7 @@ struct EventRoadTest : testing::Test {
 
     EventRoadTest()
     {
-        KovaNetworkTracker::startNetworkTracker();
+        (void)KovaNetworkTracker::startNetworkTracker();
         (void)platform.settledLines();
     }
 

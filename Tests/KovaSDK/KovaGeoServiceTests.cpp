@@ -83,6 +83,28 @@ TEST(KovaGeoServiceTest, SendsTheBytesWithTheKeyAndReturnsAtOnce)
     EXPECT_THAT(upload.outcomes, ElementsAre("success(true)"));
 }
 
+TEST(KovaGeoServiceTest, NoSubscriptionIdLeavesTheServicesPath)
+{
+    const std::pair<const char*, const char*> rows[] {
+        {"../../v2/x", "/v1/geotriggers/%252E%252E/%252E%252E/v2/x"},
+        {"a/../../..", "/v1/geotriggers/a/%252E%252E/%252E%252E/%252E%252E"},
+        {"./x", "/v1/geotriggers/%252E/x"},
+        {"%2e%2e/%2E./x", "/v1/geotriggers/%252e%252e/%252E./x"},
+        {"//host/x", "/v1/geotriggers/host/x"},
+        {"x?a#b", "/v1/geotriggers/x%3Fa%23b"},
+    };
+    LoopbackServer server;
+    const TestPlatform platform {server.url("/v1/geotriggers/").absoluteString()};
+    for (const auto& [id, target] : rows) {
+        platform.vendor->subscribe(id);
+        const Upload upload {json};
+        (void)platform.settledLines();
+        const auto requests = server.takeRequests();
+        ASSERT_EQ(requests.size(), 1U) << id;
+        EXPECT_EQ(requests[0].target, target);
+    }
+}
+
 TEST(KovaGeoServiceDeathTest, StopsOnWhatMustNotBeMissing)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";

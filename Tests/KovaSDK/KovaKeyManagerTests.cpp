@@ -51,5 +51,23 @@ TEST(KovaKeyManagerTest, ReadsTheHostsFileAfreshEachTime)
     EXPECT_EQ(values(), none) << "a folder";
 }
 
+TEST(KovaKeyManagerTest, ReadsLargeFilesAndSaysOnceWhichIsTooLarge)
+{
+    const tests::TestPlatform platform;
+    const auto file = platform.folder.path() / "bundle" / "Kova.plist";
+    const std::string list = "<plist><dict><key>KovaAPIKey</key><string>key</string></dict></plist>";
+    platform.addResource("Kova.plist", list + std::string((16U << 20U) - list.size(), ' '));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(values()[3], "key") << "as large as may be";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+
+    platform.addResource("Kova.plist", list + std::string((16U << 20U) - list.size() + 1, ' '));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(values(), none);
+    EXPECT_EQ(values(), none);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+        "KovaSDK: the configuration " + file.string() + " is larger than 16 MiB, so it is not read\n");
+}
+
 } // namespace
 } // namespace kova

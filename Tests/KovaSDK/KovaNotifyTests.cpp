@@ -11,6 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <future>
+#include <memory>
 
 namespace kova {
 namespace {
@@ -53,6 +56,27 @@ TEST(KovaNotifyTest, StartsTheVendorInOrder)
     EXPECT_EQ(vendor.appId, "app");
     EXPECT_EQ(vendor.settings, (AnyDictionary {{kOSSettingsKeyAutoPrompt, false}}));
     EXPECT_THAT(platform.log.lines(), ElementsAre("NOTIFICATIONS : Initialized with callbacks", "APP ID: app"));
+}
+
+TEST(KovaNotifyTest, LetsVendorAndPlatformUseTheirOwnQueuesMeanwhile)
+{
+    const TestPlatform platform;
+    const auto queue = DispatchQueue::create("theirs");
+    std::vector<int> order;
+    const auto useQueue = [&] {
+        const auto done = std::make_shared<std::promise<void>>();
+        queue->async([&order, done] {
+            order.push_back(1);
+            done->set_value();
+        });
+        EXPECT_EQ(done->get_future().wait_for(std::chrono::seconds {10}), std::future_status::ready);
+        queue->async([&order] { order.push_back(2); });
+        queue->sync([&order] { order.push_back(3); });
+    };
+    platform.vendor->whenInitialised = useQueue;
+    platform.network->whenCreated = useQueue;
+    KovaNotify::initWithCallbacks(std::nullopt);
+    EXPECT_THAT(order, ElementsAre(1, 2, 3, 1, 2, 3));
 }
 
 TEST(KovaNotifyTest, PassesThePlainOperationsThrough)

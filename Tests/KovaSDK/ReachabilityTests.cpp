@@ -110,7 +110,7 @@ TEST(KovaNetworkTrackerTest, SaysWhyItCannotWatch)
     TestPlatform platform;
     const auto linesAfterStart = [&] {
         platform.log.takeLines();
-        KovaNetworkTracker::startNetworkTracker();
+        (void)KovaNetworkTracker::startNetworkTracker();
         return platform.settledLines();
     };
     auto& network = *platform.network;
@@ -135,6 +135,24 @@ TEST(KovaNetworkTrackerTest, SaysWhyItCannotWatch)
     network.refusesCallback = true;
     (void)linesAfterStart();
     EXPECT_EQ(KovaNetwork::reachability(), first) << "a failed start leaves the earlier monitor";
+}
+
+TEST(KovaNetworkTrackerTest, AnnouncesNothingWhileItsCallerHoldsTheMonitor)
+{
+    const TestPlatform platform;
+    platform.network->flags = FakeNetwork::wifi;
+    int announced = 0;
+    const auto observer = std::make_shared<int>();
+    {
+        const auto suspension = KovaNetworkTracker::startNetworkTracker();
+        platform.network->announce();
+        EXPECT_FALSE(platform.platform.settle(std::chrono::milliseconds {100})) << "announcements wait";
+        EXPECT_EQ(platform.network->reads, 0);
+        NotificationCenter::default_().addObserver(
+            observer, [&](const Notification&) { ++announced; }, NotificationName::flagsChanged);
+    }
+    (void)platform.settledLines();
+    EXPECT_EQ(announced, 1);
 }
 
 TEST(KovaNetworkTrackerTest, FollowsTheNetworkFromStartUpOn)

@@ -152,6 +152,30 @@ TEST(BinaryPropertyListTest, RefusesListsThatUnfoldWithoutEnd)
         EXPECT_TRUE(PropertyListDecoder::decode(list.bytes()) == tooComplex) << name;
 }
 
+// Other encoders write equal texts once, so that an honest list unfolds to a hundred times its size.
+TEST(BinaryPropertyListTest, BoundsSharingByWhatItCosts)
+{
+    constexpr int records = 12'000;
+    const auto inbox = [](int textSize) {
+        HandMadeList list;
+        list.objects.emplace_back("\xAF\x11" + bytesOf(records, 2));
+        for (int index = 1; index <= records; ++index)
+            list.objects.back() += bytesOf(index, 2);
+        for (int index = 0; index < records; ++index)
+            list.objects.push_back(HandMadeList::container(0xD0, {records + 1, records + 2, records + 3, records + 3}));
+        list.objects.insert(list.objects.end(), {"\x54"s + "body", "\x55"s + "title"});
+        list.objects.push_back("\x5F\x11" + bytesOf(textSize, 2) + std::string(textSize, 'x'));
+        return list.bytes();
+    };
+    const auto list = PropertyListDecoder::decode(inbox(2'000));
+    ASSERT_TRUE(list) << list.error().message();
+    const auto& all = *list->as<Value::Array>();
+    ASSERT_EQ(all.size(), records);
+    EXPECT_EQ(all[records - 1].find<std::string>("body")->size(), 2'000U);
+    EXPECT_TRUE(PropertyListEncoder::encode(*list)) << "what was read can be written";
+    EXPECT_TRUE(PropertyListDecoder::decode(inbox(3'000)) == tooComplex) << "69 MiB of text";
+}
+
 // Damage of every kind to a valid list: a value or an error, and what is a value can be written again.
 TEST(BinaryPropertyListTest, SurvivesDamage)
 {

@@ -73,21 +73,5 @@ TEST_F(DelayedTaskTest, DelaysThatAreNoneAndDelaysWithoutEnd)
     EXPECT_EQ(order.back(), 4);
 }
 
-TEST_F(DelayedTaskTest, DeferralKeepsBackThatTheDelayBegins)
-{
-    tests::ManualClock clock;
-    {
-        const DispatchQueue::Deferral deferral;
-        submit(100ms, 2);
-        submit(0s, 1);
-        EXPECT_EQ(clock.waiting(), 0U);
-        clock.advance(1s);
-    }
-    EXPECT_EQ(clock.waiting(), 1U);
-    clock.advance(100ms);
-    ASSERT_TRUE(becomesIdle());
-    EXPECT_EQ(order, (std::vector {1, 2}));
-}
-
 } // namespace
 } // namespace kova

@@ -18,11 +18,25 @@ TEST(DescriptionTest, KeepsEveryTextOnOneLine)
         {"\0\x1B[31m\x7F"s, "\\0\\u{1B}[31m\\u{7F}", "\"\\0\\u{1B}[31m\\u{7F}\""},
         {"\u0085\u2028\u2029", "\\u{85}\\u{2028}\\u{2029}", "\"\\u{85}\\u{2028}\\u{2029}\""},
         {"a\xFF\xC3", "a\uFFFD\uFFFD", "\"a\uFFFD\uFFFD\""},
+        {"\u202Etxt.exe\u202C", "\\u{202E}txt.exe\\u{202C}", "\"\\u{202E}txt.exe\\u{202C}\""},
+        {"a\u200Bb\u2060c\uFEFFd", "a\\u{200B}b\\u{2060}c\\u{FEFF}d", "\"a\\u{200B}b\\u{2060}c\\u{FEFF}d\""},
+        {"\u2603\uFE0F \u00AE \u0645", "\u2603\uFE0F \u00AE \u0645", "\"\u2603\uFE0F \u00AE \u0645\""},
     };
     for (const auto& [text, bare, quoted] : rows) {
         EXPECT_EQ(singleLine(text), bare);
         EXPECT_EQ(debugDescription(text), quoted);
     }
+    const auto isEscaped = [](char32_t codePoint) {
+        std::string text;
+        appendUTF8(text, codePoint);
+        return singleLine(text) != text;
+    };
+    for (const unsigned codePoint : {0xADU, 0x61CU, 0x200BU, 0x200DU, 0x200FU, 0x202AU, 0x202EU, 0x2060U, 0x2064U,
+             0x2066U, 0x2069U, 0xFEFFU, 0xFFF9U, 0xE0001U, 0xE0FFFU})
+        EXPECT_TRUE(isEscaped(codePoint)) << std::hex << codePoint;
+    for (const unsigned codePoint :
+        {0xA0U, 0xAEU, 0x61BU, 0x61DU, 0x200AU, 0x2010U, 0x2027U, 0x202FU, 0x2070U, 0xFE0FU, 0x1F468U, 0xE1000U})
+        EXPECT_FALSE(isEscaped(codePoint)) << std::hex << codePoint;
     EXPECT_EQ(description(std::optional<std::string> {"a\"b"}), "Optional(\"a\\\"b\")");
     EXPECT_EQ(description(std::optional<std::string> {}), "nil");
     EXPECT_EQ(decodedDescription(Data {}), "Optional(\"\")");

@@ -2,12 +2,14 @@
 #include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Linux/LinuxPlatform.h"
 #include "Tests/Support/TemporaryFolder.h"
+#include "Tests/Support/WithoutThreads.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <optional>
 #include <semaphore>
 #include <thread>
 #include <vector>
@@ -94,6 +96,35 @@ TEST_F(DispatchQueueTest, ShutDownWaitsForWhatRunsAndDropsTheRest)
     EXPECT_TRUE(ran);
 }
 
+TEST_F(DispatchQueueTest, ASuspensionHoldsBackItsOwnQueueAlone)
+{
+    std::vector<int> order;
+    auto queue = DispatchQueue::create("suspended");
+    const auto other = DispatchQueue::create("other");
+    std::weak_ptr<DispatchQueue> alive = queue;
+    {
+        const DispatchQueue::Suspension outer {queue};
+        const auto inner = std::make_optional<DispatchQueue::Suspension>(queue);
+        queue->async([&order] { order.push_back(1); });
+        queue->async([&order] { order.push_back(2); });
+        queue.reset();
+        for (int round = 0; round < 100; ++round)
+            other->sync([&order] { EXPECT_TRUE(order.empty()); });
+        EXPECT_FALSE(alive.expired());
+    }
+    ASSERT_TRUE(becomesIdle());
+    EXPECT_EQ(order, (std::vector {1, 2}));
+    EXPECT_TRUE(alive.expired());
+
+    // The end of everything does not wait for a suspension.
+    const auto dropped = std::make_shared<int>();
+    const auto held = DispatchQueue::create("held");
+    const DispatchQueue::Suspension suspension {held};
+    held->async([dropped] { ADD_FAILURE() << "ran while suspended"; });
+    DispatchQueue::shutDownAll();
+    EXPECT_EQ(dropped.use_count(), 1);
+}
+
 TEST_F(DispatchQueueTest, TheMainQueueEndsBetweenTwoTasks)
 {
     struct Endless {
@@ -135,6 +166,22 @@ TEST_F(DispatchQueueTest, WaitingForOneselfIsSaid)
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     const auto queue = DispatchQueue::create("self");
     EXPECT_EXIT(queue->sync([&queue] { queue->sync([] { }); }), testing::KilledBySignal(SIGABRT), "wait for ever");
+}
+
+// The first task of a queue without a thread once ended the process.
+TEST_F(DispatchQueueTest, DropsTasksWithoutThreads)
+{
+    if (!tests::canForbidThreads())
+        GTEST_SKIP() << "only root can become a user without threads";
+    EXPECT_EQ(tests::runWithoutThreads([] {
+        const auto queue = DispatchQueue::create("queue");
+        bool hasRun = false;
+        queue->sync([&] { hasRun = true; });
+        queue->asyncAfter(std::chrono::milliseconds {1}, [&] { hasRun = true; });
+        if (hasRun)
+            _exit(2);
+    }),
+        0);
 }
 
 } // namespace

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <fstream>
+
 using namespace std::string_literals;
 
 namespace kova::tests {
@@ -45,6 +48,58 @@ TEST_F(URLSessionTlsTest, TrustsCertificatesOfKnownAuthoritiesForTheirHostAndTim
     const OpenSSLServer outdated {std::get<1>(rows[0]), {"-www", "-tls1_1"}};
     ASSERT_TRUE(outdated.isRunning());
     EXPECT_EQ(fetch(*session, makeRequest(outdated.url())).summary(), failed) << "no handshake with an old protocol";
+}
+
+// The TLS library reads its configuration once, so the test runs in a process of its own that was started with it.
+TEST_F(URLSessionTlsTest, AsksForMoreThanALaxConfiguration)
+{
+    constexpr auto insideVariable = "KOVA_TEST_LAX_CONFIGURATION";
+    if (!std::getenv(insideVariable)) {
+        const TemporaryFolder folder;
+        const auto file = folder.path() / "lax.cnf";
+        // The command openssl makes its certificates by this, too.
+        std::ofstream {file} << R"(openssl_conf = lax
+[lax]
+ssl_conf = ssl
+[ssl]
+system_default = defaults
+[defaults]
+MinProtocol = TLSv1
+CipherString = ALL:@SECLEVEL=0
+[req]
+distinguished_name = name
+x509_extensions = authority
+[name]
+[authority]
+basicConstraints = critical,CA:true
+)";
+        Process inside {{.executable = "/usr/bin/env",
+            .arguments
+            = {"OPENSSL_CONF=" + file.string(), insideVariable + "=1"s, std::filesystem::read_symlink("/proc/self/exe"),
+                "--gtest_filter=URLSessionTlsTest.AsksForMoreThanALaxConfiguration"}}};
+        EXPECT_EQ(inside.wait(), ProcessEnd {.exitStatus = 0}) << inside.standardOutput() << inside.standardError();
+        EXPECT_NE(inside.standardOutput().find("[  PASSED  ] 1 test"), std::string::npos);
+        return;
+    }
+    const auto failed = summary(URLError::secureConnectionFailed);
+    const auto strong = authority->issue("strong", "IP:127.0.0.1", 2);
+    const auto weak = authority->issue("weak", "IP:127.0.0.1", 2, TestAuthority::Key::Weak);
+    const std::tuple<const char*, std::filesystem::path, std::string> rows[] = {
+        {"-tls1", strong, failed},
+        {"-tls1_1", strong, failed},
+        {"-tls1_2", strong, "200 "},
+        {"-tls1_3", strong, "200 "},
+        {"-tls1_2", weak, failed},
+        {"-tls1_3", weak, failed},
+    };
+    for (const auto& [protocol, certificate, outcome] : rows) {
+        const OpenSSLServer server {certificate, {"-www", protocol}};
+        ASSERT_TRUE(server.isRunning()) << protocol;
+        EXPECT_EQ(fetch(*session, makeRequest(server.url())).summary().substr(0, outcome.size()), outcome)
+            << protocol << " " << certificate;
+        // A client that goes by the configuration alone is content with all of them.
+        EXPECT_TRUE(server.acceptsClient()) << protocol << " " << certificate;
+    }
 }
 
 TEST_F(URLSessionTlsTest, FollowsARedirectToWhereItIsTrusted)

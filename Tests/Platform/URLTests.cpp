@@ -64,6 +64,13 @@ TEST(URLTest, AppendsOnePathComponent)
         {"https://h/", "-._~!$&'()*+,;=:@", "https://h/-._~!$&'()*+,;=:@"},
         {"https://h/", "\0\n\x7f"s, "https://h/%00%0A%7F"},
         {"https://h/", "\xc3\xa4\xff", "https://h/%C3%A4%FF"},
+        {"https://h/v1/", "../../v2/x", "https://h/v1/%252E%252E/%252E%252E/v2/x"},
+        {"https://h/v1/", "/../x/..", "https://h/v1/%252E%252E/x/%252E%252E"},
+        {"https://h/v1/", "./a/.", "https://h/v1/%252E/a/%252E"},
+        {"https://h/v1/", "%2e%2E/.%2e/x", "https://h/v1/%252e%252E/.%252e/x"},
+        {"https://h/v1/", ".../.a/b../a..b", "https://h/v1/.../.a/b../a..b"},
+        {"https://h/v1/", "..;a/.;/x;..", "https://h/v1/%252E%252E;a/%252E;/x;.."},
+        {"https://h/../v1/", "x//y", "https://h/../v1/x//y"},
     };
     for (const auto& [base, component, result] : rows) {
         const auto url = URL::create(base).value().appendingPathComponent(component);

@@ -1,10 +1,10 @@
 // Updates of the store: none is lost, whoever else writes, and whatever stands in the way for a while.
 
 #include "Tests/Support/StoreFolder.h"
+#include "Tests/Support/WithoutThreads.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -39,19 +39,6 @@ std::vector<int> numbersTo(int last)
     for (int number = 1; number <= last; ++number)
         wanted.push_back(number);
     return wanted;
-}
-
-// Runs in a process of its own; answers its status, 0 when it ended well.
-int inChild(const std::function<void()>& work)
-{
-    const auto child = fork();
-    if (child == 0) {
-        work();
-        _exit(0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return status;
 }
 
 TEST(UserDefaultsUpdateTest, LosesNothingBetweenThreadsAndProcesses)
@@ -221,15 +208,11 @@ TEST(UserDefaultsUpdateTest, ReplaysUpdatesOfManyThreadsAfterExclusiveLock)
 // A thread that cannot be started once made update() throw although the value was stored.
 TEST(UserDefaultsUpdateTest, StoresWithoutThreads)
 {
-    if (geteuid() != 0)
+    if (!canForbidThreads())
         GTEST_SKIP() << "only root can become a user without threads";
-    constexpr uid_t nobody = 65'534;
     const StoreFolder folder;
-    ASSERT_EQ(chown(folder.path().c_str(), nobody, nobody), 0);
-    EXPECT_EQ(inChild([&] {
-        const rlimit none {.rlim_cur = 0, .rlim_max = 0};
-        if (setuid(nobody) != 0 || setrlimit(RLIMIT_NPROC, &none) != 0)
-            _exit(1);
+    ASSERT_EQ(chown(folder.path().c_str(), userWithoutThreads, userWithoutThreads), 0);
+    EXPECT_EQ(runWithoutThreads([&] {
         const auto store = folder.open();
         for (int number = 1; number <= 3; ++number)
             append(*store, "list", number);

@@ -5,6 +5,7 @@
 #include "Platform/SystemConfiguration/NetworkReachability.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -57,6 +58,8 @@ public:
         if (refusesNames)
             return nullptr;
         names.push_back(name);
+        if (whenCreated)
+            whenCreated();
         auto target = std::make_shared<Target>(*this);
         lastTarget = target;
         return target;
@@ -86,6 +89,8 @@ public:
     bool refusesCallback = false;
     bool refusesQueue = false;
     std::vector<std::string> names;
+    /// Runs while a target is made, if there is one.
+    std::function<void()> whenCreated;
     std::weak_ptr<Target> lastTarget;
 };
 

@@ -17,11 +17,16 @@ void run(std::vector<std::string> arguments)
 }
 
 /// Makes a key, and what is asked for with the further arguments.
-void runWithNewKey(const std::filesystem::path& path, const std::string& subject, std::vector<std::string> arguments)
+void runWithNewKey(const std::filesystem::path& path, const std::string& subject, std::vector<std::string> arguments,
+    TestAuthority::Key key = TestAuthority::Key::Strong)
 {
     arguments.insert(arguments.begin(),
-        {"req", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-batch", "-subj", "/CN=kova test",
-            "-keyout", path.string() + ".key", "-addext", "subjectAltName=" + subject});
+        {"req", "-nodes", "-batch", "-subj", "/CN=kova test", "-keyout", path.string() + ".key", "-addext",
+            "subjectAltName=" + subject});
+    if (key == TestAuthority::Key::Strong)
+        arguments.insert(arguments.end(), {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256"});
+    else
+        arguments.insert(arguments.end(), {"-newkey", "rsa:1024"});
     run(std::move(arguments));
 }
 
@@ -37,11 +42,11 @@ bool TestAuthority::isAvailable()
     return std::filesystem::exists(program);
 }
 
-std::filesystem::path TestAuthority::issue(const std::string& name, const std::string& subject, int days) const
+std::filesystem::path TestAuthority::issue(const std::string& name, const std::string& subject, int days, Key key) const
 {
     const auto path = m_folder.path() / name;
     const auto request = path.string() + ".csr";
-    runWithNewKey(path, subject, {"-out", request});
+    runWithNewKey(path, subject, {"-out", request}, key);
     run({"x509", "-req", "-in", request, "-CA", certificate().string(), "-CAkey",
         (m_folder.path() / "authority.key").string(), "-copy_extensions", "copy", "-days", std::to_string(days), "-out",
         path.string() + ".pem"});
@@ -65,6 +70,13 @@ OpenSSLServer::OpenSSLServer(const std::filesystem::path& certificate, std::vect
 {
     if (const auto line = m_process.waitForOutputLine(announcement))
         m_port = line->substr(announcement.size());
+}
+
+bool OpenSSLServer::acceptsClient() const
+{
+    Process client {{.executable = program, .arguments = {"s_client", "-brief", "-connect", "127.0.0.1:" + m_port}}};
+    client.closeInput();
+    return client.wait() == ProcessEnd {.exitStatus = 0};
 }
 
 URL OpenSSLServer::url() const

@@ -25,9 +25,13 @@ public:
     /// The authority's own certificate.
     [[nodiscard]] std::filesystem::path certificate() const { return m_folder.path() / "authority.pem"; }
 
+    /// An elliptic curve of 256 bits, or RSA of 1024.
+    enum class Key { Strong, Weak };
+
     /// Makes a key and a certificate with one subject alternative name ("IP:127.0.0.1") that is valid from now on for
     /// so many days. Returns the path of both, without ".key" and ".pem".
-    [[nodiscard]] std::filesystem::path issue(const std::string& name, const std::string& subject, int days) const;
+    [[nodiscard]] std::filesystem::path issue(
+        const std::string& name, const std::string& subject, int days, Key key = Key::Strong) const;
 
     /// The same, signed by its own key.
     [[nodiscard]] std::filesystem::path issueSelfSigned(const std::string& name, const std::string& subject) const;
@@ -44,6 +48,9 @@ public:
 
     [[nodiscard]] bool isRunning() const { return !m_port.empty(); }
     [[nodiscard]] URL url() const;
+
+    /// Whether the `openssl` command as a client, which checks no name and no authority, makes a connection.
+    [[nodiscard]] bool acceptsClient() const;
 
     /// Waits until the server has printed a line that begins so.
     [[nodiscard]] bool waitForLine(std::string_view beginning)

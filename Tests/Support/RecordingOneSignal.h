@@ -4,6 +4,7 @@
 
 #include "Platform/Vendors/OneSignal.h"
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -14,6 +15,8 @@ namespace kova::tests {
 class RecordingOneSignal final : public OneSignal {
 public:
     std::vector<std::string> calls;
+    /// Runs within the full initialiser, if there is one.
+    std::function<void()> whenInitialised;
     std::optional<AnyDictionary> launchOptions;
     std::string appId;
     OSHandleNotificationReceived received;
@@ -32,6 +35,8 @@ public:
         received = std::move(handleReceived);
         opened = std::move(handleAction);
         settings = given;
+        if (whenInitialised)
+            whenInitialised();
         return {};
     }
 

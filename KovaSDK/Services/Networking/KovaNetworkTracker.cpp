@@ -6,13 +6,16 @@
 
 namespace kova {
 
-void KovaNetworkTracker::startNetworkTracker()
+DispatchQueue::Suspension KovaNetworkTracker::startNetworkTracker()
 {
+    auto queue = Reachability::createQueue();
+    DispatchQueue::Suspension suspension {queue};
     try {
-        KovaNetwork::setReachability(Reachability::create(KOVA_REACHABILITY_HOST));
+        KovaNetwork::setReachability(Reachability::create(KOVA_REACHABILITY_HOST, std::move(queue)));
     } catch (const std::exception& error) {
         print(error.what());
     }
+    return suspension;
 }
 
 void KovaNetworkTracker::checkNetworkStatus()

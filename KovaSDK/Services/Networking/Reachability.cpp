@@ -15,9 +15,14 @@ bool contains(std::optional<SCNetworkReachabilityFlags> flags, SCNetworkReachabi
 
 } // namespace
 
-std::shared_ptr<Reachability> Reachability::create(const std::string& hostname)
+Reachability::Reachability(std::shared_ptr<DispatchQueue> queue)
+    : reachabilitySerialQueue(std::move(queue))
 {
-    const std::shared_ptr<Reachability> monitor {new Reachability};
+}
+
+std::shared_ptr<Reachability> Reachability::create(const std::string& hostname, std::shared_ptr<DispatchQueue> queue)
+{
+    const std::shared_ptr<Reachability> monitor {new Reachability {std::move(queue)}};
     auto target = NetworkReachability::shared()->createWithName(hostname);
     if (!target)
         throw KovaNetwork::Error::failedToCreateWith(hostname);
@@ -28,6 +33,11 @@ std::shared_ptr<Reachability> Reachability::create(const std::string& hostname)
     monitor->hostname = hostname;
     monitor->start();
     return monitor;
+}
+
+std::shared_ptr<DispatchQueue> Reachability::createQueue()
+{
+    return DispatchQueue::create("ReachabilityQueue");
 }
 
 Reachability::~Reachability()

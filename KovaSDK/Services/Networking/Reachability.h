@@ -20,8 +20,12 @@ namespace kova {
 class Reachability : public std::enable_shared_from_this<Reachability> {
 public:
     /// Watches a host from now on. Throws KovaNetwork::Error: `failedToCreateWith` when the name cannot be one,
-    /// `failedToSetCallout` or `failedToSetDispatchQueue` when the platform refuses.
-    [[nodiscard]] static std::shared_ptr<Reachability> create(const std::string& hostname);
+    /// `failedToSetCallout` or `failedToSetDispatchQueue` when the platform refuses. The queue is the monitor's own; a
+    /// caller that suspends it holds back every announcement.
+    [[nodiscard]] static std::shared_ptr<Reachability> create(
+        const std::string& hostname, std::shared_ptr<DispatchQueue> queue = createQueue());
+    /// A queue for one monitor, with its label.
+    [[nodiscard]] static std::shared_ptr<DispatchQueue> createQueue();
     ~Reachability();
     Reachability(const Reachability&) = delete;
     Reachability& operator=(const Reachability&) = delete;
@@ -43,14 +47,14 @@ public:
     std::atomic<bool> isReachableOnWWAN = true;
     /// The last flags that flagsChanged() has seen.
     std::atomic<SCNetworkReachabilityFlags> reachabilityFlags = 0;
-    std::shared_ptr<DispatchQueue> reachabilitySerialQueue = DispatchQueue::create("ReachabilityQueue");
+    std::shared_ptr<DispatchQueue> reachabilitySerialQueue;
     std::atomic<bool> isRunningOnDevice = true;
 
     /// The platform's target; null after a failed start.
     [[nodiscard]] std::shared_ptr<SCNetworkReachability> reachability() const;
 
 private:
-    Reachability() = default;
+    explicit Reachability(std::shared_ptr<DispatchQueue> queue);
 
     void stop();
     /// The flags as of now; none when there is no target or they cannot be read.
