@@ -43,8 +43,11 @@ void ViewItem::setContent(const ViewItemContent& content)
 {
     if (m_content == content)
         return;
+    const bool isTextNew = m_content.text != content.text;
     m_content = content;
     emit contentChanged();
+    if (isTextNew)
+        emit textChanged();
 }
 
 void ViewItem::setShift(QPointF shift)

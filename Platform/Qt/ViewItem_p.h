@@ -95,7 +95,8 @@ class ViewItem : public QQuickItem {
     Q_OBJECT
     // Where subviews go, when that is not the item itself. Set by the QML file.
     Q_PROPERTY(QQuickItem* container MEMBER m_container NOTIFY containerChanged)
-    Q_PROPERTY(QString text READ text NOTIFY contentChanged)
+    // Told after the rest, so that a long text is laid out once, in its own font.
+    Q_PROPERTY(QString text READ text NOTIFY textChanged)
     Q_PROPERTY(QFont font READ font NOTIFY contentChanged)
     Q_PROPERTY(QColor textColor READ textColor NOTIFY contentChanged)
     Q_PROPERTY(int alignment READ alignment NOTIFY contentChanged)
@@ -183,6 +184,7 @@ public:
 signals:
     void containerChanged();
     void contentChanged();
+    void textChanged();
     void swipeChanged();
     void scrollRequested(double contentY);
     void handTaken();

@@ -252,12 +252,13 @@ void WindowBridge::refresh(const std::shared_ptr<ViewNode>& node)
         placeChildren(*node, *view);
     auto* const scrollView = dynamic_cast<UIScrollView*>(view);
     const auto offset = scrollView ? scrollView->contentOffset() : CGPoint {};
-    if (std::exchange(node->needsLook, false))
-        showLook(*node, *view);
+    // First, so that a text is laid out once, in its own width.
     if (std::exchange(node->needsFrame, false)) {
         const auto& frame = view->frame();
         node->item->setFrame({frame.minX(), frame.minY(), frame.size.width, frame.size.height});
     }
+    if (std::exchange(node->needsLook, false))
+        showLook(*node, *view);
     if (scrollView) {
         // Its size, its content's and the insets reach the item one by one: where it kept the content in between is no
         // scrolling.
