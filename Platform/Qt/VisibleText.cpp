@@ -26,6 +26,8 @@ constexpr double growth = 1.1;
 constexpr qsizetype margin = 16;
 /// Enough of a text to tell how closely it is written.
 constexpr qsizetype sampleLength = 48;
+/// Texts of an ordinary length are never cut.
+constexpr qsizetype ordinaryLength = 256;
 constexpr std::size_t remembered = 32;
 /// No window is smaller.
 constexpr CGSize leastRoom {.width = 320, .height = 480};
@@ -94,8 +96,8 @@ Lengths lengthsOf(const Request& request, const QFont& font)
     const double emsOfLine = std::max(1.0, std::min(request.lineWidth, request.room.width) / font.pixelSize());
     const auto length
         = [&](double unitsPerEm) { return static_cast<qsizetype>(emsOfLine * lines * unitsPerEm) + margin; };
-    return {.uncut = length(usualUnitsPerEm),
-        .maximum = length(mostUnitsPerEm),
+    return {.uncut = std::max(ordinaryLength, length(usualUnitsPerEm)),
+        .maximum = std::max(ordinaryLength, length(mostUnitsPerEm)),
         .ems = emsOfLine * (request.isBroken() ? lines : 1)};
 }
 
