@@ -25,12 +25,14 @@
 #include <QPropertyAnimation>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -168,6 +170,74 @@ void measureFrames(const Effort& effort)
         + shown(frameSeconds * 1e3) + " ms");
 }
 
+std::string repeated(const std::string& part, std::size_t bytes)
+{
+    std::string text;
+    while (text.size() < bytes)
+        text += part;
+    return text;
+}
+
+/// The longest time that the window stands still while a list of records with these texts comes onto the screen, or
+/// while one of them is read.
+double longestFrame(const std::string& text, std::size_t count)
+{
+    auto inbox = sampleInbox(count);
+    for (auto& record : inbox)
+        record.title = record.subtitle = record.body = record.title.value_or("") + text;
+    NotificationStorage::setBuffer(inbox);
+    const auto window = makeWindow();
+    show(*window);
+    draw(*window);
+    QtScreen screen {*window->contentItem()};
+    double longest = 0;
+    const auto measure = [&](const auto& work) {
+        const auto begin = std::chrono::steady_clock::now();
+        work();
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+        longest = std::max(longest, time.count());
+        finishAnimations(*window->contentItem());
+    };
+    UITableView* table = nullptr;
+    measure([&] {
+        table = &openIn(screen);
+        draw(*window);
+    });
+    measure([&] { draw(*window); });
+    if (count > 1)
+        return longest;
+    measure([&] {
+        table->userSelectsRow({.row = 0});
+        draw(*window);
+    });
+    measure([&] { draw(*window); });
+    return longest;
+}
+
+/// Texts as long as a push can carry them, in scripts and pieces that are laid out in different ways.
+void measureBigTexts(std::size_t bytes)
+{
+    const std::pair<const char*, const char*> parts[] {
+        {"words", "palavra "},
+        {"no blanks", "palavra"},
+        {"emoji", "\U0001f600"},
+        {"joined emoji", "\U0001f468\u200d\U0001f469\u200d\U0001f467\u200d\U0001f466"},
+        {"combining marks", "\u0301"},
+        {"joiners", "\u200d"},
+        {"right to left", "\u05e9\u05dc\u05d5\u05dd "},
+        {"line ends", "\n"},
+    };
+    const double bound = std::max(longestFrame("Aviso", 10), longestFrame("Aviso", 1));
+    for (const auto& [name, part] : parts) {
+        const auto text = repeated(part, bytes);
+        const double longest = std::max(longestFrame(text, 10), longestFrame(text, 1));
+        report({.what = "longest frame, texts of " + std::to_string(bytes / 1024) + " KiB: " + name,
+            .unit = "ms",
+            .value = longest * 1e3,
+            .bound = bound * 1e3});
+    }
+}
+
 void measureMemory(double emptyMiB)
 {
     const auto window = makeWindow();
@@ -203,5 +273,6 @@ int main(int argumentCount, char** arguments)
     measureFirstFrame(10, effort);
     measureFirstFrame(10'000, effort);
     measureFrames(effort);
+    measureBigTexts(256UL * 1024);
     return 0;
 }

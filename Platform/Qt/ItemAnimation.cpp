@@ -4,22 +4,9 @@
 
 namespace kova {
 
-namespace {
-
-void stop(ViewItem& item, const QString& property)
-{
-    if (auto* const running = item.findChild<QPropertyAnimation*>(property, Qt::FindDirectChildrenOnly)) {
-        running->setObjectName({});
-        QObject::disconnect(running, &QPropertyAnimation::finished, nullptr, nullptr);
-        running->stop();
-    }
-}
-
-} // namespace
-
 void ItemAnimation::run(ViewItem& item, std::function<void()> ended) const
 {
-    stop(item, QLatin1String {property});
+    stop(item, property);
     auto* const animation = new QPropertyAnimation {&item, property, &item};
     animation->setObjectName(QLatin1String {property});
     animation->setDuration(static_cast<int>(seconds * 1000));
@@ -31,11 +18,22 @@ void ItemAnimation::run(ViewItem& item, std::function<void()> ended) const
     animation->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
+void ItemAnimation::stop(ViewItem& item, const char* property)
+{
+    auto* const running = item.findChild<QPropertyAnimation*>(QLatin1String {property}, Qt::FindDirectChildrenOnly);
+    if (!running)
+        return;
+    running->setObjectName({});
+    QObject::disconnect(running, &QPropertyAnimation::finished, nullptr, nullptr);
+    running->stop();
+}
+
 void ItemAnimation::reset(ViewItem& item)
 {
-    for (const auto* property : {"shift", "fade", "alpha"})
-        stop(item, QLatin1String {property});
+    for (const auto* property : {"shift", "swipe", "fade", "alpha"})
+        stop(item, property);
     item.setShift({});
+    item.setSwipe(0);
     item.setFade(1);
     item.setScale(1);
 }

@@ -15,7 +15,7 @@ inline constexpr double slideSeconds = 0.35;
 inline constexpr double parallax = 0.3;
 
 struct ItemAnimation {
-    /// "shift", "fade" or "alpha". One that runs already on the item is replaced, and its end is not told.
+    /// "shift", "swipe", "fade" or "alpha". One that runs already on the item is replaced, and its end is not told.
     const char* property;
     QVariant from;
     QVariant to;
@@ -24,6 +24,8 @@ struct ItemAnimation {
 
     /// Begins now; `ended` runs in the event loop after the last step, while the item lives.
     void run(ViewItem& item, std::function<void()> ended = {}) const;
+    /// Ends one animation of the item where it stands; its end is not told.
+    static void stop(ViewItem& item, const char* property);
     /// Ends what runs on the item, wherever it stands, and brings it to rest.
     static void reset(ViewItem& item);
 };

@@ -2,7 +2,6 @@
 #include "Platform/Qt/RowSwipe_p.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace kova {
 
@@ -12,47 +11,38 @@ constexpr double settleSeconds = 0.2;
 /// The part of a row's width beyond which letting go deletes.
 constexpr double commitPart = 0.6;
 
-void settle(ViewItem& item, double x, std::function<void()> ended = {})
+void settle(ViewItem& item, double x)
 {
-    ItemAnimation {.property = "shift", .from = item.shift(), .to = QPointF {x, 0}, .seconds = settleSeconds}.run(
-        item, std::move(ended));
+    ItemAnimation {.property = "swipe", .from = item.swipe(), .to = x, .seconds = settleSeconds}.run(item);
 }
 
 } // namespace
 
-void RowSwipe::drag(
-    const std::shared_ptr<ViewNode>& row, DragPhase phase, double distance, std::function<void()> commit)
+bool RowSwipe::drag(const std::shared_ptr<ViewNode>& row, DragPhase phase, double distance)
 {
     auto& item = *row->item;
     if (phase == DragPhase::Began) {
         if (m_open.lock() != row)
             close();
-        m_open = m_dragged = row;
-        m_start = item.shift().x();
-        return;
-    }
-    if (phase == DragPhase::Cancelled) {
-        // Also one that is on its way to be deleted.
-        if (std::exchange(m_dragged, {}).lock() == row) {
-            m_open = row;
-            close();
-        }
-        return;
+        m_open = row;
+        ItemAnimation::stop(item, "swipe");
+        m_start = item.swipe();
+        return false;
     }
     if (m_open.lock() != row)
-        return;
-    const double x = std::clamp(m_start + distance, -item.width(), 0.0);
+        return false;
     if (phase == DragPhase::Moved) {
-        ItemAnimation::reset(item);
-        item.setShift({x, 0});
-    } else if (-x > item.width() * commitPart) {
-        m_open.reset();
-        settle(item, -item.width(), std::move(commit));
-    } else if (-x > item.content().deleteWidth / 2) {
-        settle(item, -item.content().deleteWidth);
-    } else {
-        close();
+        item.setSwipe(std::clamp(m_start + distance, -item.width(), 0.0));
+        return false;
     }
+    const double aside = -item.swipe();
+    if (phase == DragPhase::Cancelled || aside <= item.content().deleteWidth / 2) {
+        close();
+        return false;
+    }
+    const bool isDeleted = aside > item.width() * commitPart;
+    settle(item, isDeleted ? -item.width() : -item.content().deleteWidth);
+    return isDeleted;
 }
 
 bool RowSwipe::close()
@@ -63,6 +53,12 @@ bool RowSwipe::close()
         return false;
     settle(*open->item, 0);
     return true;
+}
+
+void RowSwipe::forget(const ViewNode& row)
+{
+    if (m_open.lock().get() == &row)
+        m_open.reset();
 }
 
 } // namespace kova

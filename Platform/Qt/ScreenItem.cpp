@@ -1,4 +1,5 @@
 #include "Platform/Qt/ScreenItem_p.h"
+#include "Platform/UIKit/UILabel.h"
 #include "Platform/UIKit/UIScreen.h"
 
 #include <QKeyEvent>
@@ -11,6 +12,15 @@ namespace {
 
 /// Above whatever the host has in the area.
 constexpr double level = 1000;
+
+/// Texts are laid out as far as they can be seen, and more of them can now.
+void measureTexts(UIView& view)
+{
+    if (dynamic_cast<UILabel*>(&view))
+        view.invalidateIntrinsicContentSize();
+    for (const auto& child : view.subviews())
+        measureTexts(*child);
+}
 
 } // namespace
 
@@ -93,6 +103,8 @@ void ScreenItem::enableHost()
 void ScreenItem::geometryChange(const QRectF& geometry, const QRectF& before)
 {
     m_window.setFrame({0, 0, geometry.width(), geometry.height()});
+    if (geometry.width() > before.width() || geometry.height() > before.height())
+        measureTexts(m_window);
     QQuickItem::geometryChange(geometry, before);
 }
 

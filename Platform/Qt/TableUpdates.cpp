@@ -2,6 +2,7 @@
 #include "Platform/Qt/TableUpdates_p.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kova {
 
@@ -9,10 +10,12 @@ namespace {
 
 constexpr double rowSeconds = 0.3;
 
-const std::shared_ptr<ViewNode>* nodeOfRow(const ViewNode& table, std::int64_t row)
+/// The node of a cell that was drawn in the last frame.
+std::shared_ptr<ViewNode> nodeOf(const ViewNode& table, const UITableViewCell* cell)
 {
-    const auto found = std::ranges::find(table.children, row, &ViewNode::row);
-    return found == table.children.end() ? nullptr : &*found;
+    const auto found
+        = std::ranges::find_if(table.children, [&](const auto& child) { return cell && child->view.get() == cell; });
+    return found == table.children.end() ? nullptr : *found;
 }
 
 /// From where a row comes, or where it goes, relative to its place.
@@ -57,11 +60,11 @@ void TableUpdates::note(const UITableView& table, const ViewNode& node, const UI
     for (const auto& child : node.children)
         note.before.try_emplace(child.get(), child->item->frame().y());
     const auto makeGhost = [&](const UITableViewUpdate::Row& row) {
-        const auto* found = nodeOfRow(node, row.indexPath.row);
-        if (!found || (*found)->isGhost || row.animation == UITableViewRowAnimation::none)
+        auto ghost = nodeOf(node, row.cell.get());
+        if (!ghost || ghost->isGhost || row.animation == UITableViewRowAnimation::none)
             return;
-        (*found)->isGhost = true;
-        note.ghosts.push_back({*found, row.animation});
+        ghost->isGhost = true;
+        note.ghosts.push_back({std::move(ghost), row.animation});
     };
     std::ranges::for_each(update.deleted, makeGhost);
     // Cross-faded: the old cell goes while the new one comes.
@@ -86,10 +89,10 @@ void TableUpdates::run(const UITableView& table, const ViewNode& node, const Kee
     // A row that was not seen before moves with the one above it.
     double moved = 0;
     for (const auto& path : table.indexPathsForVisibleRows()) {
-        const auto* row = nodeOfRow(node, path.row);
+        const auto row = nodeOf(node, table.cellForRow(path).get());
         if (!row)
             continue;
-        auto& item = *(*row)->item;
+        auto& item = *row->item;
         const auto inserted = note.inserted.find(path.row);
         const auto reloaded = note.reloaded.find(path.row);
         QPointF from {};
@@ -100,7 +103,7 @@ void TableUpdates::run(const UITableView& table, const ViewNode& node, const Kee
         } else if (reloaded != note.reloaded.end()) {
             fades = reloaded->second != UITableViewRowAnimation::none;
         } else {
-            if (const auto before = note.before.find(row->get()); before != note.before.end())
+            if (const auto before = note.before.find(row.get()); before != note.before.end())
                 moved = before->second - item.frame().y();
             from = {0, moved};
         }

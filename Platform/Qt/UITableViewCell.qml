@@ -17,13 +17,8 @@ UIView {
         target: null
         enabled: cell.draggable
         yAxis.enabled: false
-        onActiveChanged: active ? cell.dragBegan() : cell.dragEnded(translation.x)
+        onActiveChanged: active ? cell.dragBegan() : cell.dragEnded()
         onTranslationChanged: if (active) cell.dragMoved(translation.x)
-        // The state is one byte, of which QML sees what lies behind it, too.
-        onCanceled: (eventPoint) => {
-            if ((eventPoint.state & 0xff) !== Qt.TouchPointReleased)
-                cell.dragCancelled()
-        }
     }
 
     // Held down, not merely touched on the way to scrolling. With a clock of its own: the handler's is read only when
@@ -44,7 +39,7 @@ UIView {
 
     Rectangle {
         x: parent.width
-        width: -cell.shift.x
+        width: -cell.swipe
         height: parent.height
         visible: width > 0
         clip: true

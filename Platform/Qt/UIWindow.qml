@@ -16,13 +16,8 @@ UIView {
             target: null
             enabled: window.draggable
             yAxis.enabled: false
-            onActiveChanged: active ? window.dragBegan() : window.dragEnded(translation.x)
+            onActiveChanged: active ? window.dragBegan() : window.dragEnded()
             onTranslationChanged: if (active) window.dragMoved(translation.x)
-            // The state is one byte, of which QML sees what lies behind it, too.
-            onCanceled: (eventPoint) => {
-                if ((eventPoint.state & 0xff) !== Qt.TouchPointReleased)
-                    window.dragCancelled()
-            }
         }
     }
 }

@@ -27,7 +27,7 @@ void ViewItem::place()
 {
     const double ratio = pixelRatio();
     const auto onPixel = [ratio](double points) { return std::round(points * ratio) / ratio; };
-    setPosition({onPixel(m_frame.x() + m_shift.x()), onPixel(m_frame.y() + m_shift.y())});
+    setPosition({onPixel(m_frame.x() + m_shift.x() + m_swipe), onPixel(m_frame.y() + m_shift.y())});
 }
 
 void ViewItem::setShape(const ViewItemShape& shape)
@@ -43,8 +43,11 @@ void ViewItem::setContent(const ViewItemContent& content)
 {
     if (m_content == content)
         return;
+    const bool isTextNew = m_content.text != content.text;
     m_content = content;
     emit contentChanged();
+    if (isTextNew)
+        emit textChanged();
 }
 
 void ViewItem::setShift(QPointF shift)
@@ -53,7 +56,15 @@ void ViewItem::setShift(QPointF shift)
         return;
     m_shift = shift;
     place();
-    emit shiftChanged();
+}
+
+void ViewItem::setSwipe(double swipe)
+{
+    if (m_swipe == swipe)
+        return;
+    m_swipe = swipe;
+    place();
+    emit swipeChanged();
 }
 
 void ViewItem::setFade(double fade)
@@ -104,16 +115,10 @@ void ViewItem::dragMoved(double distance)
         m_listener->itemDragged(*this, DragPhase::Moved, distance);
 }
 
-void ViewItem::dragEnded(double distance)
+void ViewItem::dragEnded()
 {
     if (m_listener)
-        m_listener->itemDragged(*this, DragPhase::Ended, distance);
-}
-
-void ViewItem::dragCancelled()
-{
-    if (m_listener)
-        m_listener->itemDragged(*this, DragPhase::Cancelled, 0);
+        m_listener->itemDragged(*this, DragPhase::Ended, 0);
 }
 
 void ViewItem::deleteTapped()

@@ -29,7 +29,7 @@ public:
     virtual void itemTapped(ViewItem& item, std::optional<QPointF> at) = 0;
     virtual void itemPressed(ViewItem& item, bool isPressed) = 0;
     virtual void itemScrolled(ViewItem& item, double contentY) = 0;
-    /// A horizontal drag, `distance` points from where it began.
+    /// A horizontal drag, `distance` points from where it began. Ends as Ended whatever ended it.
     virtual void itemDragged(ViewItem& item, DragPhase phase, double distance) = 0;
     /// The button beside a row that was dragged aside.
     virtual void itemDeleteTapped(ViewItem& item) = 0;
@@ -95,7 +95,8 @@ class ViewItem : public QQuickItem {
     Q_OBJECT
     // Where subviews go, when that is not the item itself. Set by the QML file.
     Q_PROPERTY(QQuickItem* container MEMBER m_container NOTIFY containerChanged)
-    Q_PROPERTY(QString text READ text NOTIFY contentChanged)
+    // Told after the rest, so that a long text is laid out once, in its own font.
+    Q_PROPERTY(QString text READ text NOTIFY textChanged)
     Q_PROPERTY(QFont font READ font NOTIFY contentChanged)
     Q_PROPERTY(QColor textColor READ textColor NOTIFY contentChanged)
     Q_PROPERTY(int alignment READ alignment NOTIFY contentChanged)
@@ -114,7 +115,8 @@ class ViewItem : public QQuickItem {
     Q_PROPERTY(QString description READ description NOTIFY contentChanged)
     Q_PROPERTY(bool ignored READ isIgnored NOTIFY contentChanged)
     // What is animated: they come on top of the model's frame and alpha.
-    Q_PROPERTY(QPointF shift READ shift WRITE setShift NOTIFY shiftChanged)
+    Q_PROPERTY(QPointF shift READ shift WRITE setShift)
+    Q_PROPERTY(double swipe READ swipe WRITE setSwipe NOTIFY swipeChanged)
     Q_PROPERTY(double fade READ fade WRITE setFade)
     Q_PROPERTY(double alpha READ alpha WRITE setAlpha)
 
@@ -157,6 +159,9 @@ public:
 
     [[nodiscard]] QPointF shift() const { return m_shift; }
     void setShift(QPointF shift);
+    /// How far a row stands aside, in points; negative to the left, where it uncovers its delete button.
+    [[nodiscard]] double swipe() const { return m_swipe; }
+    void setSwipe(double swipe);
     [[nodiscard]] double fade() const { return m_fade; }
     void setFade(double fade);
     [[nodiscard]] double alpha() const { return m_alpha; }
@@ -169,9 +174,7 @@ public:
     Q_INVOKABLE void scrolled(double contentY);
     Q_INVOKABLE void dragBegan();
     Q_INVOKABLE void dragMoved(double distance);
-    Q_INVOKABLE void dragEnded(double distance);
-    /// Comes after dragEnded() when the drag did not end but was taken away.
-    Q_INVOKABLE void dragCancelled();
+    Q_INVOKABLE void dragEnded();
     Q_INVOKABLE void deleteTapped();
     Q_INVOKABLE void wentTo(const QUrl& url);
     Q_INVOKABLE bool backPressed();
@@ -181,7 +184,8 @@ public:
 signals:
     void containerChanged();
     void contentChanged();
-    void shiftChanged();
+    void textChanged();
+    void swipeChanged();
     void scrollRequested(double contentY);
     void handTaken();
 
@@ -199,6 +203,7 @@ private:
     QQuickItem* m_container = nullptr;
     QRectF m_frame {};
     QPointF m_shift {};
+    double m_swipe = 0;
     double m_fade = 1;
     double m_alpha = 1;
     ViewItemShape m_shape {};

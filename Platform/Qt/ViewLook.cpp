@@ -1,5 +1,6 @@
 #include "Platform/Qt/QtFont_p.h"
 #include "Platform/Qt/ViewLook_p.h"
+#include "Platform/Qt/VisibleText_p.h"
 #include "Platform/UIKit/UIActivityIndicatorView.h"
 #include "Platform/UIKit/UIButton.h"
 #include "Platform/UIKit/UIImageView.h"
@@ -240,7 +241,9 @@ ViewItemContent contentOf(const UIView& view)
         || (content.name.isEmpty() && role != QAccessible::List && role != QAccessible::Button);
 
     if (const auto* label = dynamic_cast<const UILabel*>(&view)) {
-        content.text = qtString(label->text());
+        content.text = label->text()
+            ? visibleText(*label->text(), label->font(), label->bounds().size.width, label->numberOfLines())
+            : QString {};
         content.font = qtFont(label->font());
         content.textColor = qtColor(label->textColor());
         content.alignment = static_cast<int>(qtAlignment(label->textAlignment()));

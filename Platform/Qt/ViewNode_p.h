@@ -6,7 +6,6 @@
 #include "Platform/Qt/ViewItem_p.h"
 #include "Platform/UIKit/UIView.h"
 
-#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -31,8 +30,6 @@ struct ViewNode {
     double alphaDuration = 0;
     /// The alpha that the item has, or is on its way to.
     double alpha = 1;
-    /// The row a cell shows.
-    std::int64_t row = -1;
     /// It shows what has gone, for the length of an animation, and never stands for its view again.
     bool isGhost = false;
 };

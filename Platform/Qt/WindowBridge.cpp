@@ -33,6 +33,7 @@ WindowBridge::WindowBridge(UIWindow& window, QQuickItem& area, std::function<voi
     , m_back(
           window, [this](const UIView& view) { return nodeOf(view); }, m_wake)
     , m_focus(window)
+    , m_pointer(area)
 {
     qmlRegisterType<ViewItem>("KovaSDK.Centre", 1, 0, "ViewItem");
     m_root = enter(window);
@@ -109,7 +110,6 @@ void WindowBridge::viewWillLeave(UIView& view)
 
 void WindowBridge::tableDidUpdate(UITableView& table, const UITableViewUpdate& update)
 {
-    m_swipe.close();
     if (const auto node = nodeOf(table)) {
         m_tables.note(table, *node, update);
         node->needsChildren = true;
@@ -189,6 +189,7 @@ void WindowBridge::forget(const ViewNode& node)
         if (const auto found = m_nodes.find(view); found != m_nodes.end() && found->second.get() == &node)
             m_nodes.erase(found);
         m_tables.forget(*view);
+        m_swipe.forget(node);
         // Nobody hears any more that it is let go of.
         if (auto* control = dynamic_cast<UIControl*>(node.view.get()))
             control->setHighlighted(false);
@@ -251,12 +252,13 @@ void WindowBridge::refresh(const std::shared_ptr<ViewNode>& node)
         placeChildren(*node, *view);
     auto* const scrollView = dynamic_cast<UIScrollView*>(view);
     const auto offset = scrollView ? scrollView->contentOffset() : CGPoint {};
-    if (std::exchange(node->needsLook, false))
-        showLook(*node, *view);
+    // First, so that a text is laid out once, in its own width.
     if (std::exchange(node->needsFrame, false)) {
         const auto& frame = view->frame();
         node->item->setFrame({frame.minX(), frame.minY(), frame.size.width, frame.size.height});
     }
+    if (std::exchange(node->needsLook, false))
+        showLook(*node, *view);
     if (scrollView) {
         // Its size, its content's and the insets reach the item one by one: where it kept the content in between is no
         // scrolling.
@@ -264,8 +266,6 @@ void WindowBridge::refresh(const std::shared_ptr<ViewNode>& node)
             scrollView->setContentOffset(scrollView->clampedOffset(offset));
         node->item->setScrollPosition(scrollView->contentOffset().y);
     }
-    if (auto* table = dynamic_cast<UITableView*>(view))
-        numberRows(*node, *table);
 }
 
 void WindowBridge::placeChildren(ViewNode& node, UIView& view)

@@ -16,18 +16,46 @@ namespace kova {
 
 namespace {
 
-/// Whether another view lies over a view at a point of it. Texts and pictures let touches through.
-bool isCovered(const UIView& view, CGPoint at)
+/// A row that a cell shows now. Rows move between one frame and the next, so it is asked of the table for each use.
+struct Row {
+    UITableView& table;
+    IndexPath path;
+};
+
+std::optional<Row> rowOf(const UITableViewCell* cell)
 {
-    const auto point = view.convert({at, {}}, nullptr).origin;
+    auto* const table = cell ? dynamic_cast<UITableView*>(cell->superview()) : nullptr;
+    const auto path = table ? table->indexPath(*cell) : std::nullopt;
+    return path ? std::optional {Row {.table = *table, .path = *path}} : std::nullopt;
+}
+
+} // namespace
+
+std::shared_ptr<ViewNode> WindowBridge::nodeOf(const ViewItem& item) const
+{
+    const auto found
+        = std::ranges::find_if(m_nodes, [&](const auto& entry) { return entry.second->item.get() == &item; });
+    return found == m_nodes.end() ? nullptr : found->second;
+}
+
+UIView* WindowBridge::viewOf(const ViewItem& item) const
+{
+    const auto node = nodeOf(item);
+    return node ? node->view.get() : nullptr;
+}
+
+/// Whether another view is seen over a view at a point of the window: on its way to its place, or there. Texts and
+/// pictures let touches through.
+bool WindowBridge::isCovered(const UIView& view, QPointF at) const
+{
     for (const auto* beneath = &view; beneath->superview(); beneath = beneath->superview()) {
         const auto& siblings = beneath->superview()->subviews();
         auto above = std::ranges::find(siblings, beneath, &std::shared_ptr<UIView>::get);
         for (++above; above != siblings.end(); ++above) {
             const auto& other = **above;
-            const auto area = other.convert(other.bounds(), nullptr);
-            const bool isThere = !other.isHidden() && other.alpha() > 0 && point.x >= area.minX()
-                && point.x < area.maxX() && point.y >= area.minY() && point.y < area.maxY();
+            const auto node = nodeOf(other);
+            const bool isThere = node && !other.isHidden() && other.alpha() > 0
+                && node->item->contains(node->item->mapFromItem(m_root->item.get(), at));
             if (isThere && !dynamic_cast<const UILabel*>(&other) && !dynamic_cast<const UIImageView*>(&other))
                 return true;
         }
@@ -35,31 +63,10 @@ bool isCovered(const UIView& view, CGPoint at)
     return false;
 }
 
-UITableView* tableOf(const UIView& cell)
-{
-    return dynamic_cast<UITableView*>(cell.superview());
-}
-
-} // namespace
-
-std::shared_ptr<ViewNode> WindowBridge::cellNodeOf(const ViewItem& item) const
-{
-    const auto* view = viewOf(item);
-    const auto node = view && tableOf(*view) ? nodeOf(*view) : nullptr;
-    return node && node->row >= 0 ? node : nullptr;
-}
-
-UIView* WindowBridge::viewOf(const ViewItem& item) const
-{
-    const auto found
-        = std::ranges::find_if(m_nodes, [&](const auto& entry) { return entry.second->item.get() == &item; });
-    return found == m_nodes.end() ? nullptr : found->second->view.get();
-}
-
 void WindowBridge::itemTapped(ViewItem& item, std::optional<QPointF> at)
 {
     auto* const view = viewOf(item);
-    if (!view || (at && kova::isCovered(*view, {.x = at->x(), .y = at->y()})))
+    if (!view || (at && isCovered(*view, m_root->item->mapFromItem(&item, *at))))
         return;
     m_focus.hide();
     focusMoved();
@@ -68,11 +75,11 @@ void WindowBridge::itemTapped(ViewItem& item, std::optional<QPointF> at)
         control->sendActions(UIControlEvents::touchUpInside);
         return;
     }
-    const auto cell = cellNodeOf(item);
     // While a row stands open, a tap anywhere only closes it.
-    if (m_swipe.close() || !cell)
+    if (m_swipe.close())
         return;
-    tableOf(*view)->userSelectsRow({.row = cell->row});
+    if (const auto row = rowOf(dynamic_cast<UITableViewCell*>(view)))
+        row->table.userSelectsRow(row->path);
 }
 
 void WindowBridge::itemPressed(ViewItem& item, bool isPressed)
@@ -94,37 +101,41 @@ void WindowBridge::itemScrolled(ViewItem& item, double contentY)
 
 void WindowBridge::itemDragged(ViewItem& item, DragPhase phase, double distance)
 {
+    if (phase == DragPhase::Ended && !m_pointer.isLifted())
+        phase = DragPhase::Cancelled;
     if (&item == m_root->item.get()) {
         m_back.drag(phase, distance);
         return;
     }
-    const auto cell = cellNodeOf(item);
-    if (!cell)
+    const auto node = nodeOf(item);
+    const auto* cell = node ? dynamic_cast<UITableViewCell*>(node->view.get()) : nullptr;
+    const auto row = rowOf(cell);
+    if (!row)
         return;
     if (phase == DragPhase::Began) {
-        auto& table = *tableOf(*cell->view.get());
-        if (const auto list = nodeOf(table))
+        if (const auto list = nodeOf(row->table))
             list->item->takeHand();
-        // One that may not be deleted does not move at all.
-        if (!table.userMayEditRow({.row = cell->row}))
+        // A row that may not be deleted does not move at all.
+        if (!row->table.userMayEditRow(row->path))
             return;
     }
-    m_swipe.drag(cell, phase, distance, [this, node = std::weak_ptr {cell}] {
-        if (const auto row = node.lock())
-            itemDeleteTapped(*row->item);
-    });
+    if (m_swipe.drag(node, phase, distance))
+        deleteRow(*cell);
 }
 
 void WindowBridge::itemDeleteTapped(ViewItem& item)
 {
-    const auto cell = cellNodeOf(item);
-    if (!cell)
-        return;
-    auto& table = *tableOf(*cell->view.get());
-    table.userDeletesRow({.row = cell->row});
-    // A row that may not be deleted goes back to its place.
-    if (!cell->isGhost)
-        ItemAnimation {.property = "shift", .from = item.shift(), .to = QPointF {}, .seconds = 0.2}.run(item);
+    if (const auto* cell = dynamic_cast<UITableViewCell*>(viewOf(item)))
+        deleteRow(*cell);
+}
+
+/// At once: the animation shows a row that has gone from the model already.
+void WindowBridge::deleteRow(const UITableViewCell& cell)
+{
+    if (const auto row = rowOf(&cell))
+        row->table.userDeletesRow(row->path);
+    // A row that was not deleted goes back to its place.
+    m_swipe.close();
 }
 
 void WindowBridge::itemWentTo(ViewItem& item, const QUrl& url)

@@ -66,16 +66,6 @@ std::optional<QString> WindowBridge::pageComponentOf(const UIView& view)
     return showsPage(*browser) ? QStringLiteral("WebPage") : QStringLiteral("SFSafariViewController");
 }
 
-void WindowBridge::numberRows(ViewNode& node, UITableView& table)
-{
-    for (const auto& child : node.children)
-        child->row = -1;
-    for (const auto& path : table.indexPathsForVisibleRows()) {
-        if (const auto child = nodeOf(*table.cellForRow(path)))
-            child->row = path.row;
-    }
-}
-
 void WindowBridge::showLook(ViewNode& node, UIView& view)
 {
     auto& item = *node.item;

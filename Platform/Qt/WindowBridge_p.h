@@ -8,6 +8,7 @@
 
 #include "Platform/Qt/BackSwipe_p.h"
 #include "Platform/Qt/KeyboardFocus_p.h"
+#include "Platform/Qt/PointerWatch_p.h"
 #include "Platform/Qt/RowSwipe_p.h"
 #include "Platform/Qt/TableUpdates_p.h"
 #include "Platform/Qt/ViewNode_p.h"
@@ -79,7 +80,6 @@ private:
     void showLook(ViewNode& node, UIView& view);
     void complete(ViewItemContent& content, const UIView& view);
     void showLayers(ViewNode& node, const CALayer& layer, QPointF origin);
-    void numberRows(ViewNode& node, UITableView& table);
     void forget(const ViewNode& node);
     void recall(const std::shared_ptr<ViewNode>& node);
     void runMoves();
@@ -89,8 +89,10 @@ private:
     /// Shows what has left until the function it returns is called.
     std::function<void()> keep(const std::shared_ptr<ViewNode>& node);
     void sweep();
+    [[nodiscard]] std::shared_ptr<ViewNode> nodeOf(const ViewItem& item) const;
     [[nodiscard]] UIView* viewOf(const ViewItem& item) const;
-    [[nodiscard]] std::shared_ptr<ViewNode> cellNodeOf(const ViewItem& item) const;
+    [[nodiscard]] bool isCovered(const UIView& view, QPointF at) const;
+    void deleteRow(const UITableViewCell& cell);
     void focusMoved();
     void takeFocus();
 
@@ -113,6 +115,7 @@ private:
     RowSwipe m_swipe;
     BackSwipe m_back;
     KeyboardFocus m_focus;
+    PointerWatch m_pointer;
     /// The view with the focus ring, for comparison only.
     const UIView* m_ringed = nullptr;
     /// The desktop took the page that the browser on top does not show.

@@ -56,6 +56,13 @@ std::shared_ptr<UITableViewCell> UITableView::cellForRow(IndexPath at) const
     return at.section == 0 && found != m_visibleRows.end() ? found->second.cell : nullptr;
 }
 
+std::optional<IndexPath> UITableView::indexPath(const UITableViewCell& forCell) const
+{
+    const auto found
+        = std::ranges::find_if(m_visibleRows, [&](const auto& entry) { return entry.second.cell.get() == &forCell; });
+    return found == m_visibleRows.end() ? std::nullopt : std::optional {IndexPath {.row = found->first}};
+}
+
 std::vector<IndexPath> UITableView::indexPathsForVisibleRows() const
 {
     std::vector<IndexPath> rows;

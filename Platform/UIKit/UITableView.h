@@ -18,6 +18,7 @@
 
 #include <concepts>
 #include <map>
+#include <optional>
 
 namespace kova {
 
@@ -55,6 +56,9 @@ public:
         const std::string& withIdentifier, IndexPath forIndexPath);
     /// The cell that shows a row now, null when the row is not visible.
     [[nodiscard]] std::shared_ptr<UITableViewCell> cellForRow(IndexPath at) const;
+    /// The row that a cell shows now, none once it shows no row of this table. Rows move with every update, so this is
+    /// asked when it is needed and never remembered.
+    [[nodiscard]] std::optional<IndexPath> indexPath(const UITableViewCell& forCell) const;
     /// The rows that have a cell, from the top.
     [[nodiscard]] std::vector<IndexPath> indexPathsForVisibleRows() const;
     /// As last counted.
@@ -98,7 +102,7 @@ private:
     void loadIfNeeded();
     [[nodiscard]] std::int64_t askRowCount();
     void change(UITableViewRowChange how, const std::vector<IndexPath>& rows, UITableViewRowAnimation animation);
-    void apply(const UITableViewUpdate& update, std::int64_t rowCount);
+    void apply(UITableViewUpdate update, std::int64_t rowCount);
     void forgetRows();
     [[nodiscard]] bool exists(IndexPath row) const;
 

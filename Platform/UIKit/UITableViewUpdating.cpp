@@ -36,7 +36,7 @@ void UITableView::endUpdates()
     auto update = m_batch->end(m_rowCount, rowCount);
     if (std::exchange(m_needsRowCount, false))
         update = {.reloadedWhole = true};
-    apply(update, rowCount);
+    apply(std::move(update), rowCount);
 }
 
 void UITableView::insertRows(const std::vector<IndexPath>& at, UITableViewRowAnimation with)
@@ -79,8 +79,12 @@ std::int64_t UITableView::askRowCount()
     return m_dataSource ? std::max<std::int64_t>(0, m_dataSource->numberOfRowsInSection(*this, 0)) : 0;
 }
 
-void UITableView::apply(const UITableViewUpdate& update, std::int64_t rowCount)
+void UITableView::apply(UITableViewUpdate update, std::int64_t rowCount)
 {
+    for (auto* rows : {&update.deleted, &update.reloaded}) {
+        for (auto& row : *rows)
+            row.cell = cellForRow(row.indexPath);
+    }
     ++m_generation;
     m_rowCount = rowCount;
     m_clampsOffset = true;

@@ -110,6 +110,8 @@ public:
 
     /// The size that the content wishes, noIntrinsicMetric where it has no wish. Constraints override it.
     [[nodiscard]] virtual CGSize intrinsicContentSize() const { return {noIntrinsicMetric, noIntrinsicMetric}; }
+    /// Has the constraints solved again, since that size has changed.
+    void invalidateIntrinsicContentSize();
     /// The size that fits the content best within a size.
     [[nodiscard]] virtual CGSize sizeThatFits(CGSize size) const;
     void sizeToFit();
@@ -129,8 +131,6 @@ protected:
     virtual void layoutSubviews() { }
     /// Tells the window's observer.
     void didChange(UIChange change);
-    /// The same, and has the constraints solved again, since the content's size may have changed.
-    void invalidateIntrinsicContentSize();
     void setBoundsOrigin(CGPoint origin);
     template <typename T> bool assign(T& property, T value);
     /// Whether the height that fits depends on the width: the text is broken into lines.

@@ -39,6 +39,8 @@ struct UITableViewUpdate {
     struct Row {
         IndexPath indexPath;
         UITableViewRowAnimation animation;
+        /// The cell that showed a deleted or reloaded row; null if the row was not visible.
+        std::shared_ptr<UITableViewCell> cell {};
     };
 
     std::vector<Row> deleted {};

@@ -27,6 +27,17 @@ QPointingDevice* finger()
     return device;
 }
 
+QQuickItem* drawnTextIn(QQuickItem& item, const QString& text)
+{
+    if (item.inherits("QQuickText") && item.isEnabled() && item.property("text").toString() == text)
+        return &item;
+    for (auto* child : item.childItems()) {
+        if (auto* found = drawnTextIn(*child, text))
+            return found;
+    }
+    return nullptr;
+}
+
 } // namespace
 
 bool eventually(const std::function<bool()>& condition)
@@ -82,6 +93,11 @@ QRectF CentreWindow::placeOfRow(std::int64_t row) const
 {
     const auto rect = table().convert(table().rectForRow({.row = row}), nullptr);
     return {rect.minX(), rect.minY(), rect.size.width, rect.size.height};
+}
+
+QQuickItem* CentreWindow::drawnText(const QString& text) const
+{
+    return drawnTextIn(*window.contentItem(), text);
 }
 
 void CentreWindow::tap(QPointF at)
@@ -196,6 +212,14 @@ std::vector<KovaNotification> inboxOf(int count)
         inbox.push_back(std::move(record));
     }
     return inbox;
+}
+
+std::vector<std::string> titles()
+{
+    std::vector<std::string> result;
+    for (const auto& record : NotificationStorage::buffer())
+        result.push_back(record.title.value_or(""));
+    return result;
 }
 
 std::vector<KovaNotification> sampleInbox()

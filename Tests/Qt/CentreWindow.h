@@ -30,6 +30,8 @@ namespace kova::tests {
 /// Six records: long and short, with and without picture, the third one read.
 [[nodiscard]] std::vector<KovaNotification> sampleInbox();
 [[nodiscard]] std::vector<KovaNotification> inboxOf(int count);
+/// Of the records in the store.
+[[nodiscard]] std::vector<std::string> titles();
 
 enum class Hand { Mouse, Finger };
 
@@ -53,6 +55,9 @@ public:
     /// In the window's points.
     [[nodiscard]] QRectF place(const UIView& view) const;
     [[nodiscard]] QRectF placeOfRow(std::int64_t row) const;
+
+    /// The item that draws a text within the reach of a hand, null when there is none.
+    [[nodiscard]] QQuickItem* drawnText(const QString& text) const;
 
     void tap(QPointF at);
     void tap(const UIView& view) { tap(place(view).center()); }

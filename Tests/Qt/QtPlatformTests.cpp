@@ -21,17 +21,6 @@ namespace kova::tests {
 
 namespace {
 
-QQuickItem* textItem(QQuickItem& item, const QString& text)
-{
-    if (item.inherits("QQuickText") && item.property("text").toString() == text)
-        return &item;
-    for (auto* child : item.childItems()) {
-        if (auto* found = textItem(*child, text))
-            return found;
-    }
-    return nullptr;
-}
-
 Data imageFile(QSize size, const char* format)
 {
     QImage image {size, QImage::Format_RGB32};
@@ -97,7 +86,7 @@ TEST(QtPlatformTest, DrawsTextsInTheRoomTheyWereGiven)
         host->view()->addSubview(label);
         centre.screen->presenter()->present(host, false);
         ASSERT_TRUE(centre.settle());
-        const auto* text = textItem(*centre.window.contentItem(), QString::fromUtf8(test.text));
+        const auto* text = centre.drawnText(QString::fromUtf8(test.text));
         ASSERT_TRUE(text);
         EXPECT_EQ(text->property("truncated").toBool(), test.isCut);
         EXPECT_LE(text->property("contentWidth").toDouble(), size.width + 0.01);

@@ -110,6 +110,28 @@ TEST(TableTest, KnowsTheHeightsOfTheRowsItHasSeen)
     EXPECT_EQ(scene.table->rectForRow({.row = 100'000}), CGRect());
 }
 
+TEST(TableTest, TellsTheRowThatACellShowsAtOnce)
+{
+    TableScene scene {30};
+    scene.window->layoutIfNeeded();
+    const auto third = scene.table->cellForRow({.row = 3});
+    const auto last = scene.table->cellForRow({.row = 9});
+    EXPECT_EQ(scene.table->indexPath(*third), IndexPath {.row = 3});
+    scene.rows.insert(scene.rows.begin(), "new");
+    scene.table->insertRows({{.row = 0}}, UITableViewRowAnimation::top);
+    EXPECT_EQ(scene.table->indexPath(*third), IndexPath {.row = 4});
+    EXPECT_EQ(scene.table->indexPath(*last), IndexPath {.row = 0}) << "used again for the row that came";
+    scene.rows.erase(scene.rows.begin() + 2);
+    scene.table->deleteRows({{.row = 2}}, UITableViewRowAnimation::fade);
+    EXPECT_EQ(scene.table->indexPath(*third), IndexPath {.row = 3});
+    ASSERT_TRUE(scene.lastUpdate);
+    ASSERT_THAT(scene.lastUpdate->deleted, SizeIs(1));
+    EXPECT_TRUE(scene.lastUpdate->deleted.front().cell) << "an observer learns which cell the row had";
+    scene.table->reloadData();
+    EXPECT_EQ(scene.table->indexPath(*third), std::nullopt);
+    EXPECT_EQ(scene.table->indexPath(TextCell {UITableViewCellStyle::default_, "text"}), std::nullopt);
+}
+
 TEST(TableTest, FollowsTheSizeOfItsFrame)
 {
     TableScene scene {1000};
