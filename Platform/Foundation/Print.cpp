@@ -43,13 +43,16 @@ void printLine(std::string line)
     std::fflush(stdout);
 }
 
-void fatalError(std::string_view message)
+void complain(std::string_view message)
 {
-    std::string line = "Fatal error: ";
-    line += singleLine(message);
-    line += '\n';
+    const auto line = singleLine(message) + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::fflush(stderr);
+}
+
+void fatalError(std::string_view message)
+{
+    complain("Fatal error: " + std::string {message});
     std::abort();
 }
 

@@ -28,6 +28,10 @@ template <typename... Items> void print(std::string_view first, const Items&... 
     printLine(std::move(line));
 }
 
+/// Writes the message as one line on standard error, escaped where it would break: for trouble that is no part of the
+/// log.
+KOVA_EXPORT void complain(std::string_view message);
+
 /// Ends the process: "Fatal error: " and the message as one line on standard error, then abort. For what the host
 /// forgot and for vendor objects that must not be absent, never for bytes from outside.
 KOVA_EXPORT [[noreturn]] void fatalError(std::string_view message);
