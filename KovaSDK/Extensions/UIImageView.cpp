@@ -2,6 +2,8 @@
 
 #include "KovaSDK/Extensions/ImageDownloads.h"
 #include "KovaSDK/Extensions/UIView.h"
+#include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/FreedMemory.h"
 
 #include <cstddef>
 #include <mutex>
@@ -55,6 +57,9 @@ ImageCacheUse::ImageCacheUse()
 ImageCacheUse::~ImageCacheUse()
 {
     CacheUsers::instance().change(-1);
+    // The views that show pictures go with their screen, which is on its way out.
+    DispatchQueue::main().async(
+        [] { DispatchQueue::create("pictures", QualityOfService::Background)->async(&returnFreedMemory); });
 }
 
 void downloaded(const std::shared_ptr<UIImageView>& imageView, const std::string& from)

@@ -283,7 +283,7 @@ TEST(PicturePixelTest, IsSharpInFullWidth)
 TEST(PictureTest, MemoryGoesBackWhenTheCentreIsClosed)
 {
     constexpr int count = 12;
-    const auto file = png({4096, 4096}, 8, PNGKind::RGB, false).toStdString();
+    const auto file = png({2048, 2048}, 8, PNGKind::RGB, false).toStdString();
     LoopbackServer server;
     server.setDefault(Reply::status(200, file, {{"Content-Type", "image/png"}}));
     CentreWindow centre;
