@@ -155,13 +155,10 @@ std::optional<PictureCost> PictureCost::of(const QByteArray& file, QImageReader&
 std::optional<std::string> PictureCost::excess() const
 {
     constexpr std::uint64_t mebibyte = 1024ULL * 1024;
-    const auto takes = [&](const std::string& what) {
-        return "decoding its " + std::to_string(size.width()) + " x " + std::to_string(size.height()) + " pixels takes "
-            + what;
-    };
+    const auto decoding = "decoding its " + std::to_string(size.width()) + " x " + std::to_string(size.height());
     const auto tooMuch = [&](std::uint64_t needed, std::uint64_t most) {
-        return takes(
-            std::to_string(needed / mebibyte) + " MiB of memory, more than " + std::to_string(most / mebibyte));
+        return decoding + " pixels takes " + std::to_string(needed / mebibyte) + " MiB of memory, more than "
+            + std::to_string(most / mebibyte);
     };
     if (bytes > mostBytes)
         return tooMuch(bytes, mostBytes);
@@ -170,7 +167,7 @@ std::optional<std::string> PictureCost::excess() const
     if (qtLimit != 0 && pictureBytes > qtLimit)
         return tooMuch(pictureBytes, qtLimit);
     if (work > mostWork)
-        return takes("too long");
+        return decoding + " pixels takes too long";
     return std::nullopt;
 }
 
