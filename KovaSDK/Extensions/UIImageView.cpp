@@ -1,51 +1,83 @@
 #include "KovaSDK/Extensions/UIImageView.h"
 
+#include "KovaSDK/Extensions/ImageDownloads.h"
 #include "KovaSDK/Extensions/UIView.h"
 #include "Platform/Foundation/DispatchQueue.h"
-#include "Platform/Foundation/URLSession.h"
+#include "Platform/Foundation/FreedMemory.h"
+
+#include <cstddef>
+#include <mutex>
+#include <utility>
 
 namespace kova {
 
 namespace {
 
-constexpr int ok = 200;
+constexpr std::size_t cacheLimit = 64UL * 1024 * 1024;
+/// While nobody shows pictures.
+constexpr std::size_t idleCacheLimit = cacheLimit / 8;
+/// Of an entry, beside its pixels and its address.
+constexpr std::size_t entryCost = 256;
 
-std::shared_ptr<const UIImage> picture(
-    const std::optional<Data>& body, const std::optional<HTTPURLResponse>& response, std::error_code error)
-{
-    if (error || !body || !response || response->statusCode != ok || !response->mimeType().starts_with("image"))
-        return nullptr;
-    return UIImage::create(*body);
-}
+struct CacheUsers {
+    std::mutex mutex;
+    std::size_t count = 0;
+
+    void change(int difference)
+    {
+        const std::lock_guard lock {mutex};
+        count += static_cast<std::size_t>(difference);
+        imageCache().setTotalCostLimit(count == 0 ? idleCacheLimit : cacheLimit);
+    }
+
+    static CacheUsers& instance()
+    {
+        static auto& users = *new CacheUsers;
+        return users;
+    }
+};
 
 } // namespace
 
 ImageCache& imageCache()
 {
-    static auto& cache = *new ImageCache;
+    static auto& cache = [] -> ImageCache& {
+        auto& made = *new ImageCache;
+        made.setTotalCostLimit(cacheLimit);
+        return made;
+    }();
     return cache;
+}
+
+ImageCacheUse::ImageCacheUse()
+{
+    CacheUsers::instance().change(1);
+}
+
+ImageCacheUse::~ImageCacheUse()
+{
+    CacheUsers::instance().change(-1);
+    // The views that show pictures go with their screen, which is on its way out.
+    DispatchQueue::main().async(
+        [] { DispatchQueue::create("pictures", QualityOfService::Background)->async(&returnFreedMemory); });
 }
 
 void downloaded(const std::shared_ptr<UIImageView>& imageView, const std::string& from)
 {
-    const auto url = URL::create(from);
+    auto url = URL::create(from);
     if (!url)
         return;
-    const auto task = URLSession::shared()->dataTask({.url = *url},
-        [view = std::weak_ptr {imageView}, from](
-            const std::optional<Data>& body, const std::optional<HTTPURLResponse>& response, std::error_code error) {
-            DispatchQueue::main().async([view, from, image = picture(body, response, error)] {
-                const auto shown = view.lock();
-                if (shown)
-                    unlock(*shown);
-                if (!image)
-                    return;
-                imageCache().setObject(image, from);
-                if (shown)
-                    shown->setImage(image);
-            });
+    ImageDownloads::shared().add(
+        *std::move(url), [view = std::weak_ptr {imageView}, from](const std::shared_ptr<const UIImage>& image) {
+            const auto shown = view.lock();
+            if (shown)
+                unlock(*shown);
+            if (!image)
+                return;
+            imageCache().setObject(image, from, image->byteCount() + from.size() + entryCost);
+            if (shown)
+                shown->setImage(image);
         });
-    task->resume();
 }
 
 } // namespace kova

@@ -17,6 +17,11 @@ void URLRequest::addValue(std::string_view value, std::string_view field)
         entry->second.append(",").append(value);
 }
 
+bool URLRequest::isDownload() const
+{
+    return httpMethod == "GET" && (!httpBody || httpBody->empty());
+}
+
 std::string HTTPURLResponse::mimeType() const
 {
     const auto field = allHeaderFields.find("Content-Type");

@@ -41,6 +41,9 @@ struct KOVA_EXPORT URLRequest {
 
     /// Adds a header field; to a field that is there already the value is appended after a comma.
     void addValue(std::string_view value, std::string_view field);
+
+    /// A GET without a body: only its reply matters. Everything else delivers something, and its status matters.
+    [[nodiscard]] bool isDownload() const;
 };
 
 /// The reply's head.
@@ -49,6 +52,8 @@ struct KOVA_EXPORT HTTPURLResponse {
     URL url;
     int statusCode = 0;
     HTTPHeaderFields allHeaderFields {};
+    /// The body was longer than what is read of it; see URLSession::dataTask().
+    bool isBodyCut = false;
 
     /// "image/png": the content type in lower case, without its parameters; empty when the reply names none.
     [[nodiscard]] std::string mimeType() const;

@@ -1,9 +1,9 @@
 // The HTTP client that every web service of the SDK shares.
 //
 // A platform derives from these classes; the Linux one stands on curl. Threads: every operation may be called from any
-// thread. Completions run on the session's own thread, one after another, and each runs exactly once: with the reply,
+// thread. Completions run on a thread of the session's, one after another, and each runs exactly once: with the reply,
 // with an error, or with `cancelled` when the task or the session is cancelled. A completion must not wait for another
-// one.
+// one. One that takes long holds up other completions, but no request and no reply.
 
 #pragma once
 
@@ -65,8 +65,9 @@ public:
     static std::shared_ptr<URLSession> setShared(std::shared_ptr<URLSession> session);
 
     /// A task that has not started yet. One task is at most one request on the wire: what has a body or is not a GET is
-    /// neither repeated nor redirected; a GET follows at most five redirects, to http and https only. A reply body of
-    /// more than 32 MiB is an error.
+    /// neither repeated nor redirected; a GET follows at most five redirects, to http and https only. No other request
+    /// waits behind downloads. A download's body of more than 32 MiB is an error. Of any other reply 1 MiB of body is
+    /// read; what was sent has been delivered, so that a longer body is cut and no error.
     [[nodiscard]] virtual std::shared_ptr<URLSessionDataTask> dataTask(
         URLRequest request, DataTaskCompletion completion)
         = 0;

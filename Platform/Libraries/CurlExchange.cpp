@@ -14,7 +14,9 @@ namespace kova {
 
 namespace {
 
-constexpr std::size_t largestBody = 32 * 1024 * 1024;
+constexpr std::size_t largestDownload = 32 * 1024 * 1024;
+/// The body of any other reply is at most logged.
+constexpr std::size_t largestReply = 1024 * 1024;
 constexpr std::size_t largestHeaders = 1024 * 1024;
 constexpr long mostRedirects = 5;
 /// Servers and the boxes between drop a silent connection after a minute or so, and not all of them say it.
@@ -184,7 +186,7 @@ void CurlExchange::setMethodAndBody()
         curl_easy_setopt(handle, CURLOPT_NOBODY, 1L);
     const bool isCurlsOwn = method == (announcesBody ? "POST" : "GET") || (!announcesBody && method == "HEAD");
     curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, isCurlsOwn ? nullptr : method.c_str());
-    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, !announcesBody && method == "GET" ? 1L : 0L);
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, m_request->isDownload() ? 1L : 0L);
 }
 
 bool CurlExchange::setHeaderFields()
@@ -283,22 +285,23 @@ bool CurlExchange::endsWithHead()
 
 bool CurlExchange::receiveBody(std::string_view bytes)
 {
-    if (m_body.empty()) {
-        curl_off_t announced = 0;
+    const bool isDownload = m_request->isDownload();
+    const auto largest = isDownload ? largestDownload : largestReply;
+    curl_off_t announced = 0;
+    if (m_body.empty())
         curl_easy_getinfo(m_handle.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
-        if (std::cmp_greater(announced, largestBody)) {
-            m_failure = URLError::dataLengthExceedsMaximum;
-            return false;
-        }
-        if (announced > 0)
-            m_body.reserve(static_cast<std::size_t>(announced));
-    }
-    if (bytes.size() > largestBody - m_body.size()) {
+    const auto isLonger = bytes.size() > largest - m_body.size();
+    if (isDownload && (isLonger || std::cmp_greater(announced, largest))) {
         m_failure = URLError::dataLengthExceedsMaximum;
         return false;
     }
-    m_body.append(bytes);
-    return true;
+    if (announced > 0)
+        m_body.reserve(
+            static_cast<std::size_t>(std::min<std::uint64_t>(static_cast<std::uint64_t>(announced), largest)));
+    m_body.append(bytes.substr(0, largest - m_body.size()));
+    // A request that was answered has been delivered, however long the answer is.
+    m_isBodyCut = m_isComplete = isLonger;
+    return !isLonger;
 }
 
 CurlExchange::Outcome CurlExchange::outcome(int code)
@@ -337,7 +340,8 @@ CurlExchange::Outcome CurlExchange::reply()
     const auto status = statusCode();
     if (status <= 0)
         return std::unexpected {URLError::badServerResponse};
-    return Reply {Data {std::move(m_body)}, {std::move(url), static_cast<int>(status), std::move(m_fields)}};
+    return Reply {
+        Data {std::move(m_body)}, {std::move(url), static_cast<int>(status), std::move(m_fields), m_isBodyCut}};
 }
 
 long CurlExchange::redirects() const

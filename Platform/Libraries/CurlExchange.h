@@ -81,6 +81,7 @@ private:
     /// Why a callback made curl give up, or that it did so because everything is there.
     std::optional<URLError> m_failure;
     bool m_isComplete = false;
+    bool m_isBodyCut = false;
 };
 
 } // namespace kova

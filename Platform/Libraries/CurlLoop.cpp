@@ -1,11 +1,14 @@
 #include "Platform/Libraries/CurlLoop.h"
 
+#include "Platform/Foundation/Print.h"
 #include "Platform/Foundation/ThreadHook.h"
 
 #include <curl/curl.h>
 
 #include <algorithm>
 #include <stdexcept>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace kova {
@@ -17,10 +20,12 @@ constexpr long idleConnections = 24;
 constexpr auto longestSleep = std::chrono::hours {1};
 /// Of a thread that nothing can wake.
 constexpr std::chrono::milliseconds shortSleep {20};
+/// How many replies may wait for their completions before no further request is sent.
+constexpr std::size_t largestBacklog = 64;
 /// A time-out of more than a year is none; the clock cannot add just any number.
 constexpr std::chrono::duration<double> longestTimeout = std::chrono::years {1};
 
-/// Which loop runs the current thread. A thread's id would not do: the system gives it away again.
+/// Whose completions the current thread runs. A thread's id would not do: the system gives it away again.
 thread_local const CurlLoop* currentLoop = nullptr;
 
 void initialiseCurl()
@@ -68,8 +73,23 @@ CurlLoop::CurlLoop(std::string additionalCertificates)
 
 void CurlLoop::start()
 {
-    const std::lock_guard lock {m_joinMutex};
-    m_thread = std::thread {[self = shared_from_this()] { self->run(); }};
+    try {
+        const std::scoped_lock lock {m_transferJoinMutex, m_completionJoinMutex};
+        m_completionThread = std::thread {[self = shared_from_this()] {
+            announceThread("URLCompletions");
+            self->runCompletions();
+        }};
+        m_transferThread = std::thread {[self = shared_from_this()] { self->runTransfers(); }};
+        return;
+    } catch (const std::system_error& failure) {
+        complain(std::string {"KovaSDK: no thread can be started for HTTP, so every request is cancelled: "}
+            + failure.what());
+    }
+    {
+        const std::lock_guard lock {m_mutex};
+        m_invalidated = true;
+    }
+    close();
 }
 
 std::shared_ptr<CurlTask> CurlLoop::makeTask(URLRequest request, DataTaskCompletion completion)
@@ -148,26 +168,29 @@ void CurlLoop::invalidate()
         }
         m_idle.clear();
     }
-    if (isCurrentThread()) {
-        close();
-        return;
-    }
     wake();
-    const std::lock_guard lock {m_joinMutex};
-    if (m_thread.joinable())
-        m_thread.join();
+    {
+        const std::lock_guard lock {m_transferJoinMutex};
+        if (m_transferThread.joinable())
+            m_transferThread.join();
+    }
+    if (isOnCompletionThread())
+        return runCompletions();
+    const std::lock_guard lock {m_completionJoinMutex};
+    if (m_completionThread.joinable())
+        m_completionThread.join();
 }
 
 void CurlLoop::release()
 {
-    if (!isCurrentThread())
+    if (!isOnCompletionThread())
         return;
     // Everything is closed already; what is left of the thread is its way out.
-    const std::lock_guard lock {m_joinMutex};
-    m_thread.detach();
+    const std::lock_guard lock {m_completionJoinMutex};
+    m_completionThread.detach();
 }
 
-bool CurlLoop::isCurrentThread() const
+bool CurlLoop::isOnCompletionThread() const
 {
     return currentLoop == this;
 }
@@ -179,10 +202,9 @@ void CurlLoop::wake()
         curl_multi_wakeup(m_multi.get());
 }
 
-void CurlLoop::run()
+void CurlLoop::runTransfers()
 {
     announceThread("URLSession");
-    currentLoop = this;
     for (;;) {
         if (!m_underWay.empty()) {
             int running = 0;
@@ -190,7 +212,6 @@ void CurlLoop::run()
             finishTransfers();
             finishOverdue();
         }
-        // Asked last before sleeping, since a completion may just have resumed something.
         const auto next = takeTasks();
         if (next == Next::end)
             break;
@@ -200,7 +221,6 @@ void CurlLoop::run()
             sleep();
     }
     close();
-    currentLoop = nullptr;
 }
 
 CurlLoop::Next CurlLoop::takeTasks()
@@ -209,7 +229,7 @@ CurlLoop::Next CurlLoop::takeTasks()
     m_asleep = false;
     if (m_invalidated)
         return Next::end;
-    if (m_resumed.empty() && m_cancelled.empty()) {
+    if (m_resumed.empty() && m_cancelled.empty() && (m_heldBack.empty() || hasBacklog())) {
         m_asleep = true;
         return Next::sleep;
     }
@@ -230,16 +250,18 @@ void CurlLoop::startAndCancelTasks()
         m_toCancel.pop_front();
         abandon(task, URLError::cancelled);
     }
+    startHeldBack();
 }
 
 void CurlLoop::begin(std::shared_ptr<CurlTask> task)
 {
     auto host = CurlHostQueue::host(task->m_request.url.absoluteString());
     if (!host)
-        return complete(*task, std::unexpected {URLError::unsupportedURL});
+        return end(std::move(task), std::unexpected {URLError::unsupportedURL});
     if (task->m_deadline <= Clock::now())
-        return complete(*task, std::unexpected {URLError::timedOut});
-    task->m_host = std::move(*host);
+        return end(std::move(task), std::unexpected {URLError::timedOut});
+    // Downloads have connections of their own, so that nothing else waits behind them.
+    task->m_host = (task->m_request.isDownload() ? "downloads from " : "") + *host;
     m_underWay.emplace(std::pair {task->m_deadline, task.get()}, task);
     m_hosts.add(task->m_host, task);
     startWaiting(task->m_host);
@@ -247,12 +269,28 @@ void CurlLoop::begin(std::shared_ptr<CurlTask> task)
 
 void CurlLoop::startWaiting(const std::string& host)
 {
-    while (const auto task = m_hosts.next(host)) {
+    while (true) {
+        {
+            const std::lock_guard lock {m_mutex};
+            if (hasBacklog()) {
+                m_heldBack.insert(host);
+                return;
+            }
+        }
+        const auto task = m_hosts.next(host);
+        if (!task)
+            return;
         if (const auto handed = handToCurl(*task); !handed) {
             takeOut(*task);
-            complete(*task, std::unexpected {handed.error()});
+            end(task, std::unexpected {handed.error()});
         }
     }
+}
+
+void CurlLoop::startHeldBack()
+{
+    for (const auto& host : std::exchange(m_heldBack, {}))
+        startWaiting(host);
 }
 
 std::expected<void, URLError> CurlLoop::handToCurl(CurlTask& task)
@@ -271,12 +309,8 @@ std::expected<void, URLError> CurlLoop::handToCurl(CurlTask& task)
 
 void CurlLoop::finishTransfers()
 {
-    // A completion may close curl, so the handle is looked at each time.
-    while (m_multi) {
-        int left = 0;
-        const auto* message = curl_multi_info_read(m_multi.get(), &left);
-        if (!message)
-            return;
+    int left = 0;
+    while (const auto* message = curl_multi_info_read(m_multi.get(), &left)) {
         if (message->msg != CURLMSG_DONE)
             continue;
         const auto code = message->data.result;
@@ -284,9 +318,9 @@ void CurlLoop::finishTransfers()
         curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
         const auto task = reinterpret_cast<CurlTask*>(owner)->shared_from_this();
         m_restingConnections.rest(message->easy_handle);
-        // Destroyed after the completion, because somebody may wait for that.
+        // Destroyed after the task has ended, because somebody may wait for that.
         const auto exchange = takeOut(*task);
-        complete(*task, exchange->outcome(code));
+        end(task, exchange->outcome(code));
         startWaiting(task->m_host);
     }
 }
@@ -325,8 +359,47 @@ std::unique_ptr<CurlExchange> CurlLoop::takeOut(CurlTask& task)
 void CurlLoop::abandon(const std::shared_ptr<CurlTask>& task, URLError error)
 {
     takeOut(*task);
-    complete(*task, std::unexpected {error});
+    end(task, std::unexpected {error});
     startWaiting(task->m_host);
+}
+
+void CurlLoop::end(std::shared_ptr<CurlTask> task, CurlExchange::Outcome outcome)
+{
+    const std::lock_guard lock {m_mutex};
+    m_ended.push_back({std::move(task), std::move(outcome)});
+    m_endedChanged.notify_one();
+}
+
+bool CurlLoop::hasBacklog() const
+{
+    return m_ended.size() >= largestBacklog;
+}
+
+void CurlLoop::runCompletions()
+{
+    // Also inside one that ends the session.
+    const auto* const outer = std::exchange(currentLoop, this);
+    while (auto ended = nextEnded())
+        complete(*ended->task, std::move(ended->outcome));
+    currentLoop = outer;
+}
+
+std::optional<CurlLoop::Ended> CurlLoop::nextEnded()
+{
+    std::optional<Ended> ended;
+    {
+        std::unique_lock lock {m_mutex};
+        m_endedChanged.wait(lock, [this] { return !m_ended.empty() || m_isClosed; });
+        if (m_ended.empty())
+            return ended;
+        const bool hadBacklog = hasBacklog();
+        ended = std::move(m_ended.front());
+        m_ended.pop_front();
+        if (!hadBacklog || hasBacklog() || !std::exchange(m_asleep, false))
+            return ended;
+    }
+    wake();
+    return ended;
 }
 
 void CurlLoop::complete(CurlTask& task, CurlExchange::Outcome outcome)
@@ -358,12 +431,16 @@ void CurlLoop::runCompletion(CurlTask& task, CurlExchange::Outcome outcome)
 
 void CurlLoop::close()
 {
-    // A completion may come back here by ending the session; it then finds what is left and finishes it.
     m_hosts.clear();
-    while (const auto task = takeUnfinished())
-        complete(*task, std::unexpected {URLError::cancelled});
-    const std::lock_guard lock {m_wakeMutex};
-    m_multi.reset();
+    while (auto task = takeUnfinished())
+        end(std::move(task), std::unexpected {URLError::cancelled});
+    {
+        const std::lock_guard lock {m_wakeMutex};
+        m_multi.reset();
+    }
+    const std::lock_guard lock {m_mutex};
+    m_isClosed = true;
+    m_endedChanged.notify_one();
 }
 
 std::shared_ptr<CurlTask> CurlLoop::takeUnfinished()

@@ -22,7 +22,7 @@ constexpr int attempts = 4;
 // nothing can be written and nothing is stored.
 template <typename Operation> auto ReplayingStore::perform(Operation operation)
 {
-    // What can only be read is closed at once, or it would stand in the way of whoever can write again.
+    // A store that can only be read is closed at once, or it would stand in the way of a writer.
     struct AtTheEnd {
         ReplayingStore& self;
         ~AtTheEnd()
@@ -154,6 +154,8 @@ void ReplayingStore::recover(StoreFile::Change change)
     case Change::LogLost:
         m_file.say("lost the files beside it while it was in use; they are made anew");
         if (m_tables && m_file.rescueLog(*m_tables)) {
+            // The file has everything now that this process wrote.
+            m_unsynced.clear();
             dropTables();
             m_file.discardLog();
         }
@@ -162,7 +164,8 @@ void ReplayingStore::recover(StoreFile::Change change)
     case Change::LogCut:
         m_file.say("lost a part of the log beside it while it was in use");
         dropTables();
-        m_file.discardIndex();
+        // The rest is older than the file where a checkpoint has moved more than that already.
+        m_file.discardLog();
         return;
     case Change::IndexCut:
         m_file.say("lost a part of the index beside it while it was in use; it is made anew");
@@ -213,10 +216,16 @@ std::optional<Value> ReplayingStore::viewed(std::string_view key, const std::opt
         const auto& update = m_pending[view.applied];
         if (update.key != key)
             continue;
+        const bool isLast = view.applied + 1 == m_pending.size();
         try {
             view.value = run(update, view.value);
-        } catch (...) { // NOLINT(bugprone-empty-catch)
-            // An update that fails on this value changes nothing.
+            if (isLast)
+                m_thrown = nullptr;
+        } catch (...) {
+            if (isLast)
+                m_thrown = std::current_exception();
+            else
+                m_file.say("drops a change whose function has failed (key \"" + update.key + "\")");
         }
     }
     return view.value;
@@ -263,120 +272,107 @@ ReplayingStore::Flush ReplayingStore::add(Update update)
         return Flush::IsDue;
     const bool isFirst = m_unsynced.empty() && m_pending.empty();
     m_pending.push_back(std::move(update));
-    std::exception_ptr thrown;
+    m_thrown = nullptr;
     try {
-        thrown = applyPending();
+        applyPending();
     } catch (const std::exception& failure) {
         failed(Writing, failure);
-        thrown = keepLast();
+        keepLast();
     }
     m_pendingCount = m_pending.size();
-    if (thrown)
-        std::rethrow_exception(thrown);
+    if (m_thrown)
+        std::rethrow_exception(std::exchange(m_thrown, nullptr));
     return isFirst || m_troubles != 0 || !m_pending.empty() ? Flush::Needed : Flush::IsDue;
 }
 
-// Whether the latest update can be kept shows when it runs on the value that is known. Returns what it throws then.
-std::exception_ptr ReplayingStore::keepLast()
+// Keeps the latest update if it runs on the value that is known.
+void ReplayingStore::keepLast()
 {
-    auto update = std::move(m_pending.back());
-    m_pending.pop_back();
-    const auto known = m_lastKnown.find(update.key);
-    const auto base = known == m_lastKnown.end() ? std::nullopt : known->second;
-    std::optional<Value> next;
-    try {
-        next = run(update, viewed(update.key, base));
-    } catch (...) {
-        return std::current_exception();
-    }
-    if (next && !PropertyListEncoder::encode(*next)) {
-        sayRefused(update.key);
-        return nullptr;
-    }
-    if (update.isConstant) {
-        std::erase_if(m_pending, [&](const Update& earlier) { return earlier.key == update.key; });
+    const auto key = m_pending.back().key;
+    const auto known = m_lastKnown.find(key);
+    const auto value = viewed(key, known == m_lastKnown.end() ? std::nullopt : known->second);
+    const bool isTaken = !m_thrown && (!value || PropertyListEncoder::encode(*value));
+    if (!isTaken) {
+        if (!m_thrown)
+            sayRefused(key);
+        m_pending.pop_back();
         m_views.clear();
-    } else {
-        auto& view = m_views.find(update.key)->second;
-        view.value = std::move(next);
-        view.applied = m_pending.size() + 1;
+        return;
     }
-    m_pending.push_back(std::move(update));
+    if (m_pending.back().isConstant) {
+        std::erase_if(
+            m_pending, [&](const Update& update) { return update.key == key && &update != &m_pending.back(); });
+        m_views.clear();
+    }
     m_hasKept = true;
-    return nullptr;
 }
 
-// Runs every kept update in one transaction. One that throws, or whose result is no property list, changes nothing and
-// is dropped. Returns what the latest one has thrown.
-std::exception_ptr ReplayingStore::applyPending()
+// Stores what the kept updates make of the values of their keys, in one transaction.
+void ReplayingStore::applyPending()
 {
     if (m_pending.empty())
-        return nullptr;
-    struct Result {
-        std::optional<ValueFingerprint> fingerprint {};
-        bool isDropped = false;
-        std::exception_ptr thrown {};
-    };
-    std::vector<Result> results;
-    std::map<std::string_view, std::pair<std::size_t, std::optional<Value>>> values;
+        return;
+    std::map<std::string, std::optional<Value>, std::less<>> values;
+    std::vector<std::size_t> refused;
     perform([&](StoreTables* tables) {
         if (!m_whyReadOnly.empty())
             throw std::runtime_error {m_whyReadOnly};
-        results.assign(m_pending.size(), {});
         values.clear();
+        refused.clear();
         throwIfChanged();
         StoreTables::Transaction transaction {*tables};
         // Another process of the SDK may have exchanged the log while this one waited for the lock.
         if (transaction.hasWaited() && m_file.isLogExchanged())
             throw FileChanged {StoreFile::Change::LogLost};
-        for (std::size_t index = 0; index < m_pending.size(); ++index) {
-            const auto& update = m_pending[index];
-            auto found = values.find(update.key);
-            if (found == values.end()) {
-                auto present = transaction.value(update.key);
-                const auto first = firstMissing(update.key, present);
-                found = values.emplace(update.key, std::pair {first, std::move(present)}).first;
-            }
-            auto& [first, value] = found->second;
-            auto& result = results[index];
-            if (index < first) {
-                result.fingerprint = update.result;
-                continue;
-            }
-            std::optional<Value> next;
-            try {
-                next = run(update, value);
-            } catch (...) {
-                result.thrown = std::current_exception();
-            }
-            result.isDropped = result.thrown || !transaction.set(update.key, next);
-            if (!result.isDropped)
-                value = std::move(next);
-            result.fingerprint.emplace(value);
+        for (const auto& update : m_pending) {
+            if (!values.contains(update.key))
+                values.emplace(update.key, apply(transaction, update.key, refused));
         }
         transaction.commit();
     });
-    const auto thrown = results.back().thrown;
-    for (const auto& [key, value] : values)
-        m_lastKnown.insert_or_assign(std::string {key}, value.second);
-    values.clear();
-    for (std::size_t index = 0; index < results.size(); ++index) {
-        auto& update = m_pending[index];
-        if (results[index].isDropped) {
-            if (!thrown || index + 1 < results.size())
-                sayRefused(update.key);
+    if (m_thrown)
+        refused.push_back(m_pending.size() - 1);
+    for (std::size_t index = m_pending.size(); index-- > 0;) {
+        if (std::ranges::find(refused, index) == refused.end())
             continue;
-        }
-        update.result = results[index].fingerprint;
-        noteWritten(std::move(update));
+        if (!m_thrown || index + 1 < m_pending.size())
+            sayRefused(m_pending[index].key);
+        m_pending.erase(m_pending.begin() + static_cast<std::ptrdiff_t>(index));
     }
-    m_pending.clear();
+    for (auto& [key, value] : values) {
+        // The values between were never stored, so only the last update of a key can be recognised by its result.
+        const auto last = std::ranges::find(m_pending.rbegin(), m_pending.rend(), key, &Update::key);
+        if (last != m_pending.rend())
+            last->result.emplace(value);
+        m_lastKnown.insert_or_assign(key, std::move(value));
+    }
+    for (auto& update : std::exchange(m_pending, {}))
+        noteWritten(std::move(update));
     m_pendingCount = 0;
     m_views.clear();
+    succeeded(Reading);
     succeeded(Writing);
     if (m_tables)
         m_file.shortenLog(*m_tables);
-    return thrown;
+}
+
+// Sets a key to what its kept updates make of its present value. A result that is no property list changes nothing.
+std::optional<Value> ReplayingStore::apply(
+    StoreTables::Transaction& transaction, const std::string& key, std::vector<std::size_t>& refused)
+{
+    auto value = transaction.value(key);
+    if (auto next = viewed(key, value); transaction.set(key, next))
+        return next;
+    for (auto index = firstMissing(key, value); index < m_pending.size(); ++index) {
+        if (m_pending[index].key != key)
+            continue;
+        auto next = run(m_pending[index], value);
+        if (transaction.set(key, next))
+            value = std::move(next);
+        else
+            refused.push_back(index);
+    }
+    return value;
 }
 
 void ReplayingStore::noteWritten(Update update)
@@ -400,11 +396,15 @@ ReplayingStore::Progress ReplayingStore::flush()
                 if (const auto change = m_file.change(); change != StoreFile::Change::None)
                     recover(change);
             }
-            static_cast<void>(applyPending());
+            applyPending();
+            m_thrown = nullptr;
         } catch (const std::exception& failure) {
             failed(Writing, failure);
             isWritten = false;
         }
+        // Without a log a write goes to the disk at once.
+        if (m_tables && !m_tables->hasLog())
+            m_unsynced.clear();
         if (m_unsynced.empty())
             return isWritten ? Progress::Done : Progress::Failed;
         number = m_updates;
@@ -471,6 +471,7 @@ void ReplayingStore::sayRefused(const std::string& key)
 void ReplayingStore::failed(Trouble trouble, const std::exception& failure)
 {
     m_timeout->setShort(true);
+    m_flushTimeout->setShort(true);
     if ((std::exchange(m_troubles, m_troubles | trouble) & trouble) != 0)
         return;
     const std::string why = failure.what();
@@ -487,8 +488,10 @@ void ReplayingStore::succeeded(Trouble trouble)
     if ((m_troubles & trouble) == 0)
         return;
     m_troubles &= ~trouble;
-    if (m_troubles == 0)
+    if (m_troubles == 0) {
         m_timeout->setShort(false);
+        m_flushTimeout->setShort(false);
+    }
     if (trouble == Reading)
         m_file.say("can be read again");
     else if (trouble == Writing)

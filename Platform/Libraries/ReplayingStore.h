@@ -25,6 +25,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 namespace kova {
 
@@ -66,7 +67,7 @@ private:
         UserDefaults::Change change;
         /// Set when the result does not depend on what is stored.
         bool isConstant = false;
-        /// Of the value that the update left when it was written.
+        /// Recognises the value that this update left when it was stored.
         std::optional<ValueFingerprint> result {};
         std::uint64_t number = 0;
     };
@@ -90,8 +91,10 @@ private:
     void recover(StoreFile::Change change);
     template <typename Operation> auto perform(Operation operation);
     Flush add(Update update);
-    std::exception_ptr keepLast();
-    std::exception_ptr applyPending();
+    void keepLast();
+    void applyPending();
+    [[nodiscard]] std::optional<Value> apply(
+        StoreTables::Transaction& transaction, const std::string& key, std::vector<std::size_t>& refused);
     void noteWritten(Update update);
     [[nodiscard]] std::optional<Value> run(const Update& update, std::optional<Value> present);
     [[nodiscard]] std::size_t firstMissing(std::string_view key, const std::optional<Value>& present) const;
@@ -121,6 +124,8 @@ private:
     std::map<std::string, View, std::less<>> m_views;
     /// The latest value of each key that was read or written.
     std::map<std::string, std::optional<Value>, std::less<>> m_lastKnown;
+    /// The exception that the latest kept update has thrown.
+    std::exception_ptr m_thrown;
     unsigned m_troubles = 0;
     /// Set when an update was kept since the last trouble with writing began.
     bool m_hasKept = false;

@@ -286,7 +286,7 @@ void SQLiteDatabase::keepLogOnClose(bool keeps)
     sqlite3_db_config(m_database.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, flag, nullptr);
 }
 
-void SQLiteDatabase::checkpoint()
+bool SQLiteDatabase::checkpoint()
 {
     // As a statement, because the function of the same name does nothing on a connection that has not read yet.
     auto statement = prepare("PRAGMA wal_checkpoint(PASSIVE)");
@@ -295,15 +295,16 @@ void SQLiteDatabase::checkpoint()
     if (!isBusy && frames < 0)
         throw SQLiteFailure {SQLITE_IOERR, "there is no write-ahead log"};
     // A reader in another process that still needs what the log would replace, or another checkpoint under way.
-    if (isBusy || statement.integer(2) < frames)
+    const bool isWhole = !isBusy && statement.integer(2) >= frames;
+    if (!isWhole)
         syncLog();
+    return isWhole;
 }
 
 // The beginning of the index tells SQLite that it is valid, so an index that was cut is emptied whole before it is made
 // long enough again; SQLite then makes it anew from the log. All its locks keep other processes from writing into it.
-bool SQLiteDatabase::remakeIndex(const std::filesystem::path& index)
+bool SQLiteDatabase::remakeIndex(const std::filesystem::path& index, std::uintmax_t size)
 {
-    constexpr std::uintmax_t regionSize = 32'768;
     sqlite3_file* file = nullptr;
     sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void*>(&file));
     if (!file || !file->pMethods || file->pMethods->iVersion < 2)
@@ -316,7 +317,7 @@ bool SQLiteDatabase::remakeIndex(const std::filesystem::path& index)
     std::error_code failure;
     std::filesystem::resize_file(index, 0, failure);
     if (!failure)
-        std::filesystem::resize_file(index, regionSize, failure);
+        std::filesystem::resize_file(index, size, failure);
     file->pMethods->xShmLock(file, 0, SQLITE_SHM_NLOCK, SQLITE_SHM_UNLOCK | SQLITE_SHM_EXCLUSIVE);
     return !failure;
 }

@@ -140,11 +140,12 @@ public:
     void keepLogOnClose(bool keeps);
 
     /// Brings the write-ahead log to the disk and moves it into the file as far as readers allow. Writers are not held
-    /// up. A log that was moved whole is written from its beginning again.
-    void checkpoint();
+    /// up. Returns true if it was moved whole; then it is written from its beginning again.
+    bool checkpoint();
 
-    /// Has the index of the log, which somebody has cut, made anew. False when other processes use it for too long.
-    [[nodiscard]] bool remakeIndex(const std::filesystem::path& index);
+    /// Has the index of the log, which somebody has cut, made anew in its former size. False when other processes use
+    /// it for too long.
+    [[nodiscard]] bool remakeIndex(const std::filesystem::path& index, std::uintmax_t size);
 
 private:
     struct Closer {

@@ -90,12 +90,13 @@ void requireOwnFile(const fs::path& file)
         throw fs::filesystem_error {"cannot look at", file, std::error_code {errno, std::generic_category()}};
     }
     if (!S_ISREG(status.st_mode))
-        throw std::runtime_error {S_ISLNK(status.st_mode) ? "a link stands in its place"
-                : S_ISDIR(status.st_mode)                 ? "a folder stands in its place"
-                                                          : "something else than a file stands in its place"};
+        throw std::runtime_error {file.filename().string()
+            + (S_ISLNK(status.st_mode)        ? " is a link"
+                    : S_ISDIR(status.st_mode) ? " is a folder"
+                                              : " is no file")};
     if (status.st_uid != geteuid())
-        throw std::runtime_error {"it belongs to the user " + std::to_string(status.st_uid) + ", not to this one ("
-            + std::to_string(geteuid()) + ")"};
+        throw std::runtime_error {file.filename().string() + " belongs to the user " + std::to_string(status.st_uid)
+            + ", not to this one (" + std::to_string(geteuid()) + ")"};
 }
 
 // SQLite gives the log and the index beside a database the permissions of the database itself.
@@ -178,7 +179,7 @@ std::unique_ptr<StoreTables> StoreFile::beginAfresh()
 
 std::unique_ptr<StoreTables> StoreFile::openHere(const FolderLock& lock)
 {
-    requireOwnFile(m_path);
+    requireOwnFiles();
     makePrivateFile(m_path);
     auto tables = std::make_unique<StoreTables>(m_path, m_timeout);
     for (std::size_t index = 0; index < suffixes.size(); ++index)
@@ -188,11 +189,31 @@ std::unique_ptr<StoreTables> StoreFile::openHere(const FolderLock& lock)
     return tables;
 }
 
+// SQLite trusts what stands beside the file, a journal of other times included.
+void StoreFile::requireOwnFiles() const
+{
+    for (const auto* suffix : {"", "-wal", "-shm", "-journal"})
+        requireOwnFile(m_path.string() + suffix);
+}
+
 std::unique_ptr<StoreTables> StoreFile::replaceDamaged(const FolderLock& lock)
 {
     const auto aside = setAside();
-    auto tables = openHere(lock);
-    const auto saved = salvage(aside, *tables, m_timeout);
+    std::unique_ptr<StoreTables> tables;
+    std::string saved;
+    try {
+        tables = openHere(lock);
+        saved = salvage(aside, *tables, m_timeout);
+    } catch (...) {
+        // A full or failing disk. The damaged file stands in its place again, for another attempt.
+        tables.reset();
+        for (const auto* suffix : suffixes) {
+            std::error_code missing;
+            fs::remove(m_path.string() + suffix, missing);
+            fs::rename(aside.string() + suffix, m_path.string() + suffix, missing);
+        }
+        throw;
+    }
     if (saved.empty())
         say("is damaged; it was set aside as " + aside.string()
             + " and an empty one begun: nothing could be read of it");
@@ -207,7 +228,7 @@ void StoreFile::requireReadableDisk() const
 {
     constexpr std::chrono::milliseconds pause {100};
     std::this_thread::sleep_for(pause);
-    requireOwnFile(m_path);
+    requireOwnFiles();
     SQLiteDatabase database {m_path, m_timeout, SQLiteDatabase::Mode::Existing};
     database.keepLogOnClose(true);
     database.readEveryByte();
@@ -216,7 +237,7 @@ void StoreFile::requireReadableDisk() const
 std::unique_ptr<StoreTables> StoreFile::openReadOnly() const
 {
     requireOwnFolder(m_folder);
-    requireOwnFile(m_path);
+    requireOwnFiles();
     std::error_code failure;
     const auto size = fs::file_size(m_path, failure);
     if (failure == std::errc::no_such_file_or_directory || (!failure && size == 0))
@@ -292,7 +313,7 @@ StoreFile::Change StoreFile::change()
 
 bool StoreFile::isChangedByStranger(const State& present)
 {
-    if (m_isCheckpointing || !m_hasLog)
+    if (m_checkpoints > 0 || !m_hasLog)
         return false;
     // Another process may be in the middle of a checkpoint. That is not waited for each time.
     constexpr std::chrono::milliseconds longestWait {20};
@@ -328,17 +349,16 @@ bool StoreFile::rescueLog(StoreTables& tables) const
             return false;
     }
     try {
-        checkpoint(tables, lock);
+        return checkpoint(tables, lock);
     } catch (const SQLiteFailure&) {
         return false;
     }
-    return true;
 }
 
 bool StoreFile::remakeIndex(StoreTables& tables)
 {
     const auto index = m_path.string() + suffixes[shmIndex];
-    if (!tables.remakeIndex(index))
+    if (!tables.remakeIndex(index, m_seen[shmIndex]->stamp.size))
         return false;
     m_seen[shmIndex] = stateOf(index);
     return true;
@@ -381,19 +401,19 @@ bool StoreFile::waitUntilWritten() const
     return last && first && last->stamp != first->stamp;
 }
 
-template <typename Database> void StoreFile::checkpoint(Database& database, const FolderLock& lock) const
+template <typename Database> bool StoreFile::checkpoint(Database& database, const FolderLock& lock) const
 {
     lock.setStamp(std::nullopt);
-    database.checkpoint();
+    const bool isWhole = database.checkpoint();
     const auto file = stateOf(m_path);
     lock.setStamp(file ? std::optional {file->stamp} : std::nullopt);
+    return isWhole;
 }
 
 void StoreFile::checkpoint(const std::shared_ptr<BusyTimeout>& timeout) const
 {
     timeout->begin();
     const auto lock = lockFolder(*timeout);
-    timeout->begin();
     SQLiteDatabase database {m_path, timeout, SQLiteDatabase::Mode::Existing};
     checkpoint(database, lock);
 }
@@ -403,11 +423,14 @@ void StoreFile::shortenLog(StoreTables& tables)
     const int pages = tables.logPages();
     if (pages < longLogPages)
         m_nextShortening = longLogPages;
-    if (m_isCheckpointing || pages < m_nextShortening)
+    if (m_checkpoints > 0 || pages < m_nextShortening)
         return;
     // A reader may keep the log from being moved whole; then it is tried again after as many pages.
     m_nextShortening = pages + longLogPages;
     const auto lock = lockFolder(BusyTimeout {std::chrono::milliseconds {0}});
+    // A checkpoint that leaves no stamp looks like a stranger's change to other processes.
+    if (!lock.isHeld())
+        return;
     try {
         checkpoint(tables, lock);
     } catch (const SQLiteFailure&) {
@@ -419,7 +442,7 @@ void StoreFile::shortenLog(StoreTables& tables)
 
 void StoreFile::endCheckpoint()
 {
-    m_isCheckpointing = false;
+    --m_checkpoints;
     if (isOpened(0))
         m_seen[0] = stateOf(m_path);
 }

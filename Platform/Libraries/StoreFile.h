@@ -81,8 +81,8 @@ public:
     /// Waits until a file that is being overwritten is whole; false when it was cut and nothing else.
     [[nodiscard]] bool waitUntilWritten() const;
 
-    /// To be called before checkpoint(), which other threads' operations may run beside.
-    void beginCheckpoint() { m_isCheckpointing = true; }
+    /// Call before checkpoint(): operations of other threads may run beside that.
+    void beginCheckpoint() { ++m_checkpoints; }
     /// Moves the log into the file, over a connection of its own. Threads: any, one at a time.
     void checkpoint(const std::shared_ptr<BusyTimeout>& timeout) const;
     void endCheckpoint();
@@ -110,9 +110,10 @@ private:
     [[nodiscard]] static std::optional<State> stateOf(const std::filesystem::path& file);
 
     [[nodiscard]] FolderLock lockFolder(const BusyTimeout& timeout) const;
-    template <typename Database> void checkpoint(Database& database, const FolderLock& lock) const;
+    template <typename Database> bool checkpoint(Database& database, const FolderLock& lock) const;
     [[nodiscard]] std::unique_ptr<StoreTables> openHere(const FolderLock& lock);
     [[nodiscard]] std::unique_ptr<StoreTables> replaceDamaged(const FolderLock& lock);
+    void requireOwnFiles() const;
     void requireReadableDisk() const;
     [[nodiscard]] std::filesystem::path setAside() const;
     [[nodiscard]] bool isChangedByStranger(const State& present);
@@ -129,7 +130,7 @@ private:
     std::array<std::optional<State>, 3> m_seen;
     /// False where a write changes the file itself, so that its time tells nothing.
     bool m_hasLog = false;
-    bool m_isCheckpointing = false;
+    int m_checkpoints = 0;
     int m_nextShortening = longLogPages;
     BusyTimeout::Clock::time_point m_nextStampCheck {};
     std::string m_lastSaid;

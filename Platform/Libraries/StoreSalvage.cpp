@@ -117,23 +117,27 @@ std::string salvage(
     const std::filesystem::path& aside, StoreTables& fresh, const std::shared_ptr<const BusyTimeout>& timeout)
 {
     constexpr std::int64_t arrayKind = 2;
-    std::string saved;
+    std::map<std::string, Row> rows;
     try {
         SQLiteDatabase database {aside, timeout, SQLiteDatabase::Mode::Unchanged};
-        StoreTables::Transaction transaction {fresh};
-        for (auto& [key, row] : readEntries(database)) {
+        rows = readEntries(database);
+        for (auto& [key, row] : rows) {
             if (row.kind == arrayKind)
                 row.value = Value {Elements {database, row.id}.read()};
-            if (!row.value || !transaction.set(key, row.value))
-                continue;
-            saved.append(saved.empty() ? "" : ", ").append(debugDescription(key));
-            if (const auto* array = row.value->as<Value::Array>())
-                saved.append(" (" + std::to_string(array->size()) + " elements)");
         }
-        transaction.commit();
-    } catch (const SQLiteFailure&) {
-        return {};
+    } catch (const SQLiteFailure&) { // NOLINT(bugprone-empty-catch)
+        // What was read before is saved.
     }
+    std::string saved;
+    StoreTables::Transaction transaction {fresh};
+    for (const auto& [key, row] : rows) {
+        if (!row.value || !transaction.set(key, row.value))
+            continue;
+        saved.append(saved.empty() ? "" : ", ").append(debugDescription(key));
+        if (const auto* array = row.value->as<Value::Array>())
+            saved.append(" (" + std::to_string(array->size()) + " elements)");
+    }
+    transaction.commit();
     return saved;
 }
 

@@ -12,7 +12,7 @@ namespace kova {
 
 /// Copies what can be read of a file that was set aside into fresh tables, and says what that was, for the log:
 /// `"kova_buffer" (1980 elements), "kova_notification"`; empty when nothing was. The file stays as it is. An array
-/// keeps the elements that can be read, in their order.
+/// keeps the elements that can be read, in their order. Throws SQLiteFailure when the fresh tables cannot be written.
 [[nodiscard]] std::string salvage(
     const std::filesystem::path& aside, StoreTables& fresh, const std::shared_ptr<const BusyTimeout>& timeout);
 

@@ -39,7 +39,8 @@ StoreTables::StoreTables(
         auto journal = m_database.prepare("PRAGMA journal_mode = WAL");
         m_hasLog = journal.step() && journal.bytes(0) == "wal";
         journal.run();
-        m_database.execute("PRAGMA synchronous = NORMAL");
+        // Without a log a write is on the disk at its end, or a power cut could damage the file.
+        m_database.execute(m_hasLog ? "PRAGMA synchronous = NORMAL" : "PRAGMA synchronous = FULL");
     }
     if (version != ourVersion) {
         if (mode != SQLiteDatabase::Mode::Create)

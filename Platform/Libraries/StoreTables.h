@@ -35,12 +35,15 @@ public:
     /// Returns true if writes go to a write-ahead log, so that only a checkpoint changes the file itself.
     [[nodiscard]] bool hasLog() const { return m_hasLog; }
 
-    /// Moves the log into the file over this connection.
-    void checkpoint() { m_database.checkpoint(); }
+    /// Moves the log into the file over this connection. Returns true if it was moved whole.
+    bool checkpoint() { return m_database.checkpoint(); }
     [[nodiscard]] int logPages() const { return m_database.logPages(); }
 
     /// Has the index of the log, which somebody has cut, made anew; false when that fails.
-    [[nodiscard]] bool remakeIndex(const std::filesystem::path& index) { return m_database.remakeIndex(index); }
+    [[nodiscard]] bool remakeIndex(const std::filesystem::path& index, std::uintmax_t size)
+    {
+        return m_database.remakeIndex(index, size);
+    }
 
     /// Leaves the log as it is when the connection is closed: the file is damaged or no longer ours.
     void leaveLogBehind() { m_database.keepLogOnClose(true); }

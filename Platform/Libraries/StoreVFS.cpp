@@ -27,7 +27,7 @@ struct alignas(alignof(sqlite3_int64)) File : sqlite3_file {
     [[nodiscard]] bool reserveIndex() const
     {
         return !indexMayLackRoom.value_or(false) || std::ranges::all_of(regions, [](const Region& region) {
-            return reserveRoom(region.memory, region.size);
+            return !region.memory || reserveRoom(region.memory, region.size);
         });
     }
 
@@ -82,8 +82,10 @@ int mapIndex(sqlite3_file* file, int number, int size, int extends, void volatil
     }
     const int code = forward<&Methods::xShmMap>(file, number, size, extends, memory);
     const auto index = static_cast<std::size_t>(number);
-    if (code == SQLITE_OK && *memory && index >= self.regions.size())
-        self.regions.push_back({.memory = const_cast<void*>(*memory), .size = static_cast<std::size_t>(size)});
+    if (code == SQLITE_OK && *memory) {
+        self.regions.resize(std::max(self.regions.size(), index + 1));
+        self.regions[index] = {.memory = const_cast<void*>(*memory), .size = static_cast<std::size_t>(size)};
+    }
     return code;
 }
 

@@ -35,7 +35,7 @@ void URLSessionCurl::invalidateAndCancel()
 
 bool URLSessionCurl::isOnCompletionThread() const
 {
-    return m_loop->isCurrentThread();
+    return m_loop->isOnCompletionThread();
 }
 
 } // namespace kova

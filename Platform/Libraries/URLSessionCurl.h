@@ -1,14 +1,16 @@
-// The HTTP session over curl: one thread, one multi handle, connections kept alive and shared by all tasks.
+// The HTTP session over curl: one multi handle on a thread, connections kept alive and shared by all tasks, and a
+// second thread for the completions.
 //
 // What the session adds to the library, because the contract of URLSession wants it: nothing is ever sent twice, a
 // time-out counts from resume() and also while a task waits for a connection, sizes are bounded, and every failure is
-// one of URLError. Of the environment it takes no proxy and no password file; SSLKEYLOGFILE, which has curl write the
+// one of URLError. A server gets at most six connections for downloads and six for the rest; what finds none free waits
+// in order. Of the environment it takes no proxy and no password file; SSLKEYLOGFILE, which has curl write the
 // keys of TLS sessions to a file, cannot be kept from curl.
 // A reply takes a bounded amount of memory: at most 1 MiB of header fields, interim replies and trailers (of which this
-// curl by itself takes 300 KiB, and 100 KiB for one line), and 32 MiB of body. A look-up that the system's resolver is
-// still at when its task ends cannot be called off: it stays on a thread of curl's, which touches nothing of the
-// session and ends with the resolver's own patience. Threads: any. The object may be destroyed on any thread, its own
-// included.
+// curl by itself takes 300 KiB, and 100 KiB for one line), and the body that URLSession::dataTask() tells. A look-up
+// that the system's resolver is still at when its task ends cannot be called off: it stays on a thread of curl's, which
+// touches nothing of the session and ends with the resolver's own patience. Threads: any. The object may be destroyed
+// on any thread, its own included.
 
 #pragma once
 

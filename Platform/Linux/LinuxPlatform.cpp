@@ -2,6 +2,7 @@
 
 #include "Platform/Foundation/Activity.h"
 #include "Platform/Foundation/DispatchQueue.h"
+#include "Platform/Foundation/FreedMemory.h"
 #include "Platform/Foundation/NotificationCenter.h"
 #include "Platform/Foundation/Print.h"
 #include "Platform/Libraries/URLSessionCurl.h"
@@ -11,6 +12,7 @@
 #include "Platform/Linux/StandardStreams.h"
 #include "Platform/Linux/ThreadLinux.h"
 
+#include <malloc.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -35,6 +37,14 @@ fs::path userDataFolder()
     return fs::path {user ? user->pw_dir : "/"} / ".local" / "share";
 }
 
+// After one large block has been freed, glibc's allocator keeps as much as that for each of its heaps.
+void trimHeaps()
+{
+#ifdef __GLIBC__
+    malloc_trim(0);
+#endif
+}
+
 } // namespace
 
 bool LinuxPlatform::isBundleIdentifier(std::string_view text)
@@ -57,6 +67,7 @@ LinuxPlatform::LinuxPlatform(LinuxPlatformOptions options)
     holdStandardStreams();
     unlimitWaitingForStreams();
     setThreadHook(&prepareThreadOnLinux);
+    setFreedMemoryHook(&trimHeaps);
     // A sink that is there already is somebody who reads along, a test for example.
     if (const auto sink = setPrintSink(&writeToStandardOutput))
         setPrintSink(sink);
@@ -111,6 +122,7 @@ std::size_t LinuxPlatform::end()
     const auto lost = m_defaults->close();
     ServiceAddresses::setCurrent(ServiceAddresses::builtIn());
     setThreadHook(nullptr);
+    setFreedMemoryHook(nullptr);
     return lost;
 }
 

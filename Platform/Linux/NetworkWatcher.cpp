@@ -1,5 +1,6 @@
 #include "Platform/Linux/NetworkWatcher.h"
 
+#include "Platform/Foundation/Print.h"
 #include "Platform/Foundation/ThreadHook.h"
 
 #include <linux/rtnetlink.h>
@@ -8,6 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <span>
+#include <string>
+#include <system_error>
 #include <utility>
 
 namespace kova {
@@ -32,8 +35,15 @@ NetworkWatcher::NetworkWatcher(std::string nameServers)
 {
     // The routes of a next-hop object go with it, and not a word of them is said. Old kernels have none.
     m_changes.join(RTNLGRP_NEXTHOP);
-    if (isWatching())
+    if (!m_changes.isOpen() || !m_wake.isOpen())
+        return;
+    try {
         m_thread = std::thread {[this] { run(); }};
+        m_isWatching = true;
+    } catch (const std::system_error& failure) {
+        complain(std::string {"KovaSDK: no thread can be started for the network's changes, which go unnoticed: "}
+            + failure.what());
+    }
 }
 
 NetworkWatcher::~NetworkWatcher()

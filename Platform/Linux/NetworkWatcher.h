@@ -31,8 +31,8 @@ public:
     NetworkWatcher(const NetworkWatcher&) = delete;
     NetworkWatcher& operator=(const NetworkWatcher&) = delete;
 
-    /// False when the process may not listen to the kernel: then there is no thread, and add() does nothing.
-    [[nodiscard]] bool isWatching() const { return m_changes.isOpen() && m_wake.isOpen(); }
+    /// False when the process may not listen to the kernel, or start a thread: then add() does nothing.
+    [[nodiscard]] bool isWatching() const { return m_isWatching; }
 
     /// Resolves the target's name where needed and watches it while it lives.
     void add(const std::shared_ptr<ReachabilityTarget>& target);
@@ -62,6 +62,8 @@ private:
 
     NetlinkSocket m_changes;
     WakeEvent m_wake;
+    /// Set by the constructor alone.
+    bool m_isWatching = false;
 
     std::mutex m_mutex;
     /// Guarded by m_mutex.

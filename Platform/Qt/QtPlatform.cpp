@@ -8,6 +8,7 @@
 
 #include <QGuiApplication>
 #include <QMetaObject>
+#include <QScreen>
 #ifdef KOVA_HAS_WEBENGINE
 #include <QtWebEngineQuick>
 #endif
@@ -47,6 +48,8 @@ QtPlatform::QtPlatform()
     m_state = std::make_shared<State>();
     UIScreen::main().scale = qGuiApp->devicePixelRatio();
     m_state->measurerBefore = TextMeasurer::setShared(std::make_shared<QtTextMeasurer>());
+    for (const auto* screen : QGuiApplication::screens())
+        decodeForArea(screen->size().toSizeF() * screen->devicePixelRatio());
     m_state->decoderBefore = UIImage::setDecoder(decodeImage);
     DispatchQueue::setMainLoopWaker([state = m_state] {
         if (state->isAsked.exchange(true))

@@ -1,3 +1,4 @@
+#include "Platform/Qt/QtImageDecoder_p.h"
 #include "Platform/Qt/ScreenItem_p.h"
 #include "Platform/UIKit/UILabel.h"
 #include "Platform/UIKit/UIScreen.h"
@@ -103,17 +104,24 @@ void ScreenItem::enableHost()
 void ScreenItem::geometryChange(const QRectF& geometry, const QRectF& before)
 {
     m_window.setFrame({0, 0, geometry.width(), geometry.height()});
+    decodeForArea(geometry.size() * UIScreen::main().scale);
     if (geometry.width() > before.width() || geometry.height() > before.height())
         measureTexts(m_window);
     QQuickItem::geometryChange(geometry, before);
 }
 
+void ScreenItem::setPixelRatio(double ratio)
+{
+    UIScreen::main().scale = ratio;
+    decodeForArea(size() * ratio);
+}
+
 void ScreenItem::itemChange(ItemChange change, const ItemChangeData& data)
 {
     if (change == ItemDevicePixelRatioHasChanged)
-        UIScreen::main().scale = data.realValue;
+        setPixelRatio(data.realValue);
     else if (change == ItemSceneChange && data.window)
-        UIScreen::main().scale = data.window->effectiveDevicePixelRatio();
+        setPixelRatio(data.window->effectiveDevicePixelRatio());
     QQuickItem::itemChange(change, data);
 }
 

@@ -39,6 +39,7 @@ private:
     void wake();
     void setCovering(bool covers);
     void takeFocus();
+    void setPixelRatio(double ratio);
     void enableHost();
 
     UIWindow m_window {{}};

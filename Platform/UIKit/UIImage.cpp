@@ -21,7 +21,7 @@ struct Installed {
 
 } // namespace
 
-std::shared_ptr<const UIImage> UIImage::create(const Data& data)
+UIImage::Decoded UIImage::decode(const Data& data)
 {
     Decoder decoder;
     {
@@ -29,6 +29,11 @@ std::shared_ptr<const UIImage> UIImage::create(const Data& data)
         decoder = Installed::instance().decoder;
     }
     return decoder ? decoder(data) : nullptr;
+}
+
+std::shared_ptr<const UIImage> UIImage::create(const Data& data)
+{
+    return decode(data).value_or(nullptr);
 }
 
 UIImage::Decoder UIImage::setDecoder(Decoder decoder)

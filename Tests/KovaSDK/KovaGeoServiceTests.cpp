@@ -105,6 +105,44 @@ TEST(KovaGeoServiceTest, NoSubscriptionIdLeavesTheServicesPath)
     }
 }
 
+TEST(KovaGeoServiceTest, ShowsTheBeginningOfAReplyThatIsCut)
+{
+    const auto euro = "\u20AC"s;
+    std::string euros;
+    for (int count = 0; count < 1024 * 1024; ++count)
+        euros += euro;
+    const std::string control(1024 * 1024, '\x01');
+    const auto escaped = [](std::size_t count) {
+        std::string text;
+        for (; count > 0; --count)
+            text += "\\u{1}";
+        return text;
+    };
+    struct Row {
+        std::string body;
+        std::string line;
+    };
+    const auto cut = "\"), the beginning of a reply of more than 1 MiB"s;
+    const Row rows[] {
+        {std::string(1024 * 1024, 'a'), "ResultOptional(\"" + std::string(1024 * 1024, 'a') + "\")"},
+        {control, "ResultOptional(\"" + escaped(control.size()) + "\")"},
+        {control + "b", "ResultOptional(\"" + escaped(4096) + cut},
+        {euros, "ResultOptional(\"" + euros.substr(0, 4096 / 3 * 3) + cut},
+        {std::string(2 * 1024 * 1024, '\xFF'), "Resultnil, the beginning of a reply of more than 1 MiB"},
+    };
+    for (const auto& [body, line] : rows) {
+        LoopbackServer server;
+        server.setDefault(Reply::status(200, body));
+        const TestPlatform platform {server.url("/v1/geotriggers/").absoluteString()};
+        const Upload upload {json};
+        const auto lines = platform.settledLines();
+        ASSERT_EQ(lines.size(), 4U);
+        EXPECT_TRUE(lines[2] == line) << lines[2].substr(0, 100) << " of " << lines[2].size() << " bytes";
+        EXPECT_EQ(lines[3], "success");
+        EXPECT_THAT(upload.outcomes, ElementsAre("success(true)"));
+    }
+}
+
 TEST(KovaGeoServiceDeathTest, StopsOnWhatMustNotBeMissing)
 {
     testing::FLAGS_gtest_death_test_style = "threadsafe";

@@ -4,6 +4,7 @@
 #include "Platform/Libraries/URLSessionCurl.h"
 #include "Tests/Support/HTTPCall.h"
 #include "Tests/Support/LoopbackServer.h"
+#include "Tests/Support/Waiting.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -280,6 +281,57 @@ TEST_F(URLSessionLifeTest, TheLastReferenceMayDropOnTheSessionsOwnThread)
             EXPECT_EQ(call.wait().summary(), cancelled);
         EXPECT_TRUE(Activity::waitUntilIdle(Clock::now() + 10s));
     }
+}
+
+// As one does that prints to a log which is read slowly.
+TEST_F(URLSessionLifeTest, ACompletionThatTakesLongHoldsUpNoExchange)
+{
+    Gate gate;
+    std::promise<void> entered;
+    const auto slow = session->dataTask(makeRequest(server.url("/slow")), [&](auto, auto, auto) {
+        entered.set_value();
+        gate.enter({});
+    });
+    slow->resume();
+    ASSERT_TRUE(isReadyInTime(entered.get_future()));
+    LoopbackServer other;
+    std::vector<HTTPCall> calls;
+    constexpr std::size_t count = 300;
+    for (std::size_t index = 0; index < count; ++index)
+        calls.emplace_back(*session, makeRequest(other.url(), "POST", "x")).start();
+    EXPECT_TRUE(other.waitForRequests(64)) << "requests go out";
+    EXPECT_FALSE(comesTrue([&] { return other.requests().size() > 64U + 6U; }, 200ms)) << "replies take memory";
+    gate.open();
+    for (const auto& call : calls)
+        EXPECT_EQ(call.wait().summary(), "200 ");
+    EXPECT_EQ(other.requests().size(), count);
+}
+
+TEST_F(URLSessionLifeTest, AReplyThatWaitsForItsCompletionOutlivesTheEndOfTheSession)
+{
+    Gate gate;
+    std::promise<void> entered;
+    const auto slow = session->dataTask(makeRequest(server.url("/slow")), [&](auto, auto, auto) {
+        entered.set_value();
+        gate.enter({});
+    });
+    slow->resume();
+    ASSERT_TRUE(isReadyInTime(entered.get_future()));
+    LoopbackServer other;
+    other.enqueue(Reply::status(200));
+    other.setDefault(Reply::never());
+    std::vector<HTTPCall> calls;
+    // The seventh is sent when the exchange of one of the others has ended.
+    for (int count = 0; count < 7; ++count)
+        calls.emplace_back(*session, makeRequest(other.url("/" + std::to_string(count)), "POST", "x")).start();
+    EXPECT_TRUE(other.waitForRequests(7));
+    {
+        const std::jthread end {[&] { session->invalidateAndCancel(); }};
+        gate.open();
+    }
+    const auto answered = other.requests().front().target;
+    for (std::size_t index = 0; index < calls.size(); ++index)
+        EXPECT_EQ(calls[index].wait().summary(), answered == "/" + std::to_string(index) ? "200 " : cancelled);
 }
 
 // Many threads make, start, cancel and drop tasks while the session ends: every task that was started or cancelled

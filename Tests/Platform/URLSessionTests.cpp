@@ -307,6 +307,40 @@ TEST_F(URLSessionTest, TakesABodyOf32MebibytesAndNoMore)
     EXPECT_EQ(fetch(session, makeRequest(server.url(), "HEAD")).summary(), "200 ");
 }
 
+TEST_F(URLSessionTest, CutsTheReplyToWhatIsNoDownloadAfterAMebibyte)
+{
+    const std::pair<std::string, std::optional<std::string>> requests[]
+        = {{"POST", "x"}, {"POST", std::nullopt}, {"PUT", "x"}, {"DELETE", std::nullopt}, {"GET", "x"}};
+    for (const auto& [method, sent] : requests) {
+        for (const bool announced : {true, false}) {
+            for (const std::size_t size : {mebibyte, mebibyte + 1, 40 * mebibyte}) {
+                SCOPED_TRACE(method + " " + std::to_string(size) + (announced ? " announced" : ""));
+                const auto body = std::string(size, 'b');
+                server.enqueue(announced ? Reply::status(200, body) : Reply::raw("HTTP/1.1 200 OK\r\n\r\n" + body));
+                const auto outcome = fetch(session, makeRequest(server.url(), method, sent));
+                ASSERT_TRUE(outcome.body && outcome.response) << outcome.error.message();
+                EXPECT_EQ(outcome.response->statusCode, 200) << "what was sent has been delivered";
+                EXPECT_EQ(outcome.body->size(), mebibyte);
+                EXPECT_EQ(outcome.response->isBodyCut, size > mebibyte);
+            }
+        }
+    }
+    // The rest of a reply that was cut answers nothing.
+    EXPECT_EQ(fetch(session, makeRequest(server.url(), "POST", "x")).summary(), "200 ");
+}
+
+TEST_F(URLSessionTest, NothingWaitsBehindDownloads)
+{
+    server.setDefault(Reply::never());
+    std::vector<HTTPCall> downloads;
+    for (int count = 0; count < 20; ++count)
+        downloads.emplace_back(session, makeRequest(server.url("/picture"))).start();
+    ASSERT_TRUE(server.waitForRequests(6));
+    server.setDefault(Reply::status(200));
+    EXPECT_EQ(fetch(session, makeRequest(server.url("/event"), "POST", "x")).summary(), "200 ");
+    EXPECT_EQ(server.requests().size(), 7U) << "there was a free connection, so this shows nothing";
+}
+
 TEST_F(URLSessionTest, ReusesConnectionsAndOpensSixAtMost)
 {
     for (int count = 0; count < 20; ++count)

@@ -69,6 +69,31 @@ TEST(UserDefaultsUpdateTest, LosesNothingBetweenThreadsAndProcesses)
     EXPECT_EQ(numbers(folder.stored("list")), numbersTo(2 * threads * each));
 }
 
+// A checkpoint that left no mark once looked like a stranger's change to other processes.
+TEST(UserDefaultsUpdateTest, TakesNoCheckpointForStrangersChange)
+{
+    const StoreFolder folder;
+    SaidLines said;
+    const auto first = folder.open(std::chrono::minutes {1});
+    const auto second = folder.open(std::chrono::minutes {1});
+    append(*first, "list", 1);
+    {
+        const FolderLock held {folder.path() / "defaults.lock", BusyTimeout {std::chrono::seconds {1}}};
+        ASSERT_TRUE(held.isHeld());
+        // Makes the log long enough for a checkpoint of its own.
+        for (int number = 2; number <= 40; ++number) {
+            append(*second, "list", number);
+            second->setObject("text", std::string(200'000, static_cast<char>('a' + number % 20)));
+        }
+    }
+    append(*first, "list", 41);
+    second->synchronize();
+    append(*first, "list", 42);
+    append(*second, "list", 43);
+    EXPECT_EQ(first->object("list"), Value {bodies(1, 43)});
+    EXPECT_EQ(said.take(), "");
+}
+
 TEST(UserDefaultsUpdateTest, ReadsPresentValueAndStoresNext)
 {
     const StoreFolder folder;
@@ -243,7 +268,13 @@ TEST(UserDefaultsUpdateTest, RefusesStrangersFolders)
             "belongs to the user 65534"},
         {"file of another user",
             [&](const fs::path& folder) { return chown((folder / "defaults.sqlite").c_str(), nobody, nobody) == 0; },
-            "it belongs to the user 65534"},
+            "defaults.sqlite belongs to the user 65534"},
+        {"log of another user",
+            [&](const fs::path& folder) {
+                std::ofstream {folder / "defaults.sqlite-wal"};
+                return chown((folder / "defaults.sqlite-wal").c_str(), nobody, nobody) == 0;
+            },
+            "defaults.sqlite-wal belongs to the user 65534"},
         {"link in place of the folder",
             [&](const fs::path& folder) {
                 fs::rename(folder, asideOf(folder));
@@ -257,7 +288,7 @@ TEST(UserDefaultsUpdateTest, RefusesStrangersFolders)
                 fs::create_symlink(elsewhere.path() / "target", folder / "defaults.sqlite");
                 return true;
             },
-            "a link stands in its place"},
+            "defaults.sqlite is a link"},
         {"link in place of the lock",
             [&](const fs::path& folder) {
                 fs::remove(folder / "defaults.lock");

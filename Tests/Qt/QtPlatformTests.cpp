@@ -3,13 +3,11 @@
 #include "KovaSDK/Push/Central/CentralCoordinator.h"
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
 #include "Platform/Foundation/DispatchQueue.h"
-#include "Platform/UIKit/UIImage.h"
 #include "Platform/UIKit/UILabel.h"
 #include "Tests/Qt/CentreWindow.h"
 
 #include <gtest/gtest.h>
 
-#include <QBuffer>
 #include <QPushButton>
 #include <QQuickItem>
 #include <QQuickWidget>
@@ -18,19 +16,6 @@
 #include <thread>
 
 namespace kova::tests {
-
-namespace {
-
-Data imageFile(QSize size, const char* format)
-{
-    QImage image {size, QImage::Format_RGB32};
-    image.fill(Qt::darkCyan);
-    QBuffer buffer;
-    image.save(&buffer, format);
-    return Data {buffer.data().toStdString()};
-}
-
-} // namespace
 
 TEST(QtPlatformTest, RunsTheMainQueueOnItsEventLoop)
 {
@@ -91,39 +76,6 @@ TEST(QtPlatformTest, DrawsTextsInTheRoomTheyWereGiven)
         EXPECT_EQ(text->property("truncated").toBool(), test.isCut);
         EXPECT_LE(text->property("contentWidth").toDouble(), size.width + 0.01);
         EXPECT_NEAR(text->property("contentHeight").toDouble(), size.height, 1);
-    }
-}
-
-TEST(QtPlatformTest, DecodesPicturesWithinBounds)
-{
-    struct Case {
-        const char* name;
-        Data file;
-        /// Points, which for a picture are its pixels; none: it is no picture.
-        std::optional<CGSize> size;
-    };
-    const auto png = imageFile({30, 20}, "PNG");
-    const std::vector<Case> cases {
-        {"png", png, CGSize {30, 20}},
-        {"jpeg", imageFile({30, 20}, "JPG"), CGSize {30, 20}},
-        {"a jpeg that is too large is decoded smaller", imageFile({8000, 4000}, "JPG"), CGSize {8000, 4000}},
-        {"a png that is too large is not decoded", imageFile({8000, 4000}, "PNG"), {}},
-        {"cut off", Data {std::string {png.text().substr(0, png.size() / 2)}}, {}},
-        {"nothing", Data {}, {}},
-        {"text", Data {std::string {"<html></html>"}}, {}},
-    };
-    const QtPlatform qt;
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.name);
-        std::shared_ptr<const UIImage> image;
-        std::jthread {[&] { image = UIImage::create(test.file); }}.join();
-        ASSERT_EQ(image != nullptr, test.size.has_value());
-        if (!image)
-            continue;
-        EXPECT_EQ(image->size(), *test.size);
-        const auto& pixels = *static_cast<const QImage*>(image->pixels().get());
-        EXPECT_LE(pixels.width() * pixels.height(), 4096 * 4096);
-        EXPECT_EQ(pixels.pixelColor(5, 5).rgb() & 0xf8f8f8U, QColor {Qt::darkCyan}.rgb() & 0xf8f8f8U);
     }
 }
 

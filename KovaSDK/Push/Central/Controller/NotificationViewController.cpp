@@ -8,8 +8,6 @@
 #include "Platform/Foundation/Print.h"
 #include "Platform/UIKit/UINavigationController.h"
 
-#include <atomic>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,18 +36,23 @@ void removeIfPresent(std::vector<KovaNotification>& notifications, std::int64_t 
         notifications.erase(notifications.begin() + index);
 }
 
-// A row that the store does not have stops the process: contract. The update itself must not, since it may run again,
+struct RowOutOfRange {
+    std::size_t count = 0;
+};
+
+// A row that the store does not have stops the process: contract. The update itself only fails, since it may run again
 // on another list.
 void markStoredRead(std::int64_t row)
 {
-    const auto present = std::make_shared<std::atomic<std::size_t>>(0);
-    NotificationStorage::update([row, present](std::vector<KovaNotification>& buffer) {
-        *present = buffer.size();
-        if (std::cmp_less(row, buffer.size()))
+    try {
+        NotificationStorage::update([row](std::vector<KovaNotification>& buffer) {
+            if (std::cmp_greater_equal(row, buffer.size()))
+                throw RowOutOfRange {.count = buffer.size()};
             buffer[static_cast<std::size_t>(row)].read = true;
-    });
-    if (std::cmp_greater_equal(row, present->load()))
-        failOutOfRange(row, *present);
+        });
+    } catch (const RowOutOfRange& failure) {
+        failOutOfRange(row, failure.count);
+    }
 }
 
 } // namespace

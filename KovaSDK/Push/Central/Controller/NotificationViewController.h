@@ -6,6 +6,7 @@
 
 #pragma once
 
+#include "KovaSDK/Extensions/UIImageView.h"
 #include "KovaSDK/Push/Central/View/NotificationView.h"
 #include "KovaSDK/Push/Central/ViewModel/NotificationViewModel.h"
 #include "Platform/Foundation/NotificationCenter.h"
@@ -50,6 +51,8 @@ protected:
 
 private:
     void removeRecord(std::int64_t index);
+
+    const ImageCacheUse m_imageCacheUse;
 };
 
 } // namespace kova

@@ -1,0 +1,34 @@
+// What it costs to decode a picture, read from the beginning of its file.
+//
+// A small file can ask for gigabytes: a progressive JPEG or an interlaced PNG is held whole while it is decoded,
+// however small it is to become. The rules were measured with Qt's own decoders. Threads: any.
+
+#pragma once
+
+#include <QByteArray>
+#include <QImageReader>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace kova {
+
+struct PictureCost {
+    /// The size of the whole picture as it is stored.
+    QSize size;
+    /// Whether the decoder makes it smaller line by line, so that setScaledSize() spares memory.
+    bool isScaledWhileDecoded = false;
+    /// The memory that decoding takes beside the result, and how much of it is the whole picture.
+    std::uint64_t bytes = 0;
+    std::uint64_t pictureBytes = 0;
+    /// How many pixels are decoded, one that is unpacked again in another scan counting again.
+    std::uint64_t work = 0;
+
+    /// None when the file does not say it. The reader must not have read yet.
+    [[nodiscard]] static std::optional<PictureCost> of(const QByteArray& file, QImageReader& reader);
+
+    /// Why it is too much, for the log; none when it is not.
+    [[nodiscard]] std::optional<std::string> excess() const;
+};
+
+} // namespace kova
