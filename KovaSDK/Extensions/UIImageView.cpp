@@ -5,6 +5,7 @@
 #include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/FreedMemory.h"
 
+#include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <utility>
@@ -57,9 +58,9 @@ ImageCacheUse::ImageCacheUse()
 ImageCacheUse::~ImageCacheUse()
 {
     CacheUsers::instance().change(-1);
-    // The views that show pictures go with their screen, which is on its way out.
-    DispatchQueue::main().async(
-        [] { DispatchQueue::create("pictures", QualityOfService::Background)->async(&returnFreedMemory); });
+    // The views that show pictures go with their screen, and what draws them with the frames after that.
+    constexpr std::chrono::milliseconds untilAllIsFreed {500};
+    DispatchQueue::create("pictures", QualityOfService::Background)->asyncAfter(untilAllIsFreed, &returnFreedMemory);
 }
 
 void downloaded(const std::shared_ptr<UIImageView>& imageView, const std::string& from)

@@ -156,6 +156,14 @@ int remove(sqlite3_vfs*, const char* name, int syncsFolder)
     return vfs->xDelete(vfs, name, syncsFolder);
 }
 
+// SQLite waits for locks that fail, however they fail, in growing steps of its own for ten seconds in all.
+int sleep(sqlite3_vfs*, int microseconds)
+{
+    constexpr int longest = 2'000;
+    auto* vfs = sqlite3_vfs_find(nullptr);
+    return vfs->xSleep(vfs, std::min(microseconds, longest));
+}
+
 sqlite3_vfs registered()
 {
     constexpr int roomForAnyFile = 512;
@@ -165,6 +173,7 @@ sqlite3_vfs registered()
     vfs.szOsFile = static_cast<int>(sizeof(File)) + std::max(vfs.szOsFile, roomForAnyFile);
     vfs.xOpen = &open;
     vfs.xDelete = &remove;
+    vfs.xSleep = &sleep;
     return vfs;
 }
 
