@@ -18,7 +18,8 @@ inline constexpr uid_t userWithoutThreads = 65'534;
     return geteuid() == 0;
 }
 
-/// Runs the work in a child and returns how it ended, as waitpid() tells it: 0 when all went well. To be called by root.
+/// Runs the work in a child and returns how it ended, as waitpid() tells it: 0 when all went well. To be called by
+/// root.
 [[nodiscard]] inline int runWithoutThreads(const std::function<void()>& work)
 {
     const auto child = fork();
