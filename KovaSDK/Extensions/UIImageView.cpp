@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t cacheLimit = 64UL * 1024 * 1024;
 /// While nobody shows pictures.
 constexpr std::size_t idleCacheLimit = cacheLimit / 8;
-/// Of an entry, beside its pixels and its address.
+/// An entry's share of the cache beside its pixels and its address, in bytes.
 constexpr std::size_t entryCost = 256;
 
 struct CacheUsers {

@@ -161,7 +161,7 @@ private:
         return std::nullopt;
     }
 
-    /// Of text and data; other objects have none.
+    /// The length of text and data; other objects have none.
     static std::uint64_t costOfBytes(const Object& read)
     {
         if (read.kind == Kind::ascii || read.kind == Kind::data)

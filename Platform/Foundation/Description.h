@@ -16,7 +16,7 @@ namespace kova {
 /// reads in the order of its bytes.
 KOVA_EXPORT [[nodiscard]] std::string singleLine(std::string_view text);
 
-/// The same in quotes, with quotes and backslashes escaped, too: "say \"olá\"".
+/// Like singleLine(), in quotes, with quotes and backslashes escaped: "say \"olá\"".
 KOVA_EXPORT [[nodiscard]] std::string debugDescription(std::string_view text);
 
 /// Optional("text") or nil.

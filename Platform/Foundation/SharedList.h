@@ -143,8 +143,8 @@ public:
         return limit;
     }
 
-    /// Whether the predicate, a pure function, holds for every element. Chunks remember of one predicate for how many
-    /// elements it held, so that asking again of a long list, or of one that shares most of it, is cheap.
+    /// Returns true if the predicate, a pure function, holds for every element. A chunk remembers for how many elements
+    /// the first predicate held, so asking again about a long list, or one that shares most of it, is cheap.
     [[nodiscard]] bool allSatisfy(bool (*predicate)(const T&)) const
     {
         for (std::size_t index = 0; index < size();) {

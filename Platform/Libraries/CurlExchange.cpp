@@ -25,7 +25,7 @@ constexpr long oldestIdleConnection = 55;
 /// signatures.
 constexpr const char* cipherList = "DEFAULT@SECLEVEL=2";
 
-/// Whether curl's TLS is OpenSSL, whose cipher lists have that form.
+/// Returns true if curl uses OpenSSL for TLS: other libraries have other cipher lists.
 bool hasOpenSSL()
 {
     // Asked once: curl puts its answer together anew each time, in memory that all callers share.

@@ -98,7 +98,7 @@ private:
     [[nodiscard]] bool hasBacklog() const;
 
     const std::string m_additionalCertificates;
-    /// What outlives an exchange beside its connection: TLS sessions. Used by one thread alone, so it has no locks.
+    /// TLS sessions, which outlive the exchanges and their connections. Used by one thread alone, so it has no locks.
     const std::unique_ptr<void, CloseShare> m_share;
 
     std::mutex m_mutex;

@@ -35,8 +35,8 @@ private:
     /// Guarded by the loop's mutex.
     Stage m_stage = Stage::created;
 
-    /// What follows belongs to the maker until the task starts, then to the transfer thread, and from the end of the
-    /// exchange on to the completion thread.
+    /// The members below belong to the maker until the task starts, then to the transfer thread, and from the end of
+    /// the exchange on to the completion thread.
     URLRequest m_request;
     DataTaskCompletion m_completion;
     std::optional<Activity> m_activity {};

@@ -57,7 +57,7 @@ private:
         return readRows(statement, [&] { keep(statement); });
     }
 
-    // What lies behind a damaged page is found from the other end, what lies between two of them by its position.
+    // Rows behind a damaged page are found from the other end, rows between two damaged pages by their positions.
     void readPastDamage()
     {
         constexpr std::int64_t longestGap = 100'000;
@@ -126,7 +126,7 @@ std::string salvage(
                 row.value = Value {Elements {database, row.id}.read()};
         }
     } catch (const SQLiteFailure&) { // NOLINT(bugprone-empty-catch)
-        // What was read before is saved.
+        // The rows that were read before are saved.
     }
     std::string saved;
     StoreTables::Transaction transaction {fresh};

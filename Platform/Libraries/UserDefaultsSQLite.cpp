@@ -18,8 +18,8 @@ constexpr std::chrono::seconds longestRetryDelay {5};
 
 } // namespace
 
-// What the thread works on: it brings writes to the disk some time after the first of them, tries again what failed,
-// and closes the store in the end.
+// The state that the thread works on. The thread brings writes to the disk some time after the first of them, retries
+// what failed, and closes the store in the end.
 struct UserDefaultsSQLite::Background {
     explicit Background(const Options& options)
         : store(options.folder, options.busyTimeout)

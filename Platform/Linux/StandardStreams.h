@@ -1,7 +1,7 @@
 // The descriptors 0, 1 and 2, on which the whole process reads and writes.
 //
-// Who reads the output may be slow, or have stopped for good. Writing waits for that reader without end, until an end
-// is set; then a thread that waits goes on. Threads: any.
+// The reader of the output may be slow, or have stopped for good. A write waits for the reader without end, until a
+// limit is set; then waiting threads go on. Threads: any.
 
 #pragma once
 

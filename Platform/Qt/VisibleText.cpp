@@ -122,7 +122,7 @@ QString decoded(std::string_view text, qsizetype units)
 /// The beginning of a longer text: of whole characters, unless a single one is longer.
 QString cut(const QString& text, qsizetype length)
 {
-    // What follows tells where a character ends.
+    // The code units behind it tell where a character ends.
     auto piece = text.left(length + margin);
     QTextBoundaryFinder finder {QTextBoundaryFinder::Grapheme, piece};
     finder.setPosition(length);

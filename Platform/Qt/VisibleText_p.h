@@ -16,7 +16,7 @@
 namespace kova {
 
 struct VisibleText {
-    /// What is to be drawn.
+    /// The text to be drawn.
     QString text;
     /// In points, not rounded: the lines that are laid out, one below the other.
     double width = 0;
@@ -26,7 +26,7 @@ struct VisibleText {
 /// Lays a UTF-8 text out as Qt Quick does; for the width and the lines see TextMeasurer::size().
 [[nodiscard]] VisibleText layOut(std::string_view text, const UIFont& font, double maximumWidth, int numberOfLines);
 
-/// What is to be drawn of a text, without laying out one that is too short to be cut.
+/// The part of a text that is to be drawn; a text too short to be cut is not laid out.
 [[nodiscard]] QString visibleText(std::string_view text, const UIFont& font, double maximumWidth, int numberOfLines);
 
 /// The largest width and the largest height of this process's windows, on which it depends how much can be seen.
