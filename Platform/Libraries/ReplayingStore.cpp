@@ -11,6 +11,20 @@
 
 namespace kova {
 
+// The transaction that functions of updates run in at this moment.
+struct ReplayingStore::InTransaction {
+    InTransaction(ReplayingStore& store, StoreTables::Transaction& transaction)
+        : m_store(store)
+    {
+        m_store.m_transaction = &transaction;
+    }
+    ~InTransaction() { m_store.m_transaction = nullptr; }
+    InTransaction(const InTransaction&) = delete;
+    InTransaction& operator=(const InTransaction&) = delete;
+
+    ReplayingStore& m_store;
+};
+
 namespace {
 
 /// So often an operation is tried on a store that turns out to be changed or damaged.
@@ -81,7 +95,7 @@ ReplayingStore::ReplayingStore(std::filesystem::path folder, std::chrono::millis
 std::unique_lock<std::mutex> ReplayingStore::lock()
 {
     if (m_runningThread == std::this_thread::get_id())
-        fatalError("UserDefaults::update: the function must not use the defaults itself");
+        fatalError("UserDefaults::update: the function must not change the defaults itself");
     std::unique_lock guard {m_mutex};
     m_timeout->begin();
     return guard;
@@ -221,6 +235,9 @@ std::optional<Value> ReplayingStore::viewed(std::string_view key, const std::opt
             view.value = run(update, view.value);
             if (isLast)
                 m_thrown = nullptr;
+        } catch (const SQLiteFailure&) {
+            // Another key could not be read.
+            throw;
         } catch (...) {
             if (isLast)
                 m_thrown = std::current_exception();
@@ -231,8 +248,21 @@ std::optional<Value> ReplayingStore::viewed(std::string_view key, const std::opt
     return view.value;
 }
 
+// A function of an update reads another key: as its transaction sees it, or as it was known last.
+std::optional<Value> ReplayingStore::readInUpdate(std::string_view key)
+{
+    if (m_transaction)
+        return m_transaction->value(key);
+    if (const auto view = m_views.find(key); view != m_views.end())
+        return view->second.value;
+    const auto known = m_lastKnown.find(key);
+    return known == m_lastKnown.end() ? std::nullopt : known->second;
+}
+
 std::optional<Value> ReplayingStore::read(std::string_view key)
 {
+    if (m_runningThread == std::this_thread::get_id())
+        return readInUpdate(key);
     const auto guard = lock();
     if (m_isClosed)
         return std::nullopt;
@@ -321,6 +351,7 @@ void ReplayingStore::applyPending()
         refused.clear();
         throwIfChanged();
         StoreTables::Transaction transaction {*tables};
+        const InTransaction inside {*this, transaction};
         // Another process of the SDK may have exchanged the log while this one waited for the lock.
         if (transaction.hasWaited() && m_file.isLogExchanged())
             throw FileChanged {StoreFile::Change::LogLost};

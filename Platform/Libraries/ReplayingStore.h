@@ -85,6 +85,8 @@ private:
         StoreFile::Change change;
     };
 
+    struct InTransaction;
+
     void open();
     void dropTables();
     void throwIfChanged();
@@ -96,6 +98,7 @@ private:
     [[nodiscard]] std::optional<Value> apply(
         StoreTables::Transaction& transaction, const std::string& key, std::vector<std::size_t>& refused);
     void noteWritten(Update update);
+    [[nodiscard]] std::optional<Value> readInUpdate(std::string_view key);
     [[nodiscard]] std::optional<Value> run(const Update& update, std::optional<Value> present);
     [[nodiscard]] std::size_t firstMissing(std::string_view key, const std::optional<Value>& present) const;
     [[nodiscard]] std::optional<Value> viewed(std::string_view key, const std::optional<Value>& base);
@@ -116,6 +119,8 @@ private:
     std::unique_ptr<StoreTables> m_tables;
     /// Why the store can only be read; it is opened for each operation then, and closed again.
     std::string m_whyReadOnly;
+    /// Set while functions run in a transaction of the tables.
+    StoreTables::Transaction* m_transaction = nullptr;
     /// Updates that are not stored, in order.
     std::deque<Update> m_pending;
     /// Updates that are stored and may not be on the disk, in order.

@@ -110,7 +110,16 @@ TEST(UserDefaultsUpdateTest, ReadsPresentValueAndStoresNext)
     store->update("a", sets(std::nullopt));
     EXPECT_EQ(store->object("a"), std::nullopt);
     EXPECT_EQ(lineCount(said.take(), "does not take a value that is no property list (key \"a\")"), 1);
-    EXPECT_DEATH(store->update("a", [&](const auto&) { return store->object("b"); }), "must not use the defaults");
+    store->setObject("b", 2);
+    const auto readsOther = [&store](const auto&) { return store->object("b"); };
+    store->update("a", readsOther);
+    EXPECT_EQ(folder.stored("a"), Value {2}) << "reading needs no lock that is held";
+    EXPECT_DEATH(store->update("a",
+                     [&](const auto& present) {
+                         store->setObject("b", 3);
+                         return present;
+                     }),
+        "must not change the defaults");
 }
 
 struct Obstacle {
