@@ -146,7 +146,7 @@ bool StoreTables::loadArray(Entry& entry)
     // next position may not be a number any more.
     constexpr auto farthest = std::numeric_limits<std::int64_t>::max() / 2;
     Value::Array elements;
-    m_readElements->with(entry.id);
+    m_readElements->with(entry.id.value_or(0));
     while (m_readElements->step()) {
         const auto position = m_readElements->integer(0);
         if (elements.empty())
@@ -183,9 +183,9 @@ std::optional<StoreTables::Entry> StoreTables::write(
     std::string_view key, const Entry& old, const std::optional<Value>& value)
 {
     if (!value) {
-        if (old.id != 0) {
-            m_removeAllElements->with(old.id).run();
-            m_removeEntry->with(old.id).run();
+        if (old.id) {
+            m_removeAllElements->with(*old.id).run();
+            m_removeEntry->with(*old.id).run();
         }
         return Entry {};
     }
@@ -236,16 +236,17 @@ std::optional<StoreTables::Entry> StoreTables::writeArray(
     Entry entry {.id = old.id, .kind = Kind::Array, .first = oldArray ? old.first : 0, .value = Value {array}};
     if (!oldArray) {
         entry.id = writeEntry(key, old, {.kind = Kind::Array, .bytes = {}});
-        m_removeAllElements->with(entry.id).run();
+        m_removeAllElements->with(*entry.id).run();
     }
+    const auto id = *entry.id;
     const auto positionOf = [&](std::size_t index) { return entry.first + static_cast<std::int64_t>(index); };
     if (dropped > 0)
-        m_removeElements->with(entry.id, positionOf(0), positionOf(dropped)).run();
+        m_removeElements->with(id, positionOf(0), positionOf(dropped)).run();
     if (dropped + kept < present.size())
-        m_removeElements->with(entry.id, positionOf(dropped + kept), positionOf(present.size())).run();
+        m_removeElements->with(id, positionOf(dropped + kept), positionOf(present.size())).run();
     for (std::size_t index = 0; index < added.size(); ++index) {
         m_insertElement
-            ->with(entry.id, positionOf(dropped + kept + index), static_cast<std::int64_t>(added[index].kind),
+            ->with(id, positionOf(dropped + kept + index), static_cast<std::int64_t>(added[index].kind),
                 SQLiteStatement::Blob {added[index].bytes.text()})
             .run();
     }
@@ -257,9 +258,9 @@ std::int64_t StoreTables::writeEntry(std::string_view key, const Entry& old, con
 {
     const auto kind = static_cast<std::int64_t>(row.kind);
     const SQLiteStatement::Blob bytes {row.bytes.text()};
-    if (old.id != 0) {
-        m_updateEntry->with(old.id, kind, bytes).run();
-        return old.id;
+    if (old.id) {
+        m_updateEntry->with(*old.id, kind, bytes).run();
+        return *old.id;
     }
     m_insertEntry->with(key, kind, bytes).run();
     return m_database.lastInsertedRow();

@@ -54,8 +54,8 @@ private:
 
     /// A key as it stands in the tables.
     struct Entry {
-        /// Zero when the key has no row.
-        std::int64_t id = 0;
+        /// None when the key has no row; a row may have any number.
+        std::optional<std::int64_t> id {};
         Kind kind = Kind::Bytes;
         /// The position of an array's first element: positions have no gaps, and dropping elements from the front
         /// removes rows and renumbers none.

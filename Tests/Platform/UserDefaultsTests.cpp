@@ -266,6 +266,19 @@ TEST_F(UserDefaultsTest, ANewerStoreIsLeftAlone)
     EXPECT_EQ(store->object("a"), Value {2}) << "a store that could not be opened is tried again";
 }
 
+// A row numbered 0 was once taken for none, so that no event could be kept.
+TEST_F(UserDefaultsTest, WritesRowsOfAnyNumber)
+{
+    for (const auto* renumber : {"UPDATE entry SET id = 0; UPDATE element SET entry = 0",
+             "UPDATE entry SET id = -7; UPDATE element SET entry = -7"}) {
+        store->setObject("list", bodies(1, 3));
+        execute(renumber);
+        append(*store, "list", 4);
+        EXPECT_EQ(folder.stored("list"), Value {bodies(1, 4)}) << renumber;
+        store->setObject("list", std::nullopt);
+    }
+}
+
 // At the last position there is, the next element had a position that is no number any more.
 TEST_F(UserDefaultsTest, AnArrayAtTheEdgeOfThePositionsReadsAsNone)
 {
