@@ -50,8 +50,8 @@ public:
     /// The function runs on the caller's thread before update() returns, and again, on any thread, when the change has
     /// to be kept or made once more. So it depends on nothing but its argument, has no effect but its result, and owns
     /// what it refers to. It may read other keys, but must change none, which stops the process, nor wait for a thread
-    /// that uses the defaults. What it throws leaves update(), and changes nothing. A result that is not a property-list value is treated
-    /// as in setObject().
+    /// that uses the defaults. What it throws leaves update(), and changes nothing. A result that is not a
+    /// property-list value is treated as in setObject().
     virtual void update(std::string_view key, Change change) = 0;
 
     /// Brings every acknowledged write to the disk itself, so that it outlives a power cut.
