@@ -54,7 +54,7 @@ private:
 
     /// A key as it stands in the tables.
     struct Entry {
-        /// None when the key has no row; a row may have any number.
+        /// The number of the key's row, which may be any; none without a row.
         std::optional<std::int64_t> id {};
         Kind kind = Kind::Bytes;
         /// The position of an array's first element: positions have no gaps, and dropping elements from the front

@@ -49,7 +49,7 @@ public:
         evicted.swap(m_entries);
     }
 
-    /// What all objects may cost together; 0, as it is at first, for any cost. Takes effect at once.
+    /// The cost that all objects may have together; 0, the default, sets no limit. Takes effect at once.
     void setTotalCostLimit(std::size_t limit)
     {
         Entries evicted;

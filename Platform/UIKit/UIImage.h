@@ -20,7 +20,7 @@ class KOVA_EXPORT UIImage {
 public:
     /// An empty picture: no size, nothing to draw.
     UIImage() = default;
-    /// Of four bytes for each point.
+    /// Four bytes for each point.
     UIImage(CGSize size, std::shared_ptr<const void> pixels)
         : UIImage(size, std::move(pixels), static_cast<std::size_t>(size.width * size.height * 4))
     {

@@ -111,7 +111,7 @@ TEST(UserDefaultsChangeTest, ReplaysUpdatesOnceAfterChanges)
     const Row rows[] {
         {"log emptied", cuts("-wal", 0), bodies(1, 60), "lost a part of the log"},
         {"log cut", cuts("-wal", 40'000), bodies(1, 60), "lost a part of the log"},
-        // What is left of the log then is older than the file.
+        // The rest of the log is older than the file then.
         {"log cut after a checkpoint", cuts("-wal", 40'000), bodies(1, 60), "lost a part of the log", true},
         {"index emptied", cuts("-shm", 0), bodies(1, 60), "lost a part of the index"},
         {"index cut", cuts("-shm", 4'096), bodies(1, 60), "lost a part of the index"},

@@ -41,7 +41,7 @@ public:
     {
         for (const std::size_t size : {1'048'576UL, 4'096UL}) {
             std::ofstream filling {folder() / ("filling-" + std::to_string(size)), std::ios::binary};
-            // What cannot be compressed.
+            // Bytes that cannot be compressed.
             std::string piece(size, '\0');
             for (auto& byte : piece)
                 byte = static_cast<char>(std::rand());

@@ -30,7 +30,7 @@ namespace kova::tests {
 /// Six records: long and short, with and without picture, the third one read.
 [[nodiscard]] std::vector<KovaNotification> sampleInbox();
 [[nodiscard]] std::vector<KovaNotification> inboxOf(int count);
-/// Of the records in the store.
+/// The titles of the records in the store.
 [[nodiscard]] std::vector<std::string> titles();
 
 enum class Hand { Mouse, Finger };

@@ -102,7 +102,7 @@ QByteArray png(QSize size, char depth, PNGKind kind, bool isInterlaced)
     header[13] = static_cast<char>(kind);
     header[14] = header[15] = 0;
     header[16] = isInterlaced ? 1 : 0;
-    // What is too large is refused by its header.
+    // A picture that is too large is refused by its header.
     const auto data = bytes > 200'000'000 ? QByteArray {} : qCompress(QByteArray {bytes, '\0'}).mid(4);
     return "\x89PNG\r\n\x1A\n" + chunk(header) + (kind == PNGKind::Palette ? chunk("PLTE" + QByteArray {3, '\0'}) : "")
         + chunk("IDAT" + data) + chunk("IEND");

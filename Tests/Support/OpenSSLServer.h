@@ -49,7 +49,7 @@ public:
     [[nodiscard]] bool isRunning() const { return !m_port.empty(); }
     [[nodiscard]] URL url() const;
 
-    /// Whether the `openssl` command as a client, which checks no name and no authority, makes a connection.
+    /// Returns true if the `openssl` client, which checks no name and no authority, can connect.
     [[nodiscard]] bool acceptsClient() const;
 
     /// Waits until the server has printed a line that begins so.

@@ -39,7 +39,7 @@ using namespace std::chrono_literals;
 
 class ImageDownloadTest : public testing::Test {
 protected:
-    // What begins with "PNG" is decoded, to a picture as wide as the rest is long; "BIG" is too costly.
+    // Decodes data that begins with "PNG", to a picture as wide as the rest is long; "BIG" is too costly.
     ImageDownloadTest()
         : m_previous(UIImage::setDecoder([](const Data& data) -> UIImage::Decoded {
             if (data.text().starts_with("BIG"))
@@ -254,7 +254,7 @@ TEST_F(ImageDownloadTest, HostsThatCannotBeResolvedTakeFewThreadsAndDescriptors)
     network.run("mount --bind " + configuration.string() + " /etc/resolv.conf");
     constexpr std::uint16_t domainPort = 53;
     NameServer nameServer {domainPort};
-    // What is started once for all is there.
+    // Threads and descriptors that are made once are there now.
     EXPECT_EQ(fetch(*URLSession::shared(), makeRequest(m_server.url("/first"), "POST", "x")).summary(), "200 ");
     const auto before = ProcessResources::now();
     for (int number = 0; number < 300; ++number)
@@ -329,7 +329,7 @@ TEST_F(ImageDownloadTest, TheCacheIsBoundedAndShrinksWhenTheCentreIsClosed)
     }();
     EXPECT_EQ(cached(), 8 / 3);
     EXPECT_TRUE(imageCache().object(addresses[15])) << "the last that was used stays";
-    // What arrives late finds the small cache.
+    // A picture that arrives late finds the small cache.
     fetchAll();
     EXPECT_EQ(cached(), 8 / 3);
     EXPECT_TRUE(first.expired());
