@@ -60,15 +60,22 @@ template <typename Operation> auto ReplayingStore::perform(Operation operation)
             recover(changed.change);
         } catch (const SQLiteFailure& failure) {
             const bool isBroken = failure.isDamage() || (failure.isCut() && damages == 0);
-            if (!isBroken || !m_tables || !m_whyReadOnly.empty() || attempt == attempts)
+            if (failure.isIndexLost() && failure.isDiskFull()) {
+                dropTables();
+                throw;
+            }
+            const bool isRepairable = failure.isIndexLost() || (isBroken && m_tables && m_whyReadOnly.empty());
+            if (!isRepairable || attempt == attempts)
                 throw;
             if (const auto change = m_file.change(); change != StoreFile::Change::None) {
                 recover(change);
                 continue;
             }
-            // The index of the log may be to blame; it is made anew first.
             dropTables();
-            m_file.discardIndex();
+            if (failure.isIndexLost())
+                continue;
+            // The index of the log may be to blame; it is made anew first.
+            m_file.emptyIndex();
             if (++damages == 1)
                 continue;
             const std::lock_guard guard {m_checkpointMutex};
@@ -162,7 +169,7 @@ void ReplayingStore::recover(StoreFile::Change change)
         } else {
             m_file.say("was cut short while it was in use");
             dropTables();
-            m_file.discardIndex();
+            m_file.emptyIndex();
         }
         return;
     case Change::LogLost:
@@ -183,10 +190,8 @@ void ReplayingStore::recover(StoreFile::Change change)
         return;
     case Change::IndexCut:
         m_file.say("lost a part of the index beside it while it was in use; it is made anew");
-        if (m_tables && m_file.remakeIndex(*m_tables))
-            return;
         dropTables();
-        m_file.discardIndex();
+        m_file.emptyIndex();
         return;
     }
 }
@@ -450,6 +455,10 @@ ReplayingStore::Progress ReplayingStore::flush()
     }
     const auto guard = lock();
     m_file.endCheckpoint();
+    if (failure && failure->isIndexLost() && !failure->isDiskFull()) {
+        recover(m_file.change());
+        return Progress::MoreCame;
+    }
     if (failure) {
         failed(Syncing, *failure);
         if (failure->isDamage() || failure->isCut())

@@ -68,6 +68,11 @@ bool SQLiteFailure::isCut() const
     return m_code == SQLITE_IOERR_SHORT_READ;
 }
 
+bool SQLiteFailure::isIndexLost() const
+{
+    return m_code == SQLITE_IOERR_SHMSIZE || m_code == SQLITE_IOERR_SHMMAP;
+}
+
 bool SQLiteFailure::isDiskFull() const
 {
     return (m_code & 0xFF) == SQLITE_FULL || m_code == SQLITE_IOERR_SHMMAP || m_systemError == ENOSPC
@@ -299,27 +304,6 @@ bool SQLiteDatabase::checkpoint()
     if (!isWhole)
         syncLog();
     return isWhole;
-}
-
-// The beginning of the index tells SQLite that it is valid, so an index that was cut is emptied whole before it is made
-// long enough again; SQLite then makes it anew from the log. All its locks keep other processes from writing into it.
-bool SQLiteDatabase::remakeIndex(const std::filesystem::path& index, std::uintmax_t size)
-{
-    sqlite3_file* file = nullptr;
-    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_FILE_POINTER, static_cast<void*>(&file));
-    if (!file || !file->pMethods || file->pMethods->iVersion < 2)
-        return false;
-    while (file->pMethods->xShmLock(file, 0, SQLITE_SHM_NLOCK, SQLITE_SHM_LOCK | SQLITE_SHM_EXCLUSIVE) != SQLITE_OK) {
-        if (m_wait->timeout->isOver())
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds {1});
-    }
-    std::error_code failure;
-    std::filesystem::resize_file(index, 0, failure);
-    if (!failure)
-        std::filesystem::resize_file(index, size, failure);
-    file->pMethods->xShmLock(file, 0, SQLITE_SHM_NLOCK, SQLITE_SHM_UNLOCK | SQLITE_SHM_EXCLUSIVE);
-    return !failure;
 }
 
 void SQLiteDatabase::syncLog()

@@ -36,6 +36,10 @@ public:
     /// Returns true if a file ended too early: somebody else has cut it.
     [[nodiscard]] bool isCut() const;
 
+    /// Returns true if the index of the log was lost in the middle of an operation: somebody has cut it, or the disk is
+    /// full. It can be used again when the file is opened again.
+    [[nodiscard]] bool isIndexLost() const;
+
     /// Returns true if there is no room to write. What is stored may be readable then.
     [[nodiscard]] bool isDiskFull() const;
 
@@ -142,10 +146,6 @@ public:
     /// Brings the write-ahead log to the disk and moves it into the file as far as readers allow. Writers are not held
     /// up. Returns true if it was moved whole; then it is written from its beginning again.
     bool checkpoint();
-
-    /// Has the index of the log, which somebody has cut, made anew in its former size. False when other processes use
-    /// it for too long.
-    [[nodiscard]] bool remakeIndex(const std::filesystem::path& index, std::uintmax_t size);
 
 private:
     struct Closer {

@@ -355,15 +355,6 @@ bool StoreFile::rescueLog(StoreTables& tables) const
     }
 }
 
-bool StoreFile::remakeIndex(StoreTables& tables)
-{
-    const auto index = m_path.string() + suffixes[shmIndex];
-    if (!tables.remakeIndex(index, m_seen[shmIndex]->stamp.size))
-        return false;
-    m_seen[shmIndex] = stateOf(index);
-    return true;
-}
-
 void StoreFile::remove(std::size_t index) const
 {
     std::error_code missing;
@@ -378,10 +369,12 @@ void StoreFile::discardLog() const
     remove(shmIndex);
 }
 
-void StoreFile::discardIndex() const
+void StoreFile::emptyIndex() const
 {
     const auto lock = lockFolder(*m_timeout);
-    remove(shmIndex);
+    std::error_code missing;
+    if (isOpened(shmIndex))
+        fs::resize_file(m_path.string() + suffixes[shmIndex], 0, missing);
 }
 
 bool StoreFile::waitUntilWritten() const

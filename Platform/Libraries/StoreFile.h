@@ -56,7 +56,7 @@ public:
         LogLost,
         /// The log is shorter than it was.
         LogCut,
-        /// The index of the log is shorter than it was: touching the memory it is mapped to ends the process.
+        /// The index of the log is shorter than it was.
         IndexCut,
     };
 
@@ -70,13 +70,10 @@ public:
     /// a new log already.
     [[nodiscard]] bool rescueLog(StoreTables& tables) const;
 
-    /// Has the index made anew that somebody has cut; false when that fails.
-    [[nodiscard]] bool remakeIndex(StoreTables& tables);
-
     /// Removes the log that was opened, with its index: read with another file than its own, it would damage it.
     void discardLog() const;
-    /// Removes the index that was opened, so that it is made anew from the log.
-    void discardIndex() const;
+    /// Empties the index that was opened, so that everybody makes it anew from the log.
+    void emptyIndex() const;
 
     /// Waits until a file that is being overwritten is whole; false when it was cut and nothing else.
     [[nodiscard]] bool waitUntilWritten() const;

@@ -1,7 +1,8 @@
 // The index of SQLite's log: a file that every process maps into its memory and writes there.
 //
-// On a file system that copies on write, a write into mapped memory needs room on the disk, and ends the process with
-// SIGBUS when there is none. What can be done against it depends on the system, which implements these. Threads: any.
+// An access to mapped memory fails with SIGBUS, which ends the process, when the file has been cut, or, on a file
+// system that copies on write, when the disk is full. What can be done against it depends on the system, which
+// implements these. Threads: any.
 
 #pragma once
 
@@ -14,10 +15,32 @@ namespace kova {
 /// nothing when there is one.
 void makeIndexFile(const std::string& path);
 
-/// Returns true if a write into the mapped file may find no room.
-[[nodiscard]] bool mayLackRoom(const std::string& path);
+/// Empties an index file that is shorter than its first region: its header would vouch for content that is gone.
+void emptyCutIndexFile(const std::string& path, std::size_t regionSize);
 
-/// Reserves room for writing into mapped memory until its pages go to the disk. False when there is none.
-[[nodiscard]] bool reserveRoom(void* memory, std::size_t size);
+/// Survives a failing access to the mapped regions of an index. From that access on, all of its regions are zeros that
+/// only this process sees, and the index is lost: whoever uses it must not write to the database any more, nor believe
+/// what is read. A file that was cut is emptied, so that everybody makes the index anew from the log.
+class IndexGuard {
+public:
+    enum class Loss { None, Cut, NoRoom };
+
+    /// Guards of one mapping in this process share what happens to it. Installs a handler of SIGBUS at the first call,
+    /// which passes on what does not concern an index.
+    IndexGuard(const std::string& path, void* firstRegion, std::size_t regionSize);
+    /// Call before the regions are unmapped.
+    ~IndexGuard();
+    IndexGuard(const IndexGuard&) = delete;
+    IndexGuard& operator=(const IndexGuard&) = delete;
+
+    void add(std::size_t number, void* region);
+
+    [[nodiscard]] Loss loss() const;
+
+private:
+    struct Mapping;
+
+    Mapping& m_mapping;
+};
 
 } // namespace kova

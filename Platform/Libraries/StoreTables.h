@@ -39,12 +39,6 @@ public:
     bool checkpoint() { return m_database.checkpoint(); }
     [[nodiscard]] int logPages() const { return m_database.logPages(); }
 
-    /// Has the index of the log, which somebody has cut, made anew; false when that fails.
-    [[nodiscard]] bool remakeIndex(const std::filesystem::path& index, std::uintmax_t size)
-    {
-        return m_database.remakeIndex(index, size);
-    }
-
     /// Leaves the log as it is when the connection is closed: the file is damaged or no longer ours.
     void leaveLogBehind() { m_database.keepLogOnClose(true); }
 

@@ -6,36 +6,25 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <mutex>
 #include <new>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace kova {
 
 namespace {
 
-struct Region {
-    void* memory = nullptr;
-    std::size_t size = 0;
-};
-
 // A file of SQLite's, with the file that does the work right behind it.
 struct alignas(alignof(sqlite3_int64)) File : sqlite3_file {
     [[nodiscard]] sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
 
-    [[nodiscard]] bool reserveIndex() const
-    {
-        return !indexMayLackRoom.value_or(false) || std::ranges::all_of(regions, [](const Region& region) {
-            return !region.memory || reserveRoom(region.memory, region.size);
-        });
-    }
-
     std::string name {};
-    /// Unknown before the index is mapped.
-    std::optional<bool> indexMayLackRoom {};
-    std::vector<Region> regions {};
+    std::optional<IndexGuard> guard {};
 };
+
+// Held while an index is mapped or unmapped together with its guard: SQLite shares the mapping between connections.
+std::mutex mappingMutex;
 
 File& of(sqlite3_file* file)
 {
@@ -48,7 +37,31 @@ template <auto Method, typename... Arguments> int forward(sqlite3_file* file, Ar
     return (real->pMethods->*Method)(real, arguments...);
 }
 
+// The result of everything that relies on an index which is lost. A commit whose last write came before the loss is
+// valid all the same: it is found in the log.
+int lossCode(sqlite3_file* file)
+{
+    const auto& guard = of(file).guard;
+    const auto loss = guard ? guard->loss() : IndexGuard::Loss::None;
+    if (loss == IndexGuard::Loss::None)
+        return SQLITE_OK;
+    return loss == IndexGuard::Loss::Cut ? SQLITE_IOERR_SHMSIZE : SQLITE_IOERR_SHMMAP;
+}
+
+template <auto Method, typename... Arguments> int forwardUnlessLost(sqlite3_file* file, Arguments... arguments)
+{
+    const int code = lossCode(file);
+    return code == SQLITE_OK ? forward<Method>(file, arguments...) : code;
+}
+
 using Methods = sqlite3_io_methods;
+
+int unmapIndex(sqlite3_file* file, int deletes)
+{
+    const std::lock_guard lock {mappingMutex};
+    of(file).guard.reset();
+    return forward<&Methods::xShmUnmap>(file, deletes);
+}
 
 int close(sqlite3_file* file)
 {
@@ -60,49 +73,37 @@ int close(sqlite3_file* file)
 // SQLite takes a read error of the system for damage, and only because of the code that says which error it was.
 int read(sqlite3_file* file, void* bytes, int size, sqlite3_int64 offset)
 {
-    const int code = forward<&Methods::xRead>(file, bytes, size, offset);
+    const int code = forwardUnlessLost<&Methods::xRead>(file, bytes, size, offset);
     return code == SQLITE_IOERR_CORRUPTFS ? SQLITE_IOERR_READ : code;
-}
-
-// A checkpoint writes into the index after the file was brought to the disk.
-int sync(sqlite3_file* file, int flags)
-{
-    const int code = forward<&Methods::xSync>(file, flags);
-    if (code != SQLITE_OK || of(file).regions.empty() || of(file).reserveIndex())
-        return code;
-    return SQLITE_IOERR_SHMMAP;
 }
 
 int mapIndex(sqlite3_file* file, int number, int size, int extends, void volatile** memory)
 {
+    const std::lock_guard lock {mappingMutex};
     auto& self = of(file);
-    if (!self.indexMayLackRoom) {
-        makeIndexFile(self.name + "-shm");
-        self.indexMayLackRoom = mayLackRoom(self.name);
-    }
-    const int code = forward<&Methods::xShmMap>(file, number, size, extends, memory);
+    const auto path = self.name + "-shm";
     const auto index = static_cast<std::size_t>(number);
-    if (code == SQLITE_OK && *memory) {
-        self.regions.resize(std::max(self.regions.size(), index + 1));
-        self.regions[index] = {.memory = const_cast<void*>(*memory), .size = static_cast<std::size_t>(size)};
-    }
-    return code;
+    const auto regionSize = static_cast<std::size_t>(size);
+    if (!self.guard)
+        makeIndexFile(path);
+    // Extended by the holder of the lock for writing only.
+    if (extends && index == 0)
+        emptyCutIndexFile(path, regionSize);
+    const int code = forward<&Methods::xShmMap>(file, number, size, extends, memory);
+    if (code != SQLITE_OK || !*memory)
+        return code;
+    auto* region = const_cast<void*>(*memory);
+    if (!self.guard)
+        self.guard.emplace(path, region, regionSize);
+    self.guard->add(index, region);
+    return lossCode(file);
 }
 
-// SQLite writes into the index only while it holds one of these locks alone.
 int lockIndex(sqlite3_file* file, int first, int count, int flags)
 {
-    const int code = forward<&Methods::xShmLock>(file, first, count, flags);
-    if (code != SQLITE_OK || flags != (SQLITE_SHM_LOCK | SQLITE_SHM_EXCLUSIVE) || of(file).reserveIndex())
-        return code;
-    forward<&Methods::xShmLock>(file, first, count, SQLITE_SHM_UNLOCK | SQLITE_SHM_EXCLUSIVE);
-    return SQLITE_IOERR_SHMMAP;
-}
-
-int unmapIndex(sqlite3_file* file, int deletes)
-{
-    of(file).regions.clear();
-    return forward<&Methods::xShmUnmap>(file, deletes);
+    // A lock that is held is always given back.
+    return (flags & SQLITE_SHM_UNLOCK) != 0 ? forward<&Methods::xShmLock>(file, first, count, flags)
+                                            : forwardUnlessLost<&Methods::xShmLock>(file, first, count, flags);
 }
 
 void barrier(sqlite3_file* file)
@@ -116,9 +117,9 @@ constexpr Methods methods {
     .iVersion = 2,
     .xClose = &close,
     .xRead = &read,
-    .xWrite = &forward<&Methods::xWrite, const void*, int, sqlite3_int64>,
-    .xTruncate = &forward<&Methods::xTruncate, sqlite3_int64>,
-    .xSync = &sync,
+    .xWrite = &forwardUnlessLost<&Methods::xWrite, const void*, int, sqlite3_int64>,
+    .xTruncate = &forwardUnlessLost<&Methods::xTruncate, sqlite3_int64>,
+    .xSync = &forwardUnlessLost<&Methods::xSync, int>,
     .xFileSize = &forward<&Methods::xFileSize, sqlite3_int64*>,
     .xLock = &forward<&Methods::xLock, int>,
     .xUnlock = &forward<&Methods::xUnlock, int>,

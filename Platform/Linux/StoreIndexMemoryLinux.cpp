@@ -2,16 +2,171 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
-#include <linux/magic.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdint>
+#include <mutex>
 
 namespace kova {
+
+// What the signal handler reads: never freed, only used again.
+struct IndexGuard::Mapping {
+    /// A log of a gigabyte. Regions beyond are not guarded.
+    static constexpr std::size_t mostRegions = 256;
+
+    [[nodiscard]] bool contains(std::uintptr_t address) const
+    {
+        return std::ranges::any_of(regions, [&](const std::atomic<std::uintptr_t>& region) {
+            const auto begin = region.load();
+            return begin != 0 && address >= begin && address - begin < regionSize;
+        });
+    }
+    [[nodiscard]] static Mapping& withFirstRegion(std::uintptr_t address);
+    static void installHandler();
+    static void handleFault(int signal, siginfo_t* info, void* context);
+    [[nodiscard]] bool lose();
+
+    int users = 0;
+    std::array<char, PATH_MAX> path {};
+    dev_t device = 0;
+    ino_t number = 0;
+    std::atomic<std::size_t> regionSize = 0;
+    std::array<std::atomic<std::uintptr_t>, mostRegions> regions {};
+    std::atomic<Loss> loss = Loss::None;
+    Mapping* next = nullptr;
+
+    // Serialises the threads that make and end mappings. The signal handler takes no lock.
+    static inline std::mutex mutex;
+    static inline std::atomic<Mapping*> newest = nullptr;
+    static inline struct sigaction previousAction {};
+};
+
+IndexGuard::Mapping& IndexGuard::Mapping::withFirstRegion(std::uintptr_t address)
+{
+    Mapping* unused = nullptr;
+    for (auto* mapping = newest.load(); mapping; mapping = mapping->next) {
+        if (mapping->users > 0 && mapping->regions[0] == address)
+            return *mapping;
+        if (mapping->users == 0)
+            unused = mapping;
+    }
+    if (!unused) {
+        unused = new Mapping;
+        unused->next = newest;
+        newest = unused;
+    }
+    return *unused;
+}
+
+// Every function that is called here may be called in a signal handler. Threads: the one whose access has failed.
+bool IndexGuard::Mapping::lose()
+{
+    const int savedError = errno;
+    struct stat status {};
+    std::size_t count = 0;
+    while (count < mostRegions && regions[count] != 0)
+        ++count;
+    const bool isThere = stat(path.data(), &status) == 0 && status.st_dev == device && status.st_ino == number;
+    const bool isCut = !isThere || static_cast<std::uint64_t>(status.st_size) < count * regionSize;
+    if (isThere && isCut)
+        (void)!truncate(path.data(), 0);
+    loss = isCut ? Loss::Cut : Loss::NoRoom;
+    bool isReplaced = true;
+    for (std::size_t index = 0; index < count; ++index) {
+        auto* region = reinterpret_cast<void*>(regions[index].load());
+        isReplaced &= mmap(region, regionSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0)
+            != MAP_FAILED;
+    }
+    errno = savedError;
+    return isReplaced;
+}
+
+void IndexGuard::Mapping::handleFault(int signal, siginfo_t* info, void* context)
+{
+    const auto address = reinterpret_cast<std::uintptr_t>(info->si_addr);
+    // A positive code is a failed access; others were sent by somebody.
+    for (auto* mapping = info->si_code > 0 ? newest.load() : nullptr; mapping; mapping = mapping->next) {
+        if (mapping->contains(address) && mapping->lose())
+            return;
+    }
+    if ((previousAction.sa_flags & SA_SIGINFO) != 0) {
+        previousAction.sa_sigaction(signal, info, context);
+    } else if (previousAction.sa_handler != SIG_DFL && previousAction.sa_handler != SIG_IGN) {
+        previousAction.sa_handler(signal);
+    } else if (previousAction.sa_handler == SIG_DFL || info->si_code > 0) {
+        // Takes effect when this function returns: the signal is blocked until then.
+        std::signal(signal, SIG_DFL);
+        raise(signal);
+    }
+}
+
+void IndexGuard::Mapping::installHandler()
+{
+    struct sigaction action {};
+    action.sa_sigaction = &handleFault;
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+    sigaction(SIGBUS, nullptr, &previousAction);
+    sigaction(SIGBUS, &action, nullptr);
+}
+
+IndexGuard::IndexGuard(const std::string& path, void* firstRegion, std::size_t regionSize)
+    : m_mapping([&]() -> Mapping& {
+        const std::lock_guard lock {Mapping::mutex};
+        static const int installed = (Mapping::installHandler(), 0);
+        (void)installed;
+        auto& mapping = Mapping::withFirstRegion(reinterpret_cast<std::uintptr_t>(firstRegion));
+        if (mapping.users++ == 0) {
+            struct stat status {};
+            stat(path.c_str(), &status);
+            mapping.device = status.st_dev;
+            mapping.number = status.st_ino;
+            mapping.path.fill('\0');
+            path.copy(mapping.path.data(), mapping.path.size() - 1);
+            mapping.regionSize = regionSize;
+            mapping.loss = Loss::None;
+            mapping.regions[0] = reinterpret_cast<std::uintptr_t>(firstRegion);
+        }
+        return mapping;
+    }())
+{
+}
+
+IndexGuard::~IndexGuard()
+{
+    const std::lock_guard lock {Mapping::mutex};
+    if (--m_mapping.users == 0)
+        std::ranges::fill(m_mapping.regions, 0);
+}
+
+void IndexGuard::add(std::size_t number, void* region)
+{
+    if (number < Mapping::mostRegions)
+        m_mapping.regions[number] = reinterpret_cast<std::uintptr_t>(region);
+}
+
+IndexGuard::Loss IndexGuard::loss() const
+{
+    return m_mapping.loss.load(std::memory_order_relaxed);
+}
+
+void emptyCutIndexFile(const std::string& path, std::size_t regionSize)
+{
+    // SQLite cuts the index of a log that nobody uses to three bytes.
+    constexpr off_t unused = 3;
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && status.st_size > unused
+        && static_cast<std::uint64_t>(status.st_size) < regionSize)
+        (void)!truncate(path.c_str(), 0);
+}
 
 void makeIndexFile(const std::string& path)
 {
@@ -29,18 +184,6 @@ void makeIndexFile(const std::string& path)
         ioctl(descriptor, FS_IOC_SETFLAGS, &flags);
     }
     close(descriptor);
-}
-
-bool mayLackRoom(const std::string& path)
-{
-    struct statfs system {};
-    return statfs(path.c_str(), &system) == 0 && system.f_type == BTRFS_SUPER_MAGIC;
-}
-
-bool reserveRoom(void* memory, std::size_t size)
-{
-    // Kernels before 5.14 do not know the advice.
-    return madvise(memory, size, MADV_POPULATE_WRITE) == 0 || errno == EINVAL;
 }
 
 } // namespace kova

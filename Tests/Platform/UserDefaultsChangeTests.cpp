@@ -2,11 +2,18 @@
 
 #include "Tests/Support/StoreFolder.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <thread>
+#include <utility>
 
 namespace kova::tests {
 namespace {
@@ -61,7 +68,8 @@ TEST(UserDefaultsChangeTest, WhatIsSetAfterwardsIsKept)
         {"the index deleted", deletes({"-shm"}), before},
         {"log and index deleted", deletes({"-wal", "-shm"}), before},
         {"the file emptied", cutsTo(0), std::nullopt},
-        {"the file cut", cutsTo(5'000), std::nullopt},
+        // The log still has what stood there.
+        {"the file cut", cutsTo(5'000), before},
     };
     for (const auto& [name, change, inbox] : rows) {
         SCOPED_TRACE(name);
@@ -156,6 +164,73 @@ TEST(UserDefaultsChangeTest, ReplaysUpdatesOnceAfterChanges)
         EXPECT_EQ(folder.integrity(), "ok");
         EXPECT_EQ(lineCount(said.take(), message), 1);
     }
+}
+
+// The index of the log is mapped memory, and a cut leaves nothing behind it.
+TEST(UserDefaultsChangeTest, SurvivesAnIndexThatIsCutInAnUpdate)
+{
+    constexpr int count = 60;
+    for (const std::uintmax_t size : {0, 4'096, 16'384}) {
+        SCOPED_TRACE(size);
+        const StoreFolder folder;
+        const SaidLines said;
+        auto store = folder.open(std::chrono::minutes {1});
+        for (int number = 1; number <= count; ++number) {
+            store->update("list", [=, &folder, isFirstRun = true](const std::optional<Value>& list) mutable {
+                if (std::exchange(isFirstRun, false))
+                    fs::resize_file(folder.file().string() + "-shm", size);
+                return appended(list, number);
+            });
+        }
+        EXPECT_EQ(store->object("list"), Value {bodies(1, count)});
+        store.reset();
+        EXPECT_EQ(folder.stored("list"), Value {bodies(1, count)});
+        EXPECT_EQ(folder.integrity(), "ok");
+    }
+}
+
+TEST(UserDefaultsChangeTest, SurvivesAnIndexThatIsCutAtAnyTime)
+{
+    constexpr int count = 1'500;
+    constexpr int updatesPerCut = 5;
+    const StoreFolder folder;
+    const SaidLines said;
+    auto store = folder.open(std::chrono::milliseconds {1});
+    std::atomic<int> done = 0;
+    std::jthread cutting {[&] {
+        for (int cut = 1; cut < count / updatesPerCut; ++cut) {
+            for (int present = done; present < cut * updatesPerCut; present = done)
+                done.wait(present);
+            fs::resize_file(folder.file().string() + "-shm", cut % 2 == 0 ? 0 : 4'096);
+        }
+    }};
+    for (int number = 1; number <= count; ++number) {
+        append(*store, "list", number);
+        done = number;
+        done.notify_one();
+    }
+    cutting.join();
+    EXPECT_EQ(store->object("list"), Value {bodies(1, count)});
+    store.reset();
+    EXPECT_EQ(folder.stored("list"), Value {bodies(1, count)});
+    EXPECT_EQ(folder.integrity(), "ok");
+}
+
+TEST(UserDefaultsChangeTest, LeavesOtherFaultsToHandlerOfHost)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto fault = [] {
+        constexpr int handled = 7;
+        std::signal(SIGBUS, [](int) { _exit(handled); });
+        const StoreFolder folder;
+        folder.open()->setObject("text", "opens the store");
+        const auto path = folder.path() / "empty";
+        std::ofstream {path};
+        const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        const auto* page = static_cast<const volatile char*>(mmap(nullptr, 1, PROT_READ, MAP_PRIVATE, file, 0));
+        _exit(*page);
+    };
+    EXPECT_EXIT(fault(), testing::ExitedWithCode(7), "");
 }
 
 // Another process has found the file damaged and set it aside, while this one held it open and saw nothing wrong.

@@ -32,14 +32,17 @@ namespace kova::tests {
     return list;
 }
 
+inline Value appended(const std::optional<Value>& present, int number)
+{
+    auto list = present ? *present->as<Value::Array>() : Value::Array {};
+    list.append(body(number));
+    return Value {list};
+}
+
 /// Appends a body to a list, as the event buffer does.
 inline void append(UserDefaults& defaults, std::string_view key, int number)
 {
-    defaults.update(key, [number](const std::optional<Value>& present) {
-        auto list = present ? *present->as<Value::Array>() : Value::Array {};
-        list.append(body(number));
-        return Value {list};
-    });
+    defaults.update(key, [number](const std::optional<Value>& present) { return appended(present, number); });
 }
 
 class StoreFolder {
