@@ -41,6 +41,33 @@ void complainIfTooLarge(const std::filesystem::path& file)
         complain("KovaSDK: the configuration " + file.string() + " is larger than 16 MiB, so it is not read");
 }
 
+// The configuration that was read last: it is parsed again only when its bytes have changed.
+class ParsedConfiguration {
+public:
+    std::string text(const Data& bytes, std::string_view key)
+    {
+        const std::lock_guard lock {m_mutex};
+        if (m_bytes != bytes) {
+            m_list = PropertyListDecoder::decode(bytes.text()).value_or(Value {});
+            m_bytes = bytes;
+        }
+        const auto* value = m_list.find<std::string>(key);
+        return value ? *value : std::string {};
+    }
+
+private:
+    std::mutex m_mutex;
+    Data m_bytes;
+    Value m_list;
+};
+
+ParsedConfiguration& parsed()
+{
+    // Never destroyed: a thread may still read the configuration while main's statics go away.
+    static auto& configuration = *new ParsedConfiguration;
+    return configuration;
+}
+
 } // namespace
 
 std::string KovaKeyManager::get(KovaKey key) const
@@ -49,9 +76,7 @@ std::string KovaKeyManager::get(KovaKey key) const
     const auto bytes = file ? Data::contentsOf(*file, largestConfiguration) : std::nullopt;
     if (file && !bytes)
         complainIfTooLarge(*file);
-    const auto configuration = bytes ? PropertyListDecoder::decode(bytes->text()) : Value {};
-    const auto* value = configuration ? configuration->find<std::string>(resourceKey(key)) : nullptr;
-    return value ? *value : std::string {};
+    return bytes ? parsed().text(*bytes, resourceKey(key)) : std::string {};
 }
 
 } // namespace kova

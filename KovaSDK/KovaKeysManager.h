@@ -1,6 +1,7 @@
 // The host's configuration: the vendor ids and keys in the property list "Kova.plist" of its bundle.
 //
-// Nothing is cached: every call finds and reads the file again, so that a host may replace it while it runs.
+// Every call finds and reads the file again, so that a host may replace it while it runs; it is parsed when its bytes
+// have changed.
 // Threads: any.
 
 #pragma once

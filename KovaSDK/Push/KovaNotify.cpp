@@ -30,7 +30,7 @@ void handleReceived(const std::shared_ptr<const OSNotification>& notification)
     NotificationStorage::update([record = KovaNotification {payload}](
                                     std::vector<KovaNotification>& buffer) { buffer.insert(buffer.begin(), record); });
     NotificationCenter::default_().post({.name = NotificationName::didReceivedNotification});
-    print("Notification from storage :", description(NotificationStorage::buffer()));
+    NotificationStorage::read([](const auto& buffer) { print("Notification from storage :", description(buffer)); });
 }
 
 void handleOpened(const std::shared_ptr<const OSNotificationOpenedResult>& result)

@@ -20,6 +20,9 @@ public:
     /// What every binary list begins with.
     static constexpr std::string_view header = "bplist00";
 
+    /// Seconds from 1970-01-01 to 2001-01-01, where the format's dates begin.
+    static constexpr double referenceDate = 978'307'200;
+
     /// Text is stored as ASCII or UTF-16, whole numbers in 1, 2, 4 or 8 bytes, equal dictionary keys once. What is
     /// encoded can be decoded: the limits below hold here too, and exceeding them is PropertyListError::tooComplex.
     [[nodiscard]] static std::expected<Data, std::error_code> encode(const Value& value);

@@ -143,7 +143,20 @@ std::string debugDescription(std::string_view text)
 
 std::string description(const std::optional<std::string>& text)
 {
-    return text ? "Optional(" + debugDescription(*text) + ")" : "nil";
+    std::string description;
+    appendDescription(description, text);
+    return description;
+}
+
+void appendDescription(std::string& description, const std::optional<std::string>& text)
+{
+    if (!text) {
+        description += "nil";
+        return;
+    }
+    description += "Optional(\"";
+    appendEscaped(description, *text, Quotes::Escape);
+    description += "\")";
 }
 
 std::string decodedDescription(const Data& data)

@@ -21,6 +21,7 @@ KOVA_EXPORT [[nodiscard]] std::string debugDescription(std::string_view text);
 
 /// Optional("text") or nil.
 KOVA_EXPORT [[nodiscard]] std::string description(const std::optional<std::string>& text);
+KOVA_EXPORT void appendDescription(std::string& description, const std::optional<std::string>& text);
 
 /// The bytes decoded as UTF-8, as an optional: Optional("text"), or nil when they are not valid UTF-8.
 KOVA_EXPORT [[nodiscard]] std::string decodedDescription(const Data& data);

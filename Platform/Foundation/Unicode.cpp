@@ -67,6 +67,11 @@ DecodedCodePoint decodeCodePoint(std::string_view text)
     return {.value = value, .length = length, .valid = true};
 }
 
+bool isASCII(std::string_view text)
+{
+    return asciiPrefix(text) == text.size();
+}
+
 bool isValidUTF8(std::string_view text)
 {
     while (true) {

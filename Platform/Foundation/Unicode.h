@@ -20,6 +20,8 @@ struct DecodedCodePoint {
 /// are not valid.
 [[nodiscard]] DecodedCodePoint decodeCodePoint(std::string_view text);
 
+[[nodiscard]] bool isASCII(std::string_view text);
+
 [[nodiscard]] bool isValidUTF8(std::string_view text);
 
 /// The text with every ill-formed sequence replaced by U+FFFD; valid text comes back unchanged.

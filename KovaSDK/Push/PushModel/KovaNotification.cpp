@@ -101,10 +101,20 @@ std::string_view rawValue(KovaNotification::CodingKeys key)
 
 std::string description(const KovaNotification& notification)
 {
-    std::string text = "KovaSDK.KovaNotification(";
-    for (const auto& [key, field] : textFields)
-        text.append(rawValue(key)).append(": ").append(description(notification.*field)).append(", ");
-    return text + "read: " + (notification.read ? "true" : "false") + ")";
+    std::string text;
+    appendDescription(text, notification);
+    return text;
+}
+
+void appendDescription(std::string& text, const KovaNotification& notification)
+{
+    text += "KovaSDK.KovaNotification(";
+    for (const auto& [key, field] : textFields) {
+        text.append(rawValue(key)).append(": ");
+        appendDescription(text, notification.*field);
+        text += ", ";
+    }
+    text.append("read: ").append(notification.read ? "true" : "false").append(")");
 }
 
 } // namespace kova

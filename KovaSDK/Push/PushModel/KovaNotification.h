@@ -50,5 +50,6 @@ struct KovaNotification {
 
 /// The record as the log shows it.
 [[nodiscard]] std::string description(const KovaNotification& notification);
+void appendDescription(std::string& text, const KovaNotification& notification);
 
 } // namespace kova

@@ -1,8 +1,8 @@
 // The inbox: the list of received pushes, newest first, as one property list in user defaults.
 //
-// Every access reads or writes the whole list in the store; nothing is kept in memory. Threads: any; one read, one
-// write or one update is atomic, also between processes, and a sequence of them is not. There is no limit and nothing
-// is merged.
+// Every access reads or writes the whole list in the store; what has not changed there since the last access is not
+// decoded again. Threads: any; one read, one write or one update is atomic, also between processes, and a sequence of
+// them is not. There is no limit and nothing is merged.
 
 #pragma once
 
@@ -25,6 +25,9 @@ public:
     /// The records, newest first. Reads as empty when nothing is stored, or what is stored cannot be decoded as a
     /// whole; it is left as it is then.
     [[nodiscard]] static std::vector<KovaNotification> buffer();
+
+    /// Calls the function with what buffer() returns, without a copy.
+    static void read(const std::function<void(const std::vector<KovaNotification>& buffer)>& function);
 
     /// Stores the whole list. A list that cannot be encoded (text that is not valid UTF-8) removes the key and so
     /// empties the inbox: that asymmetry is contract.

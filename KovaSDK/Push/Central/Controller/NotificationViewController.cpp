@@ -164,10 +164,14 @@ void NotificationViewController::didSelectRowAt(UITableView& tableView, IndexPat
 
 void NotificationViewController::updateTableView()
 {
-    const auto buffer = NotificationStorage::buffer();
-    if (buffer.empty())
+    bool isEmpty = false;
+    NotificationStorage::read([&](const auto& buffer) {
+        isEmpty = buffer.empty();
+        if (!isEmpty)
+            viewModel->notifications.insert(viewModel->notifications.begin(), buffer.front());
+    });
+    if (isEmpty)
         return;
-    viewModel->notifications.insert(viewModel->notifications.begin(), buffer.front());
     if (!scene)
         return;
     auto& table = *scene->tableView;
