@@ -1,39 +1,18 @@
 #include "Benchmarks/Support/OkServer.h"
 
-#include "Benchmarks/Support/LoopbackListener.h"
 #include "Benchmarks/Support/Require.h"
+#include "Tests/Support/LoopbackSocket.h"
 
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
-#include <charconv>
 #include <string_view>
 
 namespace kova::benchmarks {
 
-namespace {
-
-/// The length of the first request in the bytes; zero while it is not whole.
-std::size_t wholeRequest(std::string_view bytes)
-{
-    constexpr std::string_view field = "Content-Length: ";
-    const auto head = bytes.find("\r\n\r\n");
-    if (head == std::string_view::npos)
-        return 0;
-    std::size_t length = 0;
-    if (const auto begin = bytes.substr(0, head).find(field); begin != std::string_view::npos)
-        std::from_chars(bytes.data() + begin + field.size(), bytes.data() + head, length);
-    const auto whole = head + 4 + length;
-    return bytes.size() >= whole ? whole : 0;
-}
-
-} // namespace
-
 OkServer::OkServer()
-    : m_listener(listenOnLoopback(m_port))
+    : m_listener(tests::listenOnLoopback(m_port))
 {
     m_acceptor = std::thread {[this] { acceptConnections(); }};
 }
@@ -55,11 +34,9 @@ std::string OkServer::url(const std::string& path) const
 void OkServer::acceptConnections()
 {
     while (true) {
-        const int connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = tests::acceptConnection(m_listener);
         if (connection < 0)
             return;
-        const int yes = 1;
-        setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
         m_threads.emplace_back([this, connection] { serve(connection); });
     }
 }
@@ -74,11 +51,10 @@ void OkServer::serve(int connection)
         if (count <= 0)
             break;
         pending.append(bytes.data(), static_cast<std::size_t>(count));
-        while (const auto whole = wholeRequest(pending)) {
-            pending.erase(0, whole);
+        while (const auto whole = tests::wholeRequest(pending)) {
+            pending.erase(0, *whole);
             ++m_requests;
-            require(send(connection, reply.data(), reply.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(reply.size()),
-                "a reply cannot be sent");
+            require(tests::sendAll(connection, reply), "a reply cannot be sent");
         }
     }
     close(connection);

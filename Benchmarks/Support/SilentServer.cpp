@@ -1,7 +1,7 @@
 #include "Benchmarks/Support/SilentServer.h"
 
-#include "Benchmarks/Support/LoopbackListener.h"
 #include "Benchmarks/Support/Require.h"
+#include "Tests/Support/LoopbackSocket.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 namespace kova::benchmarks {
 
 SilentServer::SilentServer()
-    : m_listener(listenOnLoopback(m_port))
+    : m_listener(tests::listenOnLoopback(m_port))
 {
 }
 
@@ -28,7 +28,7 @@ std::string SilentServer::url(const std::string& path) const
 void SilentServer::takeRequests(int count)
 {
     for (int taken = 0; taken < count; ++taken) {
-        const int connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        const int connection = tests::acceptConnection(m_listener);
         require(connection >= 0, "a connection cannot be accepted");
         m_connections.push_back(connection);
         char first = 0;

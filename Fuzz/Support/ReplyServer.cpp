@@ -1,10 +1,8 @@
 #include "Fuzz/Support/ReplyServer.h"
 
 #include "Fuzz/Fuzzing.h"
+#include "Tests/Support/LoopbackSocket.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -12,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
 #include <utility>
 
@@ -23,50 +20,13 @@ namespace {
 // How long a client may wait for what does not come on a connection that is kept.
 constexpr auto patience = std::chrono::milliseconds {2};
 
-// The length of a request with its body; none while it is not all there. Our own client writes it, so it is well
-// formed.
-std::optional<std::size_t> requestLength(std::string_view received)
-{
-    constexpr std::string_view end = "\r\n\r\n";
-    constexpr std::string_view field = "\r\nContent-Length: ";
-    const auto head = received.find(end);
-    if (head == std::string_view::npos)
-        return std::nullopt;
-    std::size_t body = 0;
-    if (const auto length = received.substr(0, head).find(field); length != std::string_view::npos) {
-        const auto* digits = received.data() + length + field.size();
-        require(std::from_chars(digits, received.data() + head, body).ec == std::errc {});
-    }
-    const auto whole = head + end.size() + body;
-    return received.size() >= whole ? std::optional {whole} : std::nullopt;
-}
-
-// A client that has gone is no error.
-void send(int socket, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        const auto sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent <= 0)
-            return;
-        bytes.remove_prefix(static_cast<std::size_t>(sent));
-    }
-}
-
 } // namespace
 
 ReplyServer::ReplyServer()
-    : m_listening(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    : m_listening(tests::listenOnLoopback(m_port))
     , m_wake(eventfd(0, EFD_CLOEXEC))
 {
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    socklen_t length = sizeof address;
-    constexpr int backlog = 64;
-    require(m_wake >= 0 && bind(m_listening, generic, length) == 0 && listen(m_listening, backlog) == 0
-        && getsockname(m_listening, generic, &length) == 0);
-    m_port = ntohs(address.sin_port);
+    require(m_wake >= 0);
     m_thread = std::jthread {[this] { run(); }};
 }
 
@@ -136,12 +96,9 @@ void ReplyServer::closeOverdue()
 
 void ReplyServer::accept()
 {
-    const int socket = accept4(m_listening, nullptr, nullptr, SOCK_CLOEXEC);
-    if (socket < 0)
-        return;
-    constexpr int on = 1;
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-    m_connections.push_back({.socket = socket});
+    const int socket = tests::acceptConnection(m_listening);
+    if (socket >= 0)
+        m_connections.push_back({.socket = socket});
 }
 
 void ReplyServer::receive(Connection& connection)
@@ -152,7 +109,7 @@ void ReplyServer::receive(Connection& connection)
         return close(connection);
     auto& received = connection.received;
     received.append(chunk.data(), static_cast<std::size_t>(count));
-    while (const auto length = connection.socket < 0 ? std::nullopt : requestLength(received)) {
+    while (const auto length = connection.socket < 0 ? std::nullopt : tests::wholeRequest(received)) {
         const bool isGood = received.starts_with("GET /good ");
         received.erase(0, *length);
         answer(connection, isGood);
@@ -161,11 +118,14 @@ void ReplyServer::receive(Connection& connection)
 
 void ReplyServer::answer(Connection& connection, bool isGood)
 {
-    if (isGood)
-        return send(connection.socket, "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\ngood");
+    // A client that has gone is no error.
+    if (isGood) {
+        tests::sendAll(connection.socket, "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\ngood");
+        return;
+    }
     const std::string_view bytes = m_plan.bytes;
-    send(connection.socket, bytes.substr(0, m_plan.split));
-    send(connection.socket, bytes.substr(m_plan.split));
+    tests::sendAll(connection.socket, bytes.substr(0, m_plan.split));
+    tests::sendAll(connection.socket, bytes.substr(m_plan.split));
     if (!m_plan.keepsConnection)
         close(connection);
     else if (!m_isFinished)

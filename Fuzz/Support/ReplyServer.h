@@ -56,9 +56,9 @@ private:
     void answer(Connection& connection, bool isGood);
     static void close(Connection& connection);
 
-    int m_listening = -1;
-    int m_wake = -1;
     std::uint16_t m_port = 0;
+    int m_listening;
+    int m_wake;
 
     /// Guards what follows, and is held while a reply is sent.
     std::mutex m_mutex;

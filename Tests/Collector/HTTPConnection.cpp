@@ -1,5 +1,7 @@
 #include "Tests/Collector/HTTPConnection.h"
 
+#include "Tests/Support/LoopbackSocket.h"
+
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -31,14 +33,9 @@ HTTPConnection::HTTPConnection(std::uint16_t port)
         throw std::system_error(errno, std::generic_category(), "connect");
 }
 
-void HTTPConnection::send(std::string_view bytes)
+bool HTTPConnection::send(std::string_view bytes)
 {
-    while (!bytes.empty()) {
-        const auto count = ::send(m_socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (count < 0)
-            return;
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
+    return sendAll(m_socket.get(), bytes);
 }
 
 std::optional<HTTPReply> HTTPConnection::receive()

@@ -33,8 +33,8 @@ public:
 
     explicit HTTPConnection(std::uint16_t port);
 
-    /// Breaks off without complaint when the server has closed: what it said before can still be read.
-    void send(std::string_view bytes);
+    /// False when the server has closed before all was taken: what it said before can still be read.
+    bool send(std::string_view bytes);
 
     /// The next reply, read by its Content-Length; none when the connection ended first.
     [[nodiscard]] std::optional<HTTPReply> receive();

@@ -1,19 +1,15 @@
 #include "Tests/Support/LoopbackServer.h"
 
 #include "Platform/Foundation/URLRequest.h"
+#include "Tests/Support/LoopbackSocket.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <sstream>
-#include <system_error>
 #include <utility>
 
 namespace kova::tests {
@@ -31,20 +27,15 @@ public:
     /// None when the connection ends before a request is complete.
     std::optional<RecordedRequest> next()
     {
-        auto end = m_buffer.find("\r\n\r\n");
-        for (; end == std::string::npos; end = m_buffer.find("\r\n\r\n")) {
+        std::optional<std::size_t> size;
+        while (!(size = wholeRequest(m_buffer))) {
             if (!readMore())
                 return {};
         }
+        const auto end = m_buffer.find("\r\n\r\n");
         auto request = head(m_buffer.substr(0, end + 2));
-        m_buffer.erase(0, end + 4);
-        const auto length = std::stoul(request.header("Content-Length").value_or("0"));
-        while (m_buffer.size() < length) {
-            if (!readMore())
-                return {};
-        }
-        request.body = m_buffer.substr(0, length);
-        m_buffer.erase(0, length);
+        request.body = m_buffer.substr(end + 4, *size - end - 4);
+        m_buffer.erase(0, *size);
         return request;
     }
 
@@ -80,17 +71,6 @@ private:
     std::string m_buffer;
 };
 
-bool sendAll(int socket, std::string_view bytes)
-{
-    while (!bytes.empty()) {
-        const auto count = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (count < 0)
-            return false;
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-    }
-    return true;
-}
-
 } // namespace
 
 std::optional<std::string> RecordedRequest::header(std::string_view name) const
@@ -104,17 +84,8 @@ std::optional<std::string> RecordedRequest::header(std::string_view name) const
 }
 
 LoopbackServer::LoopbackServer()
-    : m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    : m_listener(listenOnLoopback(m_port))
 {
-    sockaddr_in address {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-    if (m_listener < 0 || ::bind(m_listener, generic, size) != 0 || ::listen(m_listener, 128) != 0
-        || ::getsockname(m_listener, generic, &size) != 0)
-        throw std::system_error {errno, std::system_category(), "loopback server"};
-    m_port = ntohs(address.sin_port);
     m_acceptor = std::thread {[this] { acceptConnections(); }};
 }
 
@@ -183,14 +154,12 @@ bool LoopbackServer::waitUntilAllAreClosed() const
 void LoopbackServer::acceptConnections()
 {
     for (;;) {
-        const auto socket = ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        const auto socket = acceptConnection(m_listener);
         if (socket < 0) {
             if (m_stop.stop_requested())
                 return;
             continue;
         }
-        const int on = 1;
-        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         const std::lock_guard lock {m_mutex};
         m_open.insert(socket);
         m_threads.emplace_back([this, socket, number = static_cast<int>(m_threads.size())] { serve(socket, number); });

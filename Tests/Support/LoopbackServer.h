@@ -78,8 +78,8 @@ private:
     [[nodiscard]] bool send(int socket, const Reply& reply);
     void finish(int socket, Reply::Then then);
 
-    int m_listener = -1;
     std::uint16_t m_port = 0;
+    int m_listener;
     std::stop_source m_stop;
 
     mutable std::mutex m_mutex;
