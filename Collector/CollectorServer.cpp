@@ -1,237 +1,293 @@
 #include "Collector/CollectorServer.h"
 
-#include "Collector/ClientConnection.h"
-#include "Collector/StopEvent.h"
 #include "Collector/Thumbnail.h"
 
-#include <httplib.h>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/string.hpp>
+#include <boost/beast/core/tcp_stream.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/http/write.hpp>
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace kova::collector {
 
 namespace {
 
+namespace beast = boost::beast;
+namespace http = boost::beast::http;
+namespace net = boost::asio;
+using boost::system::error_code;
+using boost::system::system_error;
+using net::ip::tcp;
+using Reply = http::response<http::string_body>;
+using RequestParser = http::request_parser<http::string_body>;
+
 constexpr std::size_t largestBody = 64 * 1024 * 1024;
-/// A kept-alive connection holds its thread, and half of them are to be spare.
-constexpr std::size_t threadCount = 64;
-constexpr int listenBacklog = 128;
+/// No client of the SDK comes near; it bounds the memory that garbage without a line end can take.
+constexpr std::uint32_t longestHead = 256 * 1024;
+/// Bounds the bodies that are held at once; further clients wait in the listener's backlog.
+constexpr int mostConnections = 64;
+constexpr std::size_t receiveCapacity = 64 * 1024;
+constexpr unsigned http11 = 11;
 
-/// Lets the web server library read from and write to a connection.
-class ConnectionStream final : public httplib::Stream {
-public:
-    explicit ConnectionStream(ClientConnection& connection)
-        : m_connection(connection)
-    {
-    }
+/// For a client that says nothing between requests, or stalls inside one.
+constexpr std::chrono::seconds idleTimeout {60};
+constexpr std::chrono::seconds lingerTimeout {1};
+constexpr std::size_t lingerLimit = 2 * largestBody;
+/// Before the next try to accept, when the system has no descriptor left.
+constexpr std::chrono::milliseconds acceptPause {100};
 
-    bool is_readable() const override { return true; }
-    bool is_writable() const override { return true; }
-    ssize_t read(char* bytes, size_t capacity) override { return m_connection.read(bytes, capacity); }
-    ssize_t write(const char* bytes, size_t size) override
-    {
-        m_connection.write({bytes, size});
-        return static_cast<ssize_t>(size);
-    }
-    void get_remote_ip_and_port(std::string&, int&) const override { }
-    void get_local_ip_and_port(std::string&, int&) const override { }
-    socket_t socket() const override { return m_connection.socket(); }
-
-private:
-    ClientConnection& m_connection;
-};
-
-/// Makes the library leave body and reply as they are: it would take forms apart, inflate what is compressed and
-/// compress the reply, and it waits for the end of the connection when a length is missing, which means "no body".
-void keepLiteral(httplib::Request& request)
+/// The path of a request target without its percent escapes; an escape without two hexadecimal digits is kept.
+std::string unescapedPath(std::string_view target)
 {
-    for (const auto* field : {"Content-Type", "Content-Encoding", "Accept-Encoding"})
-        request.headers.erase(field);
-    request.ranges.clear();
-    if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding"))
-        request.set_header("Content-Length", "0");
+    target = target.substr(0, target.find_first_of("?#"));
+    std::string path;
+    while (!target.empty()) {
+        const auto* const digits = target.data() + 1;
+        unsigned char byte = 0;
+        const bool isEscape
+            = target.size() > 2 && target[0] == '%' && std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
+        path += isEscape ? static_cast<char>(byte) : target[0];
+        target.remove_prefix(isEscape ? 3 : 1);
+    }
+    return path;
 }
 
-/// The library reads the body of these methods, and leaves any other's where the next request would begin.
-bool isBodyRead(const httplib::Request& request)
-{
-    constexpr std::array<std::string_view, 4> methods {"POST", "PUT", "PATCH", "DELETE"};
-    return std::ranges::find(methods, request.method) != methods.end()
-        || (request.get_header_value("Content-Length") == "0" && !request.has_header("Transfer-Encoding"));
+/// Parses up to the end of the head, or what has arrived of the body; returns how many bytes it took.
+std::size_t parse(RequestParser& parser, net::const_buffer bytes, error_code& error)
+try {
+    const auto size = parser.put(bytes, error);
+    if (error == http::error::need_more)
+        error = {};
+    return size;
+} catch (const std::length_error&) {
+    // Thrown for a field of more than 64 KiB.
+    error = http::error::header_limit;
+    return 0;
 }
 
-/// What the library's hook, which is not told the connection, finds out about the request that its thread serves.
-struct Findings {
-    std::string body;
-    /// The library could make nothing of the request, so nobody knows where the next one begins.
-    bool isRefused = false;
-    /// The reply says that a final one follows, and none does.
-    bool isInterim = false;
-};
-
-thread_local Findings* findingsOfThisThread = nullptr;
-
-void keepFindings(const httplib::Request& request, const httplib::Response& response)
+/// Throws system_error when nothing comes any more.
+net::awaitable<void> receive(beast::tcp_stream& client, beast::flat_buffer& received, std::chrono::seconds timeout)
 {
-    if (findingsOfThisThread == nullptr)
-        return;
-    findingsOfThisThread->body = request.body;
-    // An error of the library's own has no body; an unknown path is the one that leaves the connection in order.
-    findingsOfThisThread->isRefused = response.status >= 400 && response.status != 404 && response.body.empty();
-    findingsOfThisThread->isInterim = response.status < 200;
+    client.expires_after(timeout);
+    received.commit(co_await client.async_read_some(received.prepare(receiveCapacity), net::use_awaitable));
+}
+
+/// Throws system_error when the client does not take it.
+net::awaitable<void> send(beast::tcp_stream& client, Reply reply)
+{
+    client.expires_after(idleTimeout);
+    co_await http::async_write(client, reply, net::use_awaitable);
+}
+
+/// Takes a request's head, with the empty line at its end, off the front of what is received; empty when too long.
+net::awaitable<std::string> receiveHead(beast::tcp_stream& client, beast::flat_buffer& received)
+{
+    constexpr std::string_view end = "\r\n\r\n";
+    while (received.size() <= longestHead) {
+        const std::string_view bytes {static_cast<const char*>(received.data().data()), received.size()};
+        if (const auto begin = bytes.find(end); begin != std::string_view::npos) {
+            std::string head {bytes.substr(0, begin + end.size())};
+            received.consume(head.size());
+            co_return head;
+        }
+        co_await receive(client, received, idleTimeout);
+    }
+    co_return std::string {};
+}
+
+/// Takes the body off the front of what is received, and leaves it in the parser. The error is the client's.
+net::awaitable<error_code> receiveBody(
+    beast::tcp_stream& client, beast::flat_buffer& received, RequestParser& parser, const std::string& head)
+{
+    error_code error;
+    parse(parser, net::buffer(head), error);
+    const auto& request = parser.get();
+    // The library reads no body when it does not know the coding.
+    if (!error && request.count(http::field::transfer_encoding) > 0 && !parser.chunked())
+        error = http::error::bad_transfer_encoding;
+    if (!error && beast::iequals(request[http::field::expect], "100-continue"))
+        co_await send(client, Reply {http::status::continue_, http11});
+    while (!error && !parser.is_done()) {
+        const auto size = parse(parser, received.data(), error);
+        received.consume(size);
+        if (size == 0 && !error)
+            co_await receive(client, received, idleTimeout);
+    }
+    co_return error;
+}
+
+/// Reads on until the client closes: closing with unread bytes resets the connection, and the client could lose the
+/// reply that is on its way.
+net::awaitable<void> lingeringClose(beast::tcp_stream& client, beast::flat_buffer& received)
+{
+    client.socket().shutdown(tcp::socket::shutdown_send);
+    for (std::size_t discarded = 0; discarded < lingerLimit; discarded += received.size()) {
+        received.clear();
+        co_await receive(client, received, lingerTimeout);
+    }
 }
 
 } // namespace
 
-class CollectorServer::Implementation final : private httplib::Server {
+class CollectorServer::Implementation {
 public:
     Implementation(const CollectorOptions& options, RequestLog* log)
         : m_options(options)
         , m_log(log)
     {
-        set_tcp_nodelay(true);
-        set_keep_alive_timeout(ClientConnection::idleTimeout.count());
-        set_keep_alive_max_count(1'000'000);
-        set_payload_max_length(largestBody);
-        // The library's own choice lets two servers share a port without a word.
-        set_socket_options([](socket_t socket) {
-            const int on = 1;
-            setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-        });
-        new_task_queue = [] { return new httplib::ThreadPool(threadCount); };
-        set_post_routing_handler(keepFindings);
-        const auto answerPost = [this](const httplib::Request&, httplib::Response& response) { answer(response); };
-        // Of a path that is no longer escaped: a line break, which a dot does not match, may be in it.
-        Post(R"(/v2/[\s\S]*)", answerPost);
-        Post(R"(/v1/geotriggers/[\s\S]*)", answerPost);
-        Get("/images/(.+)", [](const httplib::Request& request, httplib::Response& response) {
-            response.set_content(thumbnail(request.matches[1].str()), "image/png");
-        });
+        m_signals.async_wait([this](const error_code&, int) { m_context.stop(); });
     }
 
     std::expected<std::uint16_t, std::error_code> bind();
-    bool run() { return listen_after_bind() || m_stop.waitFor(std::chrono::milliseconds {0}); }
-    void stop()
-    {
-        m_stop.trigger();
-        // Wakes the thread that accepts, and keeps one that has yet to begin from waiting.
-        ::shutdown(m_listener, SHUT_RDWR);
-    }
+    void run();
 
 private:
-    bool process_and_close_socket(socket_t socket) override;
-    void buildTables();
-    /// Whether the connection may be used for another request.
-    bool serve(ClientConnection& connection);
-    bool record(ReceivedRequest request, std::string body);
-    void answer(httplib::Response& response) const
-    {
-        response.status = m_options.status;
-        if (m_options.status >= 200 && m_options.status != 204 && m_options.status != 304)
-            response.set_content(R"({"ok":true})", "application/json");
-    }
+    /// Serves one connection after another.
+    net::awaitable<void> acceptConnections();
+    /// Serves a request; false when the connection is not to be used for another.
+    net::awaitable<bool> serve(beast::tcp_stream& client, beast::flat_buffer& received);
+    bool record(const ReceivedRequest& request);
+    Reply answer(const ReceivedRequest& request) const;
 
     CollectorOptions m_options;
     RequestLog* m_log;
-    StopEvent m_stop;
-    int m_listener = -1;
+    net::io_context m_context;
+    net::signal_set m_signals {m_context, SIGTERM, SIGINT};
+    tcp::acceptor m_acceptor {m_context};
 };
-
-/// The library builds tables when its code first needs them, under guards inside its binary that thread sanitizer
-/// cannot see. A request of our own, before there are threads, builds them where no report can come of it.
-void CollectorServer::Implementation::buildTables()
-{
-    constexpr std::string_view request = "OPTIONS * HTTP/1.1\r\nRange: bytes=0-1\r\n\r\n";
-    int ends[2];
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
-        return;
-    ClientConnection connection {ends[0], m_stop};
-    ::send(ends[1], request.data(), request.size(), MSG_NOSIGNAL);
-    close(ends[1]);
-    ConnectionStream stream {connection};
-    bool isToBeClosed = false;
-    process_request(stream, true, isToBeClosed, [](httplib::Request& tables) { keepLiteral(tables); });
-}
 
 std::expected<std::uint16_t, std::error_code> CollectorServer::Implementation::bind()
 {
-    buildTables();
-    errno = 0;
-    const bool isBound
-        = m_options.port == 0 ? bind_to_any_port("127.0.0.1") > 0 : bind_to_port("127.0.0.1", m_options.port);
-    const auto failure = [] { return std::unexpected {std::error_code {errno, std::generic_category()}}; };
-    m_listener = svr_sock_;
-    if (!isBound || m_listener < 0)
-        return failure();
-    // The library listens with a backlog of five, and a burst of connections would be put off by a second.
-    sockaddr_in address {};
-    socklen_t size = sizeof address;
-    if (::listen(m_listener, listenBacklog) != 0
-        || getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-        return failure();
-    return ntohs(address.sin_port);
+    try {
+        m_acceptor = tcp::acceptor {m_context, {net::ip::address_v4::loopback(), m_options.port}};
+        return m_acceptor.local_endpoint().port();
+    } catch (const system_error& error) {
+        return std::unexpected {std::error_code {error.code()}};
+    }
 }
 
-bool CollectorServer::Implementation::process_and_close_socket(socket_t socket)
+void CollectorServer::Implementation::run()
 {
-    ClientConnection connection {socket, m_stop};
-    while (connection.waitForRequest() && serve(connection)) { }
-    return true;
+    for (int count = 0; count < mostConnections; ++count) {
+        net::co_spawn(m_context, acceptConnections(), [](const std::exception_ptr& exception) {
+            if (exception)
+                std::rethrow_exception(exception);
+        });
+    }
+    m_context.run();
 }
 
-bool CollectorServer::Implementation::serve(ClientConnection& connection)
+net::awaitable<void> CollectorServer::Implementation::acceptConnections()
 {
-    ConnectionStream stream {connection};
-    Findings findings;
-    bool isToBeClosed = false;
-    bool isWhole = true;
-    findingsOfThisThread = &findings;
-    const bool isProcessed = process_request(stream, false, isToBeClosed, [&](httplib::Request& request) {
-        connection.endHead();
-        keepLiteral(request);
-        isWhole = isBodyRead(request);
-    });
-    findingsOfThisThread = nullptr;
-    if (connection.isCutShort())
-        return false;
+    while (true) {
+        error_code error;
+        auto socket = co_await m_acceptor.async_accept(net::redirect_error(net::use_awaitable, error));
+        if (error) {
+            net::steady_timer pause {m_context, acceptPause};
+            co_await pause.async_wait(net::use_awaitable);
+            continue;
+        }
+        try {
+            socket.set_option(tcp::no_delay {true});
+            beast::tcp_stream client {std::move(socket)};
+            beast::flat_buffer received;
+            while (co_await serve(client, received)) { }
+            co_await lingeringClose(client, received);
+        } catch (const system_error&) {
+            // The client has gone, or said nothing for too long.
+            continue;
+        }
+    }
+}
 
-    auto request = ReceivedRequest::fromHead(connection.head());
-    // Of a method that it does not know the library reads no more than the request line.
-    if (request && connection.readRestOfHead())
-        request = ReceivedRequest::fromHead(connection.head());
-    if (request && !record(*std::move(request), std::move(findings.body))) {
-        connection.abandon();
-        return false;
+net::awaitable<bool> CollectorServer::Implementation::serve(beast::tcp_stream& client, beast::flat_buffer& received)
+{
+    const auto head = co_await receiveHead(client, received);
+    if (head.empty())
+        co_return false;
+    RequestParser parser;
+    parser.header_limit(longestHead);
+    parser.body_limit(largestBody);
+    const auto error = co_await receiveBody(client, received, parser, head);
+
+    auto request = ReceivedRequest::fromHead(head);
+    const bool isServed = request && !error;
+    if (isServed)
+        request->body = std::move(parser.get().body());
+    if (request && !record(*request)) {
+        client.close();
+        co_return false;
     }
-    if (m_options.delay > std::chrono::milliseconds {0} && m_stop.waitFor(m_options.delay))
-        return false;
-    switch (m_options.answering) {
-    case Answering::drop:
-        connection.abandon();
-        return false;
-    case Answering::reset:
-        connection.reset();
-        return false;
-    case Answering::reply:
-        break;
+    if (m_options.delay > std::chrono::milliseconds {0}) {
+        net::steady_timer delay {m_context, m_options.delay};
+        co_await delay.async_wait(net::use_awaitable);
     }
-    return connection.send() && isProcessed && !isToBeClosed && !findings.isRefused && !findings.isInterim && isWhole;
+    if (m_options.answering == Answering::reset)
+        client.socket().set_option(tcp::socket::linger {true, 0});
+    if (m_options.answering != Answering::reply) {
+        client.close();
+        co_return false;
+    }
+
+    const auto refusal = error == http::error::body_limit ? http::status::payload_too_large : http::status::bad_request;
+    auto reply = isServed ? answer(*request) : Reply {refusal, http11};
+    // After an error the next request may begin anywhere, and after 1xx a client waits for the final reply.
+    const bool isKept = isServed && parser.keep_alive() && reply.result_int() >= 200;
+    reply.keep_alive(isKept);
+    reply.prepare_payload();
+    if (isKept)
+        reply.set(http::field::keep_alive, "timeout=" + std::to_string(idleTimeout.count()));
+    if (isServed && request->method == "HEAD")
+        reply.body().clear();
+    co_await send(client, std::move(reply));
+    co_return isKept;
 }
 
 /// False when the request could not be logged: it is then not answered, so that no client takes it for received.
-bool CollectorServer::Implementation::record(ReceivedRequest request, std::string body)
+bool CollectorServer::Implementation::record(const ReceivedRequest& request)
 {
     if (m_log == nullptr)
         return true;
-    request.body = std::move(body);
     const auto error = m_log->append(request);
     if (error)
         std::cerr << "kova-collector: a request was not logged: " + error.message() + "\n";
     return !error;
+}
+
+Reply CollectorServer::Implementation::answer(const ReceivedRequest& request) const
+{
+    constexpr std::string_view images = "/images/";
+    const auto path = unescapedPath(request.path);
+    Reply reply {http::status::not_found, http11};
+    if (request.method == "POST" && (path.starts_with("/v2/") || path.starts_with("/v1/geotriggers/"))) {
+        reply.result(static_cast<unsigned>(m_options.status));
+        if (m_options.status >= 200 && m_options.status != 204 && m_options.status != 304) {
+            reply.set(http::field::content_type, "application/json");
+            reply.body() = R"({"ok":true})";
+        }
+    } else if ((request.method == "GET" || request.method == "HEAD") && path.starts_with(images) && path != images) {
+        reply.result(http::status::ok);
+        reply.set(http::field::content_type, "image/png");
+        reply.body() = thumbnail(path.substr(images.size()));
+    }
+    return reply;
 }
 
 CollectorServer::CollectorServer(const CollectorOptions& options, RequestLog* log)
@@ -246,14 +302,9 @@ std::expected<std::uint16_t, std::error_code> CollectorServer::bind()
     return m_implementation->bind();
 }
 
-bool CollectorServer::run()
+void CollectorServer::run()
 {
-    return m_implementation->run();
-}
-
-void CollectorServer::stop()
-{
-    m_implementation->stop();
+    m_implementation->run();
 }
 
 } // namespace kova::collector

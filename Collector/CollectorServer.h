@@ -1,7 +1,6 @@
 // The web service itself: takes requests on 127.0.0.1, logs them, answers them as the options say.
 //
-// Threads: run() occupies its caller and serves each connection on a thread of a pool; stop() may come from any thread,
-// at any time after bind(), also before run().
+// Threads: one. run() serves every connection on its caller's thread.
 
 #pragma once
 
@@ -17,6 +16,7 @@ namespace kova::collector {
 
 class CollectorServer {
 public:
+    /// From here on SIGTERM and SIGINT end run() instead of the process, also when they come before it.
     /// `log` may be null: then nothing is logged. Otherwise it must outlive the server.
     CollectorServer(const CollectorOptions& options, RequestLog* log);
     ~CollectorServer();
@@ -26,10 +26,8 @@ public:
     /// The port that is listened on. From here on clients can connect; they are served once run() is under way.
     [[nodiscard]] std::expected<std::uint16_t, std::error_code> bind();
 
-    /// Serves until stop(), and returns when no connection is left; false when it ended for another reason.
-    [[nodiscard]] bool run();
-
-    void stop();
+    /// Serves until SIGTERM or SIGINT.
+    void run();
 
 private:
     class Implementation;

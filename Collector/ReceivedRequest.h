@@ -1,7 +1,7 @@
 // A request as the client sent it.
 //
-// Kept apart from what the web server library makes of it: the library decodes percent signs in field values, drops
-// empty fields and adds some of its own, and a log must show what was on the wire.
+// Kept apart from what the HTTP library makes of it: the library stops at the first thing that it does not accept, and
+// a log must show what was on the wire.
 
 #pragma once
 

@@ -56,8 +56,6 @@ std::error_code RequestLog::append(const ReceivedRequest& request)
         return json.error();
     auto line = std::string {json->text()};
     line += '\n';
-
-    const std::lock_guard lock {m_mutex};
     std::string_view rest = line;
     // A second write is needed only when the first was cut short, by a disk that is nearly full for instance.
     while (!rest.empty()) {

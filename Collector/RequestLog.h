@@ -4,7 +4,7 @@
 //
 // Text that is not UTF-8 is repaired with U+FFFD; such a body is there a second time as "bodyBase64".
 // Each line is one write to a file opened for appending, so a reader never sees half of one and several collectors may
-// share a file. Threads: any.
+// share a file. Threads: one.
 
 #pragma once
 
@@ -12,7 +12,6 @@
 
 #include <expected>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <system_error>
 
@@ -33,7 +32,6 @@ public:
 private:
     explicit RequestLog(int descriptor);
 
-    std::mutex m_mutex;
     int m_descriptor;
 };
 

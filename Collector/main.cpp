@@ -11,7 +11,6 @@
 #include <iostream>
 #include <memory>
 #include <string>
-#include <thread>
 
 using namespace kova::collector;
 
@@ -38,12 +37,6 @@ int main(int count, char** arguments)
         return std::cout ? EXIT_SUCCESS : fail(EXIT_FAILURE, "not all could be written to standard output");
     }
 
-    // Blocked before any thread begins, so that only the one that waits for them takes them.
-    sigset_t endings;
-    sigemptyset(&endings);
-    sigaddset(&endings, SIGTERM);
-    sigaddset(&endings, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &endings, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
 
     std::unique_ptr<RequestLog> log;
@@ -60,18 +53,8 @@ int main(int count, char** arguments)
         return fail(EXIT_FAILURE,
             "cannot listen on 127.0.0.1 port " + std::to_string(options->port) + ": " + port.error().message());
     }
-    std::thread ending {[&] {
-        int signal = 0;
-        sigwait(&endings, &signal);
-        server.stop();
-    }};
     std::cout << "listening on http://127.0.0.1:" + std::to_string(*port) + "\n" << std::flush;
 
-    const bool isStopped = server.run();
-    // Does nothing when the signal has been, and ends the wait when the server gave up by itself.
-    // The signal is blocked everywhere and only waited for, so no thread dies of it.
-    // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread)
-    pthread_kill(ending.native_handle(), SIGTERM);
-    ending.join();
-    return isStopped ? EXIT_SUCCESS : fail(EXIT_FAILURE, "the service ended unexpectedly");
+    server.run();
+    return EXIT_SUCCESS;
 }

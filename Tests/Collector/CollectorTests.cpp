@@ -104,6 +104,132 @@ TEST(CollectorTest, LogsBodiesOfAnyShape)
     }
 }
 
+// A request that is answered with an error is logged as far as it can be read.
+TEST(CollectorTest, LogsRequestsThatItDoesNotServe)
+{
+    const auto post = [](const std::string& fields, const std::string& rest) {
+        return "POST /v2/ HTTP/1.1\r\n" + fields + "\r\n" + rest;
+    };
+    const struct {
+        const char* name;
+        std::string request;
+        int status;
+        std::string method;
+        std::string path;
+        std::string body;
+        std::size_t headerCount;
+    } rows[] = {
+        {"another method", httpRequest("PROPFIND", "/v2/", "abc"), 404, "PROPFIND", "/v2/", "abc", 2},
+        {"a body that goes unused", httpRequest("GET", "/other", "abc"), 404, "GET", "/other", "abc", 2},
+        {"a blank in the path", httpRequest("POST", "/v2/a b"), 400, "POST", "/v2/a b", "", 2},
+        {"a blank before the colon", post("A : b\r\nC: d\r\n", ""), 400, "POST", "/v2/", "", 2},
+        {"a field too long for the parser", post("A: " + std::string(100'000, 'x') + "\r\n", ""), 400, "POST", "/v2/",
+            "", 1},
+        {"a length that is no number", post("Content-Length: 3x\r\n", "abc"), 400, "POST", "/v2/", "", 1},
+        {"two lengths", post("Content-Length: 3\r\nContent-Length: 4\r\n", "abc"), 400, "POST", "/v2/", "", 1},
+        {"a coding that is not known", post("Transfer-Encoding: gzip\r\n", "abc"), 400, "POST", "/v2/", "", 1},
+        {"a chunk without its line end", post("Transfer-Encoding: chunked\r\n", "3\r\nabc0\r\n\r\n"), 400, "POST",
+            "/v2/", "", 1},
+        {"a body that is too large", post("Content-Length: 67108865\r\n", "abc"), 413, "POST", "/v2/", "", 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Collector collector;
+        HTTPConnection connection {collector.port()};
+        connection.send(row.request + httpRequest("GET", "/next"));
+        const auto reply = connection.receive();
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->status, row.status);
+        // After a request that cannot be read the next one may begin anywhere.
+        const bool isReadable = row.status == 404;
+        if (isReadable)
+            EXPECT_TRUE(connection.receive());
+        else
+            EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
+        EXPECT_THAT(connection.rest(), IsEmpty());
+        const auto requests = collector.requests();
+        ASSERT_THAT(requests, SizeIs(isReadable ? 2 : 1));
+        EXPECT_EQ(requests[0].method, row.method);
+        EXPECT_EQ(requests[0].path, row.path);
+        EXPECT_EQ(requests[0].body, row.body);
+        EXPECT_THAT(requests[0].headers, SizeIs(row.headerCount));
+    }
+}
+
+TEST(CollectorTest, DoesNotLogGarbage)
+{
+    for (const std::string bytes : {"hello\r\n\r\n", "GET /images/a HTTP/2.0\r\n\r\n", "\r\nGET / HTTP/1.1\r\n\r\n"}) {
+        SCOPED_TRACE(bytes);
+        Collector collector;
+        HTTPConnection connection {collector.port()};
+        connection.send(bytes);
+        const auto reply = connection.receive();
+        ASSERT_TRUE(reply);
+        EXPECT_EQ(reply->status, 400);
+        EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
+        EXPECT_THAT(collector.requests(), IsEmpty());
+    }
+}
+
+TEST(CollectorTest, BoundsHeadsAndBodies)
+{
+    Collector collector;
+    // A head without an end.
+    HTTPConnection endless {collector.port()};
+    endless.send("POST /v2/" + std::string(512 * 1024, 'x'));
+    EXPECT_NE(endless.waitForEnd(), HTTPConnection::End::silent);
+    EXPECT_THAT(endless.rest(), IsEmpty());
+    // All of the body is taken, as a client that is reset in the middle of it may not read the reply.
+    HTTPConnection large {collector.port()};
+    EXPECT_TRUE(large.send(httpRequest("POST", "/v2/", std::string(64 * 1024 * 1024 + 1, 'x'))));
+    const auto reply = large.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 413);
+    EXPECT_THAT(collector.requests(), SizeIs(1));
+}
+
+TEST(CollectorTest, SendsContinueWhenExpected)
+{
+    Collector collector;
+    HTTPConnection connection {collector.port()};
+    connection.send("POST /v2/ HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 3\r\n\r\n");
+    auto reply = connection.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->head, "HTTP/1.1 100 Continue\r\n\r\n");
+    connection.send("abc");
+    reply = connection.receive();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+    EXPECT_EQ(collector.requests().at(0).body, "abc");
+}
+
+TEST(CollectorTest, KeepsConnectionsAlive)
+{
+    const struct {
+        const char* name;
+        std::string request;
+        bool isKept;
+    } rows[] = {
+        {"1.1", "HEAD /images/a HTTP/1.1\r\n\r\n", true},
+        {"1.1, closed", "HEAD /images/a HTTP/1.1\r\nConnection: Close\r\n\r\n", false},
+        {"1.0", "HEAD /images/a HTTP/1.0\r\n\r\n", false},
+        {"1.0, kept", "HEAD /images/a HTTP/1.0\r\nConnection: keep-alive\r\n\r\n", true},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Collector collector;
+        HTTPConnection connection {collector.port()};
+        connection.send(row.request + "GET / HTTP/1.0\r\n\r\n");
+        EXPECT_EQ(connection.waitForEnd(), HTTPConnection::End::closed);
+        // The image itself is not sent, but its length.
+        const auto second = connection.rest().find("\r\n\r\nHTTP/1.1 404 ");
+        EXPECT_EQ(second != std::string::npos, row.isKept);
+        EXPECT_THAT(connection.rest(), HasSubstr("Content-Length: 12420\r\n"));
+        EXPECT_THAT(connection.rest(), testing::EndsWith("\r\n\r\n"));
+        EXPECT_THAT(collector.requests(), SizeIs(row.isKept ? 2 : 1));
+    }
+}
+
 TEST(CollectorTest, AnswersPostsWithTheStatusAskedFor)
 {
     for (const int status : {200, 204, 304, 413, 103}) {
@@ -200,7 +326,7 @@ print(rows[1:4].hex())
     HTTPConnection connection {collector.port()};
     const TemporaryFolder folder;
     std::set<std::string> colours;
-    for (const auto* name : {"one", "two", "three%20and%20more", "folder/four", "one"}) {
+    for (const auto* name : {"one", "two", "three%20and%20more", "folder/four", "on%65"}) {
         SCOPED_TRACE(name);
         connection.send(httpRequest("GET", std::string {"/images/"} + name));
         const auto reply = connection.receive();
