@@ -3,6 +3,7 @@
 #include "Platform/Foundation/BinaryPropertyList.h"
 #include "Platform/Foundation/Unicode.h"
 
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -121,23 +122,52 @@ std::optional<std::string> BinaryPropertyListReader::text(const Object& read) co
     return isASCII(letters) ? std::optional {std::string {letters}} : std::nullopt;
 }
 
+// In two passes, for the size and for the letters: a frame may wait for texts as long as a push can carry.
 std::optional<std::string> BinaryPropertyListReader::utf16(const Object& read) const
 {
-    std::string letters;
-    letters.reserve(read.count);
+    std::size_t size = 0;
     for (std::size_t position = 0; position < read.count; ++position) {
         const auto unit = unitAt(read, position);
-        if (unit < 0xD800 || unit > 0xDFFF) {
-            appendUTF8(letters, unit);
-            continue;
+        const bool isSurrogate = (unit & 0xF800U) == 0xD800;
+        size += unit < 0x80 ? 1 : unit < 0x800 || isSurrogate ? 2 : 3;
+    }
+    std::string letters(size, '\0');
+    auto* end = letters.data();
+    for (std::size_t position = 0; position < read.count; ++position) {
+        for (; areASCII(read, position); position += unitsAtOnce) {
+            for (std::size_t unit = 0; unit < unitsAtOnce; ++unit)
+                *end++ = static_cast<char>(unitAt(read, position + unit));
         }
-        const auto next = position + 1 < read.count ? unitAt(read, position + 1) : char32_t {0};
-        if (unit > 0xDBFF || next < 0xDC00 || next > 0xDFFF)
-            return std::nullopt;
-        appendUTF8(letters, 0x10000 + ((unit - 0xD800) << 10U) + (next - 0xDC00));
-        ++position;
+        if (position == read.count)
+            break;
+        char32_t value = unitAt(read, position);
+        if (value >= 0xD800 && value <= 0xDFFF) {
+            const auto next = position + 1 < read.count ? unitAt(read, position + 1) : char16_t {0};
+            if (value > 0xDBFF || next < 0xDC00 || next > 0xDFFF)
+                return std::nullopt;
+            value = 0x10000 + ((value - 0xD800) << 10U) + (next - 0xDC00);
+            ++position;
+        }
+        end = writeUTF8(end, value);
     }
     return letters;
+}
+
+bool BinaryPropertyListReader::areASCII(const Object& read, std::size_t position) const
+{
+    constexpr auto others = std::bit_cast<std::uint64_t>(
+        std::array<unsigned char, 2 * unitsAtOnce> {0xFF, 0x80, 0xFF, 0x80, 0xFF, 0x80, 0xFF, 0x80});
+    if (read.count - position < unitsAtOnce)
+        return false;
+    std::uint64_t units = 0;
+    std::memcpy(&units, m_bytes.data() + read.payload + 2 * position, sizeof units);
+    return (units & others) == 0;
+}
+
+char16_t BinaryPropertyListReader::unitAt(const Object& read, std::size_t position) const
+{
+    const auto* bytes = m_bytes.data() + read.payload + 2 * position;
+    return static_cast<char16_t>((static_cast<unsigned char>(bytes[0]) << 8U) | static_cast<unsigned char>(bytes[1]));
 }
 
 // Eight bytes are read whatever the size: behind each number there is the trailer, or the rest of it.

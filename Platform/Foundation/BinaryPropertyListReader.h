@@ -69,10 +69,10 @@ private:
     [[nodiscard]] std::optional<Object> counted(
         Kind kind, std::size_t position, std::size_t low, std::size_t unit) const;
     [[nodiscard]] std::optional<std::string> utf16(const Object& read) const;
-    [[nodiscard]] char32_t unitAt(const Object& read, std::size_t position) const
-    {
-        return static_cast<char32_t>(number(read.payload + 2 * position, 2));
-    }
+    /// Returns true if so many more units of a text are ASCII.
+    static constexpr std::size_t unitsAtOnce = 4;
+    [[nodiscard]] bool areASCII(const Object& read, std::size_t position) const;
+    [[nodiscard]] char16_t unitAt(const Object& read, std::size_t position) const;
     [[nodiscard]] std::uint8_t byteAt(std::size_t position) const
     {
         return static_cast<std::uint8_t>(m_bytes[position]);

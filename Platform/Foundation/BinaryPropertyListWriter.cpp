@@ -5,6 +5,7 @@
 
 #include <bit>
 #include <limits>
+#include <numeric>
 
 namespace kova {
 
@@ -77,21 +78,28 @@ BinaryPropertyListWriter::Index BinaryPropertyListWriter::writeText(std::string_
         m_bytes += text;
         return index;
     }
-    std::u16string units;
-    units.reserve(text.size());
+    const auto unitsOf = [](std::size_t sum, char byte) {
+        const auto bits = static_cast<unsigned char>(byte);
+        return sum + (bits >= 0xF0 ? 2 : (bits & 0xC0U) != 0x80 ? 1 : 0);
+    };
+    const auto count = std::accumulate(text.begin(), text.end(), std::size_t {0}, unitsOf);
+    appendMarker(0x60, count);
+    auto at = m_bytes.size();
+    m_bytes.resize(at + 2 * count);
+    const auto write = [&](char32_t unit) {
+        m_bytes[at++] = static_cast<char>(unit >> 8U);
+        m_bytes[at++] = static_cast<char>(unit & 0xFFU);
+    };
     while (!text.empty()) {
         const auto decoded = decodeCodePoint(text);
         text.remove_prefix(decoded.length);
         if (decoded.value < 0x10000) {
-            units += static_cast<char16_t>(decoded.value);
+            write(decoded.value);
         } else {
-            units += static_cast<char16_t>(0xD7C0 + (decoded.value >> 10U));
-            units += static_cast<char16_t>(0xDC00 + (decoded.value & 0x3FFU));
+            write(0xD7C0 + (decoded.value >> 10U));
+            write(0xDC00 + (decoded.value & 0x3FFU));
         }
     }
-    appendMarker(0x60, units.size());
-    for (const auto unit : units)
-        appendNumber(unit, 2);
     return index;
 }
 

@@ -1,5 +1,6 @@
 #include "Platform/Foundation/Unicode.h"
 
+#include <array>
 #include <cstring>
 
 namespace kova {
@@ -100,24 +101,31 @@ std::string repairedUTF8(std::string_view text)
     return repaired;
 }
 
+char* writeUTF8(char* at, char32_t codePoint)
+{
+    const auto write = [&at](char32_t byte) { *at++ = static_cast<char>(byte); };
+    if (codePoint < 0x80) {
+        write(codePoint);
+    } else if (codePoint < 0x800) {
+        write(0xC0 | (codePoint >> 6));
+        write(0x80 | (codePoint & 0x3F));
+    } else if (codePoint < 0x10000) {
+        write(0xE0 | (codePoint >> 12));
+        write(0x80 | ((codePoint >> 6) & 0x3F));
+        write(0x80 | (codePoint & 0x3F));
+    } else {
+        write(0xF0 | (codePoint >> 18));
+        write(0x80 | ((codePoint >> 12) & 0x3F));
+        write(0x80 | ((codePoint >> 6) & 0x3F));
+        write(0x80 | (codePoint & 0x3F));
+    }
+    return at;
+}
+
 void appendUTF8(std::string& text, char32_t codePoint)
 {
-    const auto append = [&text](char32_t byte) { text.push_back(static_cast<char>(byte)); };
-    if (codePoint < 0x80) {
-        append(codePoint);
-    } else if (codePoint < 0x800) {
-        append(0xC0 | (codePoint >> 6));
-        append(0x80 | (codePoint & 0x3F));
-    } else if (codePoint < 0x10000) {
-        append(0xE0 | (codePoint >> 12));
-        append(0x80 | ((codePoint >> 6) & 0x3F));
-        append(0x80 | (codePoint & 0x3F));
-    } else {
-        append(0xF0 | (codePoint >> 18));
-        append(0x80 | ((codePoint >> 12) & 0x3F));
-        append(0x80 | ((codePoint >> 6) & 0x3F));
-        append(0x80 | (codePoint & 0x3F));
-    }
+    std::array<char, 4> bytes {};
+    text.append(bytes.data(), writeUTF8(bytes.data(), codePoint));
 }
 
 } // namespace kova

@@ -27,6 +27,9 @@ struct DecodedCodePoint {
 /// The text with every ill-formed sequence replaced by U+FFFD; valid text comes back unchanged.
 [[nodiscard]] std::string repairedUTF8(std::string_view text);
 
+/// Writes a Unicode scalar value as UTF-8, at most four bytes, and returns where they end.
+[[nodiscard]] char* writeUTF8(char* at, char32_t codePoint);
+
 /// Appends a Unicode scalar value as UTF-8.
 void appendUTF8(std::string& text, char32_t codePoint);
 

@@ -24,7 +24,8 @@ import datetime, plistlib, sys
 
 shared = ["shared", {"k": 1}]
 value = {
-    "texts": ["", "plain", "caf\u00e9", "\u65e5\u672c\u8a9e", "\U0001F600 end", "x" * 14, "y" * 15, "z" * 300,
+    "texts": ["", "plain", "caf\u00e9", "\u65e5\u672c\u8a9e", "\U0001F600 end",
+              "a\u00e7\u00e3o de quinta a domingo \U0001F600\U0001F600 fim", "x" * 14, "y" * 15, "z" * 300,
               "\u00e9" * 70000],
     "numbers": [0, 1, 127, 128, 255, 256, 65535, 65536, 2**31, 2**32 - 1, 2**32, 2**63 - 1, -1, -128, -2**63],
     "reals": [0.0, -0.5, 0.1, 1e300, 5e-324],
@@ -68,8 +69,8 @@ Value everyKind()
     const Value::Array shared {"shared", Value::Dictionary {{"k", 1}}};
     return Value::Dictionary {
         {"texts",
-            Value::Array {"", "plain", "café", "日本語", "😀 end", std::string(14, 'x'), std::string(15, 'y'),
-                std::string(300, 'z'), repeated("é", 70'000)}},
+            Value::Array {"", "plain", "café", "日本語", "😀 end", "ação de quinta a domingo 😀😀 fim",
+                std::string(14, 'x'), std::string(15, 'y'), std::string(300, 'z'), repeated("é", 70'000)}},
         {"numbers",
             Value::Array {0, 1, 127, 128, 255, 256, 65'535, 65'536, 2'147'483'648LL, 4'294'967'295LL, 4'294'967'296LL,
                 std::numeric_limits<std::int64_t>::max(), -1, -128, std::numeric_limits<std::int64_t>::min()}},
