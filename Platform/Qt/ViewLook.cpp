@@ -234,10 +234,11 @@ ViewItemContent contentOf(const UIView& view)
     ViewItemContent content;
     const auto role = roleOf(view);
     content.role = role;
-    content.name = nameOf(view);
-    content.description = qtString(view.accessibilityValue());
     // What is told of a row or a button is told there, not again for each of its parts.
-    content.isIgnored = role == QAccessible::NoRole || speakerOf(view)
+    const bool isPart = speakerOf(view) != nullptr;
+    content.name = isPart ? QString {} : nameOf(view);
+    content.description = qtString(view.accessibilityValue());
+    content.isIgnored = role == QAccessible::NoRole || isPart
         || (content.name.isEmpty() && role != QAccessible::List && role != QAccessible::Button);
 
     if (const auto* label = dynamic_cast<const UILabel*>(&view)) {
