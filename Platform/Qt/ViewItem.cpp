@@ -1,9 +1,18 @@
 #include "Platform/Qt/ViewItem_p.h"
 
 #include <QQuickWindow>
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kova {
+
+namespace {
+
+/// More pixels than any screen has: what is larger is drawn coarser.
+constexpr double maximumSide = 8192;
+
+} // namespace
 
 ViewItem::ViewItem(QQuickItem* parent)
     : QQuickItem(parent)
@@ -14,6 +23,11 @@ ViewItem::ViewItem(QQuickItem* parent)
 double ViewItem::pixelRatio() const
 {
     return window() ? window()->effectiveDevicePixelRatio() : 1;
+}
+
+double ViewItem::paintRatio() const
+{
+    return std::min(pixelRatio(), maximumSide / std::max(width(), height()));
 }
 
 void ViewItem::setFrame(const QRectF& frame)
@@ -43,11 +57,12 @@ void ViewItem::setContent(const ViewItemContent& content)
 {
     if (m_content == content)
         return;
-    const bool isTextNew = m_content.text != content.text;
+    const auto before = text();
     m_content = content;
     emit contentChanged();
-    if (isTextNew)
+    if (text() != before)
         emit textChanged();
+    setTextPaintDue();
 }
 
 void ViewItem::setShift(QPointF shift)
@@ -148,15 +163,43 @@ void ViewItem::geometryChange(const QRectF& geometry, const QRectF& before)
 {
     if (geometry.size() != before.size()) {
         m_isPaintNeeded = true;
+        setTextPaintDue();
         update();
     }
     QQuickItem::geometryChange(geometry, before);
+}
+
+void ViewItem::setTextPaintDue()
+{
+    if (!m_content.isTextPainted && !m_paintedText)
+        return;
+    m_isTextPaintDue = true;
+    polish();
+}
+
+void ViewItem::updatePolish()
+{
+    if (std::exchange(m_isTextPaintDue, false)) {
+        m_paintedText.reset();
+        if (m_content.isTextPainted && width() > 0 && height() > 0)
+            m_paintedText = std::make_unique<PaintedText>(m_content.text,
+                PaintedText::Style {.font = m_content.font,
+                    .color = m_content.textColor,
+                    .alignment = Qt::Alignment::fromInt(m_content.alignment),
+                    .maximumLineCount = m_content.maximumLineCount},
+                size(), paintRatio());
+    }
+    if (m_paintedText && !m_paintedText->finish())
+        QMetaObject::invokeMethod(this, &QQuickItem::polish, Qt::QueuedConnection);
+    m_isPaintNeeded = true;
+    update();
 }
 
 void ViewItem::itemChange(ItemChange change, const ItemChangeData& data)
 {
     if (change == ItemDevicePixelRatioHasChanged || (change == ItemSceneChange && data.window)) {
         m_isPaintNeeded = true;
+        setTextPaintDue();
         place();
         update();
     }

@@ -14,16 +14,16 @@ namespace kova {
 
 namespace {
 
-/// More pixels than any screen has: what is larger is drawn coarser.
-constexpr double maximumSide = 8192;
 constexpr double figureLineWidth = 1.5;
 
 } // namespace
 
 QSGNode* ViewItem::updatePaintNode(QSGNode* before, UpdatePaintNodeData*)
 {
-    const bool isTextured = m_shape.image || m_shape.figure || m_shape.cornerRadius > 0 || m_shape.isOval;
-    const bool isSeen = m_shape.image || m_shape.figure || m_shape.fill.alpha() > 0 || m_shape.stroke.alpha() > 0;
+    const bool isTextured
+        = m_paintedText || m_shape.image || m_shape.figure || m_shape.cornerRadius > 0 || m_shape.isOval;
+    const bool isSeen
+        = m_paintedText || m_shape.image || m_shape.figure || m_shape.fill.alpha() > 0 || m_shape.stroke.alpha() > 0;
     if (!isSeen || width() <= 0 || height() <= 0 || m_isNodeTextured != isTextured) {
         delete before;
         before = nullptr;
@@ -41,7 +41,7 @@ QSGNode* ViewItem::updatePaintNode(QSGNode* before, UpdatePaintNodeData*)
 
     auto* const node = before ? static_cast<QSGImageNode*>(before) : window()->createImageNode();
     if (!before || m_isPaintNeeded) {
-        const double ratio = std::min(pixelRatio(), maximumSide / std::max(width(), height()));
+        const double ratio = paintRatio();
         const QSize pixels {qCeil(width() * ratio), qCeil(height() * ratio)};
         node->setTexture(window()->createTextureFromImage(paint(pixels, ratio), QQuickWindow::TextureHasAlphaChannel));
         node->setOwnsTexture(true);
@@ -91,6 +91,9 @@ QImage ViewItem::paint(QSize pixels, double ratio) const
         seen.addRect(place);
         painter.fillPath(m_shape.cornerRadius > 0 ? outline.intersected(seen) : seen, brush);
     }
+
+    if (m_paintedText)
+        painter.drawImage(QPointF {}, m_paintedText->image());
 
     if (const auto& figure = m_shape.figure) {
         painter.translate(figure->place.topLeft());

@@ -1,10 +1,13 @@
 // One view of the toolkit model on screen: the item that QML files build upon.
 //
-// It draws what lies beneath a view's content itself (colour, rounded corners, ovals, pictures) and offers the rest as
-// properties to which the QML file of the view's kind binds. The tree of items is kept by WindowBridge, which also
-// hears here what the user does. GUI thread; only the painting runs on the render thread, while the GUI thread waits.
+// It draws what lies beneath a view's content itself (colour, rounded corners, ovals, pictures) and texts of many
+// emoji, and offers the rest as properties to which the QML file of the view's kind binds. The tree of items is kept by
+// WindowBridge, which also hears here what the user does. GUI thread only; shapes are painted on the render thread,
+// while the GUI thread waits.
 
 #pragma once
+
+#include "Platform/Qt/PaintedText_p.h"
 
 #include <QColor>
 #include <QFont>
@@ -68,6 +71,8 @@ struct ViewItemShape {
 /// What the QML file of a kind of view draws, or tells assistive technology.
 struct ViewItemContent {
     QString text {};
+    /// The item itself paints the text.
+    bool isTextPainted = false;
     QFont font {};
     QColor textColor = Qt::black;
     int alignment = Qt::AlignLeft;
@@ -95,7 +100,7 @@ class ViewItem : public QQuickItem {
     Q_OBJECT
     // Where subviews go, when that is not the item itself. Set by the QML file.
     Q_PROPERTY(QQuickItem* container MEMBER m_container NOTIFY containerChanged)
-    // Told after the rest, so that a long text is laid out once, in its own font.
+    // Told after the rest, so that a long text is laid out once, in its own font. Empty if the item itself paints it.
     Q_PROPERTY(QString text READ text NOTIFY textChanged)
     Q_PROPERTY(QFont font READ font NOTIFY contentChanged)
     Q_PROPERTY(QColor textColor READ textColor NOTIFY contentChanged)
@@ -138,7 +143,7 @@ public:
     /// What a hand does from now on is no scrolling, though it began as such.
     void takeHand() { emit handTaken(); }
 
-    [[nodiscard]] const QString& text() const { return m_content.text; }
+    [[nodiscard]] QString text() const { return m_content.isTextPainted ? QString {} : m_content.text; }
     [[nodiscard]] const QFont& font() const { return m_content.font; }
     [[nodiscard]] const QColor& textColor() const { return m_content.textColor; }
     [[nodiscard]] int alignment() const { return m_content.alignment; }
@@ -190,13 +195,17 @@ signals:
     void handTaken();
 
 protected:
+    void updatePolish() override;
     QSGNode* updatePaintNode(QSGNode* before, UpdatePaintNodeData* data) override;
     void geometryChange(const QRectF& geometry, const QRectF& before) override;
     void itemChange(ItemChange change, const ItemChangeData& data) override;
 
 private:
     void place();
+    void setTextPaintDue();
     [[nodiscard]] double pixelRatio() const;
+    /// Pixels a point, as they are painted here.
+    [[nodiscard]] double paintRatio() const;
     [[nodiscard]] QImage paint(QSize pixels, double ratio) const;
 
     ViewItemListener* m_listener = nullptr;
@@ -208,6 +217,9 @@ private:
     double m_alpha = 1;
     ViewItemShape m_shape {};
     ViewItemContent m_content {};
+    /// Null unless the item paints its text.
+    std::unique_ptr<PaintedText> m_paintedText {};
+    bool m_isTextPaintDue = false;
     /// The picture in the scene graph is out of date.
     bool m_isPaintNeeded = true;
     bool m_isNodeTextured = false;

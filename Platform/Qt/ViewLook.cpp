@@ -246,6 +246,7 @@ ViewItemContent contentOf(const UIView& view)
             ? visibleText(*label->text(), label->font(), label->bounds().size.width, label->numberOfLines())
             : QString {};
         content.font = qtFont(label->font());
+        content.isTextPainted = PaintedText::isFor(content.text, content.font);
         content.textColor = qtColor(label->textColor());
         content.alignment = static_cast<int>(qtAlignment(label->textAlignment()));
         content.maximumLineCount

@@ -1,10 +1,10 @@
+#include "Platform/Qt/EmojiLayout_p.h"
 #include "Platform/Qt/QtFont_p.h"
 #include "Platform/Qt/VisibleText_p.h"
 
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QTextBoundaryFinder>
-#include <QTextLayout>
 #include <QWindow>
 #include <algorithm>
 #include <cmath>
@@ -144,34 +144,31 @@ bool hasRightToLeft(const QString& text)
 Layout layOut(QString text, Part part, const QFont& font, const Request& request)
 {
     text.replace(QLatin1Char {'\n'}, QChar {QChar::LineSeparator});
-    QTextLayout layout {text, font};
     QTextOption option;
     option.setWrapMode(request.numberOfLines == 1 ? QTextOption::NoWrap : QTextOption::WrapAtWordBoundaryOrAnywhere);
-    layout.setTextOption(option);
+    EmojiLayout layout {text, font, option};
     const double lineWidth = request.isBroken() ? request.lineWidth : std::numeric_limits<int>::max() / 256.0;
     const double bottom = request.room.height + QFontMetricsF {font}.height();
     Layout result;
     bool isBelowRoom = false;
-    layout.beginLayout();
+    layout.begin();
     for (int count = 0; !isBelowRoom && (request.numberOfLines == 0 || count < request.numberOfLines); ++count) {
-        auto line = layout.createLine();
-        if (!line.isValid())
+        const auto line = layout.nextLine(lineWidth);
+        if (!line)
             break;
-        line.setLineWidth(lineWidth);
-        result.width = std::max(result.width, line.naturalTextWidth());
-        result.height += line.height();
-        result.length = line.textStart() + line.textLength();
+        result.width = std::max(result.width, line->width);
+        result.height += line->height;
+        result.length = line->end;
         isBelowRoom = part == Part::Beginning && result.height > bottom;
     }
-    layout.endLayout();
+    layout.end();
     result.filled = std::max(result.height / bottom, request.isBroken() ? 0 : result.width / request.room.width);
     const double ellipsisWidth = QFontMetricsF {font}.horizontalAdvance(ellipsis);
     const bool isOneLine = request.numberOfLines == 1;
     if (part == Part::Beginning && isOneLine && result.filled > 1 && !hasRightToLeft(text)) {
-        const auto line = layout.lineAt(0);
-        auto end = std::min(line.textLength(), line.xToCursor(request.room.width) + static_cast<int>(margin));
-        result.width = line.cursorToX(&end) + ellipsisWidth;
-        result.length = end;
+        const auto cursor = layout.cursorBeyond(request.room.width, margin);
+        result.width = cursor.x + ellipsisWidth;
+        result.length = cursor.position;
     } else if (!isBelowRoom && result.length < text.size()) {
         // The lines that are allowed are full, and the last one ends in an ellipsis, which takes room as well.
         result.filled = std::max(result.filled, 2.0);
@@ -182,11 +179,22 @@ Layout layOut(QString text, Part part, const QFont& font, const Request& request
     return result;
 }
 
+double widthOf(const QString& text, const QFont& font)
+{
+    EmojiLayout layout {text, font, {}};
+    double width = 0;
+    layout.begin();
+    while (const auto line = layout.nextLine(std::numeric_limits<int>::max() / 256.0))
+        width = std::max(width, line->width);
+    layout.end();
+    return width;
+}
+
 VisibleText layOutCut(
     const QString& text, bool isWhole, const QFont& font, const Request& request, const Lengths& lengths)
 {
     const auto sample = cut(text, sampleLength);
-    const double ems = QFontMetricsF {font}.horizontalAdvance(sample) / font.pixelSize();
+    const double ems = widthOf(sample, font) / font.pixelSize();
     const double unitsPerEm = std::min(mostUnitsPerEm, static_cast<double>(sample.size()) / std::max(1.0, ems));
     for (auto length = static_cast<qsizetype>(lengths.ems * unitsPerEm * growth) + margin;;) {
         length = std::min(length, lengths.maximum);

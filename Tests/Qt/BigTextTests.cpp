@@ -1,18 +1,23 @@
 // Texts as long as a push can carry them: as much is laid out and drawn as can be seen.
 
 #include "KovaSDK/Push/PushServices/NotificationStorage.h"
+#include "Platform/Qt/PaintedText_p.h"
 #include "Platform/Qt/QtFont_p.h"
+#include "Platform/Qt/ViewLook_p.h"
 #include "Platform/Qt/VisibleText_p.h"
 #include "Platform/UIKit/UILabel.h"
 #include "Tests/Qt/CentreWindow.h"
 
 #include <gtest/gtest.h>
 
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QTextBoundaryFinder>
 #include <QTextLayout>
 #include <cmath>
 #include <limits>
+#include <memory>
 
 namespace kova::tests {
 
@@ -44,6 +49,10 @@ constexpr Kind kinds[] {
     {"narrow", "i"},
     {"emoji", "😀"},
     {"joined emoji", "👨‍👩‍👧‍👦"},
+    {"pictographs", "🚀🎉"},
+    {"flags", "🇧🇷🇵🇹"},
+    {"skin tones", "👍🏽👋🏿"},
+    {"keycaps", "1️⃣"},
     {"flags of tags", "🏴󠁧󠁢󠁥󠁮󠁧󠁿"},
     {"letters with marks", "e\u0301\u0323"},
     {"combining marks", "\u0301", true},
@@ -63,6 +72,32 @@ qsizetype longestDrawn(const QQuickItem& item)
     for (const auto* child : item.childItems())
         longest = std::max(longest, longestDrawn(*child));
     return longest;
+}
+
+/// The texts that Qt Quick draws in an item and beneath it.
+QString drawnTexts(const QQuickItem& item)
+{
+    auto texts = item.inherits("QQuickText") ? item.property("text").toString() : QString {};
+    for (const auto* child : item.childItems())
+        texts += drawnTexts(*child);
+    return texts;
+}
+
+/// How many pixels look otherwise.
+int differingPixels(const QImage& image, const QImage& other)
+{
+    constexpr int visible = 24;
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const auto one = image.pixelColor(x, y);
+            const auto two = other.pixelColor(x, y);
+            const bool isOther = std::abs(one.red() - two.red()) > visible
+                || std::abs(one.green() - two.green()) > visible || std::abs(one.blue() - two.blue()) > visible;
+            count += isOther ? 1 : 0;
+        }
+    }
+    return count;
 }
 
 /// As large as the text is laid out whole.
@@ -160,6 +195,104 @@ TEST(BigTextTest, DrawsWhatCanBeSeen)
         EXPECT_LE(longestDrawn(*centre.window.contentItem()), mostOfAWindow);
         static_cast<void>(centre.look("big-detail"));
     }
+}
+
+// A bitmap font's emoji are unpacked whenever Qt Quick lays a text out and draws it.
+TEST(BigTextTest, PaintsEmojiAsQtQuickDrawsThem)
+{
+    struct Row {
+        const char* name;
+        const char* text;
+        double width = 300;
+        int lines = 0;
+        NSTextAlignment alignment = NSTextAlignment::left;
+    };
+    const Row rows[] {
+        {"one line", "🚀🎉🚀🎉🚀 Oi", 300, 1},
+        {"joined",
+            "👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦"
+            "👨"
+            "‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦👨"
+            "‍"
+            "👩‍👧‍👦👨‍👩‍👧‍👦👨‍👩‍👧‍👦"},
+        {"flags", "🇧🇷🇵🇹🇧🇷🇵🇹🇧🇷🇵🇹🇧🇷🇵🇹🇧🇷🇵🇹🇧🇷🇵🇹🇧🇷🇵🇹🇧🇷🇵🇹🇧🇷🇵🇹"},
+        {"skin tones and words", "Olá 👍🏽👋🏿 uma promoção 👍🏽👋🏿 para todos 👍🏽👋🏿\n🚀"},
+        {"centred", "🚀🎉 uma\n🚀🎉 outra\n🎉", 300, 0, NSTextAlignment::center},
+        {"to the right", "🚀🎉 uma\n🚀🎉 outra\n🎉", 300, 0, NSTextAlignment::right},
+        {"right to left", "🚀🎉 שלום 🚀🎉 abc 🎉", 300, 0},
+        {"cut", "🚀🎉 uma 🚀🎉 outra 🚀🎉 e mais uma", 170, 1},
+        {"cut in the second line", "🚀🎉 uma 🚀🎉 outra 🚀🎉 e mais uma 🚀🎉 e o fim", 120, 2},
+        {"cut at a line end", "🚀🎉🚀🎉🚀🎉\n🚀", 300, 1},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CentreWindow centre;
+        auto host = std::make_shared<UIViewController>();
+        auto label = std::make_shared<UILabel>();
+        label->setText(row.text);
+        label->setFont(UIFont::systemFont(18));
+        label->setNumberOfLines(row.lines);
+        label->setTextAlignment(row.alignment);
+        auto size = label->sizeThatFits({.width = row.width, .height = unlimited});
+        size.width = row.width;
+        label->setFrame({{10, 10}, size});
+        host->view()->setBackgroundColor(UIColor::whiteColor());
+        host->view()->addSubview(label);
+        centre.screen->presenter()->present(host, false);
+        ASSERT_TRUE(centre.settle());
+        if (!PaintedText::isFor(QString::fromUtf8(row.text), qtFont(label->font())))
+            GTEST_SKIP() << "no emoji of a bitmap font are installed";
+        EXPECT_EQ(drawnTexts(*centre.window.contentItem()), QString {});
+        const auto area = centre.place(*label).toRect();
+        const auto painted = centre.look("painted").copy(area);
+
+        QQmlEngine engine;
+        QQmlComponent component {&engine};
+        component.setData("import QtQuick\nText { textFormat: Text.PlainText; elide: Text.ElideRight; "
+                          "verticalAlignment: Text.AlignVCenter; color: 'black' }",
+            {});
+        const std::unique_ptr<QQuickItem> text {qobject_cast<QQuickItem*>(component.create())};
+        ASSERT_TRUE(text) << component.errorString().toStdString();
+        QQuickWindow window;
+        window.resize(centre.window.size());
+        text->setParentItem(window.contentItem());
+        text->setPosition(area.topLeft());
+        text->setSize(QSizeF {size.width, size.height});
+        text->setProperty("font", qtFont(label->font()));
+        text->setProperty("wrapMode", row.lines == 1 ? 0 : 4);
+        text->setProperty("maximumLineCount", row.lines > 0 ? row.lines : std::numeric_limits<int>::max());
+        text->setProperty("horizontalAlignment", static_cast<int>(qtAlignment(row.alignment)));
+        text->setProperty("text", QString::fromUtf8(row.text));
+        window.show();
+        ASSERT_TRUE(eventually([&] { return window.isExposed(); }));
+        const auto drawn = window.grabWindow().copy(area);
+        QImage blank {drawn.size(), drawn.format()};
+        blank.fill(Qt::white);
+        const int inked = differingPixels(drawn, blank);
+        EXPECT_GT(inked, 0);
+        EXPECT_LE(differingPixels(painted, drawn), inked / 100);
+    }
+}
+
+TEST(BigTextTest, PaintsDifferentEmojiAFewAtATime)
+{
+    const CentreWindow centre;
+    QString text;
+    for (char32_t emoji = 0x1F300; emoji < 0x1F600; ++emoji)
+        text += QString::fromUcs4(&emoji, 1);
+    const auto font = qtFont(UIFont::systemFont(18));
+    if (!PaintedText::isFor(text, font))
+        GTEST_SKIP() << "no emoji of a bitmap font are installed";
+    // In a colour of their own, so that no other test has painted them.
+    PaintedText painted {text,
+        {.font = font, .color = QColor {1, 2, 3}, .alignment = Qt::AlignLeft, .maximumLineCount = 1000}, {360, 2000},
+        1};
+    EXPECT_FALSE(painted.finish());
+    const auto first = painted.image();
+    EXPECT_FALSE(painted.finish()) << "before the event loop has turned";
+    EXPECT_EQ(painted.image(), first);
+    EXPECT_TRUE(eventually([&] { return painted.finish(); }));
+    EXPECT_GT(differingPixels(painted.image(), first), 1000);
 }
 
 TEST(BigTextTest, ShowsMoreInALargerWindow)
