@@ -90,15 +90,18 @@ private:
 TEST(InboxCoderTest, MakesBytesOfGeneralEncoder)
 {
     RandomInbox inbox;
-    for (int round = 0; round < 2'000; ++round) {
-        SCOPED_TRACE(round);
-        const auto records = inbox.records(round < 1'900 ? inbox.number(40) : inbox.number(3'000));
-        const auto bytes = InboxCoder::encode(records);
-        ASSERT_TRUE(bytes);
-        ASSERT_EQ(bytes->text(), PropertyListEncoder::encode(valueOf(records))->text());
-        ASSERT_EQ(decoded(bytes->text()), valueOf(records));
-        if (round >= 1'900)
-            round += 9;
+    // Long ones have indexes of two bytes, and of four.
+    constexpr std::array<std::size_t, 3> longest {10, 100, 10'000};
+    constexpr std::array rounds {1'000, 100, 1};
+    for (std::size_t length = 0; length < longest.size(); ++length) {
+        for (int round = 0; round < rounds[length]; ++round) {
+            SCOPED_TRACE(round);
+            const auto records = inbox.records(length == 2 ? longest[length] : inbox.number(longest[length]));
+            const auto bytes = InboxCoder::encode(records);
+            ASSERT_TRUE(bytes);
+            ASSERT_EQ(bytes->text(), PropertyListEncoder::encode(valueOf(records))->text());
+            ASSERT_EQ(decoded(bytes->text()), valueOf(records));
+        }
     }
     Records records(2);
     records[1].title = "\xFF";
