@@ -21,7 +21,7 @@ std::optional<std::string> CurlHostQueue::host(std::string_view url)
             continue;
         for (const std::string_view port : {defaultPort, ":"}) {
             if (key.ends_with(port))
-                key.resize(key.size() - port.size());
+                key.erase(key.size() - port.size());
         }
         return key;
     }

@@ -12,6 +12,12 @@ namespace kova {
 
 namespace {
 
+std::string quoted(std::string_view text)
+{
+    std::string result {'"'};
+    return result.append(text).append(1, '"');
+}
+
 // |-0-[name]-8-[other(40)]-0-|
 // format = ("H:" / "V:") ["|" gap] view *(gap view) [gap "|"]
 // gap    = "" / "-" number "-"
@@ -53,7 +59,7 @@ public:
 private:
     [[noreturn]] void fail(const std::string& why) const
     {
-        fatalError("the visual format \"" + std::string {m_format} + "\" cannot be read: " + why);
+        fatalError("the visual format " + quoted(m_format) + " cannot be read: " + why);
     }
 
     bool take(std::string_view text)
@@ -67,7 +73,7 @@ private:
     void expect(std::string_view text)
     {
         if (!take(text))
-            fail("\"" + std::string {text} + "\" is missing before \"" + std::string {m_rest} + "\"");
+            fail(quoted(text) + " is missing before " + quoted(m_rest));
     }
 
     double number()
@@ -75,7 +81,7 @@ private:
         double value = 0;
         const auto [end, error] = std::from_chars(m_rest.data(), m_rest.data() + m_rest.size(), value);
         if (error != std::errc {} || !std::isfinite(value))
-            fail("there is no number before \"" + std::string {m_rest} + "\"");
+            fail("there is no number before " + quoted(m_rest));
         m_rest.remove_prefix(static_cast<std::size_t>(end - m_rest.data()));
         return value;
     }
@@ -96,7 +102,7 @@ private:
         const std::string name {m_rest.substr(0, length)};
         const auto found = m_views.find(name);
         if (length == std::string_view::npos || found == m_views.end() || !found->second)
-            fail("there is no view \"" + name + "\"");
+            fail("there is no view " + quoted(name));
         m_rest.remove_prefix(length);
         if (take("(")) {
             auto relation = NSLayoutRelation::equal;
