@@ -5,7 +5,6 @@
 #include <poll.h>
 #include <sys/time.h>
 
-#include <array>
 #include <cstring>
 #include <utility>
 
@@ -68,14 +67,27 @@ bool HostResolver::open()
 {
     if (m_channel)
         return true;
+    ares_options options {};
+    options.sock_state_cb_data = this;
+    options.sock_state_cb = [](void* self, ares_socket_t socket, int reads, int writes) {
+        static_cast<HostResolver*>(self)->watch(socket, reads != 0, writes != 0);
+    };
     ares_channel channel = nullptr;
-    if (!isLibraryReady() || ares_init(&channel) != ARES_SUCCESS)
+    if (!isLibraryReady() || ares_init_options(&channel, &options, ARES_OPT_SOCK_STATE_CB) != ARES_SUCCESS)
         return false;
     m_channel.reset(channel);
     if (m_nameServers.empty() || ares_set_servers_ports_csv(channel, m_nameServers.c_str()) == ARES_SUCCESS)
         return true;
     m_channel.reset();
     return false;
+}
+
+void HostResolver::watch(int socket, bool reads, bool writes)
+{
+    if (reads || writes)
+        m_events[socket] = static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0));
+    else
+        m_events.erase(socket);
 }
 
 void HostResolver::resolve(const std::string& name, Completion completion)
@@ -96,19 +108,8 @@ void HostResolver::restart()
 
 void HostResolver::appendDescriptors(std::vector<pollfd>& descriptors) const
 {
-    if (!m_channel)
-        return;
-    std::array<ares_socket_t, ARES_GETSOCK_MAXNUM> sockets {};
-    const auto wanted = static_cast<unsigned>(ares_getsock(m_channel.get(), sockets.data(), ARES_GETSOCK_MAXNUM));
-    for (unsigned index = 0; index < sockets.size(); ++index) {
-        const bool reads = ARES_GETSOCK_READABLE(wanted, index) != 0;
-        const bool writes = ARES_GETSOCK_WRITABLE(wanted, index) != 0;
-        if (reads || writes) {
-            descriptors.push_back({.fd = sockets[index],
-                .events = static_cast<short>((reads ? POLLIN : 0) | (writes ? POLLOUT : 0)),
-                .revents = 0});
-        }
-    }
+    for (const auto& [socket, events] : m_events)
+        descriptors.push_back({.fd = socket, .events = events, .revents = 0});
 }
 
 std::optional<std::chrono::milliseconds> HostResolver::timeout() const

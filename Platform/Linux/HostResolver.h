@@ -10,6 +10,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -29,6 +30,8 @@ public:
     /// `nameServers` are addresses with optional ports, separated by commas; when empty, the system's configuration is
     /// read at the first question, and again at the first one after each restart().
     explicit HostResolver(std::string nameServers);
+    HostResolver(const HostResolver&) = delete;
+    HostResolver& operator=(const HostResolver&) = delete;
 
     void resolve(const std::string& name, Completion completion);
 
@@ -50,8 +53,11 @@ private:
     };
 
     [[nodiscard]] bool open();
+    void watch(int socket, bool reads, bool writes);
 
     const std::string m_nameServers;
+    /// The poll events that each socket waits for. Outlives the channel, which takes its sockets back when it closes.
+    std::map<int, short> m_events;
     std::unique_ptr<ares_channeldata, Close> m_channel;
 };
 
