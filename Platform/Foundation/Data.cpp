@@ -2,7 +2,7 @@
 
 #include "Platform/Foundation/Unicode.h"
 
-#include <cstdio>
+#include <fstream>
 #include <system_error>
 
 namespace kova {
@@ -20,14 +20,16 @@ std::optional<Data> Data::contentsOf(const std::filesystem::path& file, std::siz
     const auto size = std::filesystem::file_size(file, error);
     if (error || size > maximumSize)
         return std::nullopt;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream {std::fopen(file.c_str(), "rb"), &std::fclose};
+    std::ifstream stream;
+    stream.rdbuf()->pubsetbuf(nullptr, 0);
+    stream.open(file, std::ios::binary);
     if (!stream)
         return std::nullopt;
-    std::setvbuf(stream.get(), nullptr, _IONBF, 0);
-    std::string bytes(size, '\0');
-    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), stream.get()));
-    if (std::ferror(stream.get()))
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (stream.bad())
         return std::nullopt;
+    bytes.resize(static_cast<std::size_t>(stream.gcount()));
     return Data {std::move(bytes)};
 }
 

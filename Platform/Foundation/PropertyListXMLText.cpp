@@ -27,8 +27,9 @@ std::optional<Number> parsedNumber(std::string_view text, Format... format)
     if (text.starts_with('-'))
         return std::nullopt;
     Number number {};
-    const auto [end, error] = std::from_chars(text.begin(), text.end(), number, format...);
-    if (error != std::errc {} || end != text.end())
+    const auto* const textEnd = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), textEnd, number, format...);
+    if (error != std::errc {} || end != textEnd)
         return std::nullopt;
     return number;
 }

@@ -25,7 +25,7 @@ bool isBelowOne(std::string_view text)
         auto tail = text.substr(mark + 1);
         if (tail.starts_with('+'))
             tail.remove_prefix(1);
-        if (std::from_chars(tail.begin(), tail.end(), exponent).ec != std::errc {})
+        if (std::from_chars(tail.data(), tail.data() + tail.size(), exponent).ec != std::errc {})
             return tail.starts_with('-');
     }
     const auto point = static_cast<std::ptrdiff_t>(std::min(digits.find('.'), digits.size()));
@@ -39,11 +39,11 @@ std::optional<Value> parsedNumber(std::string_view text)
 {
     if (text.find_first_of(".eE") == std::string_view::npos) {
         std::int64_t whole = 0;
-        if (std::from_chars(text.begin(), text.end(), whole).ec == std::errc {})
+        if (std::from_chars(text.data(), text.data() + text.size(), whole).ec == std::errc {})
             return whole;
     }
     double number = 0;
-    if (std::from_chars(text.begin(), text.end(), number).ec == std::errc {})
+    if (std::from_chars(text.data(), text.data() + text.size(), number).ec == std::errc {})
         return number;
     if (isBelowOne(text))
         return 0.0;

@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 
 namespace kova {
 namespace {
@@ -125,7 +126,8 @@ TEST(KovaNetworkTrackerTest, SaysWhyItCannotWatch)
         network.*refuses = false;
     }
     EXPECT_EQ(KovaNetwork::reachability(), nullptr);
-    EXPECT_STREQ(KovaNetwork::Error::failedToInitializeWith({.port = 0x5000, .address = 0x0100007F}).what(),
+    EXPECT_STREQ(
+        KovaNetwork::Error::failedToInitializeWith({.port = htons(80), .address = htonl(INADDR_LOOPBACK)}).what(),
         "NETWORK : Network error:\nFailed to initialize reachability object With address: 127.0.0.1:80");
 
     EXPECT_TRUE(linesAfterStart().empty());
