@@ -64,7 +64,7 @@ std::optional<std::int64_t> UITableViewBatch::newRow(const UITableViewUpdate& up
     const std::int64_t kept = oldRow - (deletion - update.deleted.begin());
     // The insertion that has `i` others before it stands before the row when it stands before `kept` rows at most.
     std::int64_t before = 0;
-    for (auto after = std::ssize(update.inserted); before < after;) {
+    for (std::int64_t after = std::ssize(update.inserted); before < after;) {
         const auto middle = before + (after - before) / 2;
         if (rowOf(update.inserted[static_cast<std::size_t>(middle)]) - middle <= kept)
             before = middle + 1;

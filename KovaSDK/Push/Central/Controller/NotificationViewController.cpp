@@ -33,7 +33,7 @@ KovaNotification& element(std::vector<KovaNotification>& notifications, std::int
 void removeIfPresent(std::vector<KovaNotification>& notifications, std::int64_t index)
 {
     if (index >= 0 && std::cmp_less(index, notifications.size()))
-        notifications.erase(notifications.begin() + index);
+        notifications.erase(notifications.begin() + static_cast<std::ptrdiff_t>(index));
 }
 
 struct RowOutOfRange {
