@@ -15,6 +15,9 @@ bool isSocketFailure(long number)
     return number != 0 && number != EINPROGRESS && number != EAGAIN;
 }
 
+/// CURLE_TOO_LARGE, which curl has since 8.6.
+constexpr int tooLarge = 100;
+
 } // namespace
 
 URLError urlError(const CurlFailure& failure)
@@ -46,6 +49,9 @@ URLError urlError(const CurlFailure& failure)
     case CURLE_OUT_OF_MEMORY:
         // A header line longer than curl's own limit ends so.
         return failure.isInHead ? URLError::badServerResponse : URLError::unknown;
+    case tooLarge:
+        // A header line, or the number of them in all heads of the reply, is beyond curl's own limits.
+        return failure.wasSent ? URLError::badServerResponse : URLError::unknown;
     case CURLE_RECV_ERROR:
         // When no socket failed, it is the form of the reply that curl could not read: its chunks, or the size of its
         // head. Over TLS nothing tells that from a connection that was cut.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <new>
 #include <tuple>
 #include <utility>
@@ -19,6 +20,8 @@ constexpr std::size_t largestDownload = 32 * 1024 * 1024;
 constexpr std::size_t largestReply = 1024 * 1024;
 constexpr std::size_t largestHeaders = 1024 * 1024;
 constexpr long mostRedirects = 5;
+/// curl refuses longer ones, and then falls back to its own of five minutes.
+constexpr std::int64_t longestConnectTimeoutMs = std::numeric_limits<int>::max() - 1;
 /// Servers and the boxes between drop a silent connection after a minute or so, and not all of them say it.
 constexpr long oldestIdleConnection = 55;
 /// OpenSSL's own defaults at a level that refuses keys of less than 112 bits of strength (RSA of 1024) and SHA-1
@@ -47,6 +50,18 @@ bool isToken(std::string_view text)
 bool isFieldValue(std::string_view text)
 {
     return text.find_first_of(std::string_view {"\r\n\0", 3}) == std::string_view::npos;
+}
+
+/// The status of a reply that begins with this line ("HTTP/1.1 200 OK"), 0 if that is no number of an int. curl itself
+/// reads three digits of it or as many as there are, and takes a line that it cannot read for a success, depending on
+/// its version.
+int statusOf(std::string_view line)
+{
+    line.remove_prefix(std::min(line.find(' '), line.size()));
+    line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+    int status = 0;
+    std::from_chars(line.data(), line.data() + line.size(), status);
+    return status;
 }
 
 std::string_view trimmed(std::string_view text)
@@ -134,7 +149,8 @@ std::expected<void, URLError> CurlExchange::prepare(
     curl_easy_setopt(handle, CURLOPT_HTTPHEADER, m_headerLines.get());
     // The loop watches the deadline; curl needs it only to share the time out among the addresses of a host.
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(left.count(), 1)));
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS,
+        static_cast<long>(std::clamp<std::int64_t>(left.count(), 1, longestConnectTimeoutMs)));
     setMethodAndBody();
     return {};
 }
@@ -245,6 +261,7 @@ bool CurlExchange::receiveHeaderLine(std::string_view line)
         // In any case of its letters, as curl takes it.
         if (curl_strequal(std::string {line.substr(0, 5)}.c_str(), "HTTP/") != 0) {
             m_inHead = true;
+            m_status = statusOf(line);
             m_fields.clear();
             m_lastField = m_fields.end();
         }
@@ -278,8 +295,8 @@ bool CurlExchange::endsWithHead()
         return true;
     }
     // curl takes HEAD with a body for a method that it does not know, and would wait for the body of the reply.
-    m_isComplete = m_request->httpBody && !m_request->httpBody->empty() && m_request->httpMethod == "HEAD"
-        && statusCode() >= 200;
+    m_isComplete
+        = m_request->httpBody && !m_request->httpBody->empty() && m_request->httpMethod == "HEAD" && m_status >= 200;
     return m_isComplete;
 }
 
@@ -337,11 +354,9 @@ CurlExchange::Outcome CurlExchange::reply()
             return std::unexpected {URLError::unsupportedURL};
         url = std::move(*redirected);
     }
-    const auto status = statusCode();
-    if (status <= 0)
+    if (m_status <= 0)
         return std::unexpected {URLError::badServerResponse};
-    return Reply {
-        Data {std::move(m_body)}, {std::move(url), static_cast<int>(status), std::move(m_fields), m_isBodyCut}};
+    return Reply {Data {std::move(m_body)}, {std::move(url), m_status, std::move(m_fields), m_isBodyCut}};
 }
 
 long CurlExchange::redirects() const
@@ -349,13 +364,6 @@ long CurlExchange::redirects() const
     long count = 0;
     curl_easy_getinfo(m_handle.get(), CURLINFO_REDIRECT_COUNT, &count);
     return count;
-}
-
-long CurlExchange::statusCode() const
-{
-    long code = 0;
-    curl_easy_getinfo(m_handle.get(), CURLINFO_RESPONSE_CODE, &code);
-    return code;
 }
 
 } // namespace kova

@@ -63,7 +63,6 @@ private:
     [[nodiscard]] bool mayBeSent(CurlRestingConnections::Ends ends);
     [[nodiscard]] Outcome reply();
     [[nodiscard]] long redirects() const;
-    [[nodiscard]] long statusCode() const;
 
     CurlRestingConnections& m_restingConnections;
     std::unique_ptr<void, CloseHandle> m_handle;
@@ -73,6 +72,8 @@ private:
     /// How often curl was about to send, redirects included.
     long m_requestsSent = 0;
 
+    /// Of the newest head; 0 if it has none.
+    int m_status = 0;
     HTTPHeaderFields m_fields;
     HTTPHeaderFields::iterator m_lastField;
     std::string m_body;

@@ -33,9 +33,11 @@ TEST_F(URLSessionTlsTest, TrustsCertificatesOfKnownAuthoritiesForTheirHostAndTim
 {
     const auto failed = summary(URLError::secureConnectionFailed);
     const std::tuple<const char*, std::filesystem::path, std::string> rows[] = {
-        {"good", authority->issue("good", "IP:127.0.0.1", 2), "200 "},
-        {"other host", authority->issue("host", "DNS:events.kova.example", 2), failed},
-        {"expired", authority->issue("expired", "IP:127.0.0.1", -1), failed},
+        {"good", authority->issue("good", "IP:127.0.0.1"), "200 "},
+        {"other host", authority->issue("host", "DNS:events.kova.example"), failed},
+        {"expired",
+            authority->issue("expired", "IP:127.0.0.1", TestAuthority::Key::Strong, TestAuthority::Validity::Expired),
+            failed},
         {"self-signed", authority->issueSelfSigned("self", "IP:127.0.0.1"), failed},
     };
     for (const auto& [name, certificate, outcome] : rows) {
@@ -82,8 +84,8 @@ basicConstraints = critical,CA:true
         return;
     }
     const auto failed = summary(URLError::secureConnectionFailed);
-    const auto strong = authority->issue("strong", "IP:127.0.0.1", 2);
-    const auto weak = authority->issue("weak", "IP:127.0.0.1", 2, TestAuthority::Key::Weak);
+    const auto strong = authority->issue("strong", "IP:127.0.0.1");
+    const auto weak = authority->issue("weak", "IP:127.0.0.1", TestAuthority::Key::Weak);
     const std::tuple<const char*, std::filesystem::path, std::string> rows[] = {
         {"-tls1", strong, failed},
         {"-tls1_1", strong, failed},
@@ -104,7 +106,7 @@ basicConstraints = critical,CA:true
 
 TEST_F(URLSessionTlsTest, FollowsARedirectToWhereItIsTrusted)
 {
-    const auto good = authority->issue("good", "IP:127.0.0.1", 2);
+    const auto good = authority->issue("good", "IP:127.0.0.1");
     const auto stranger = authority->issueSelfSigned("self", "IP:127.0.0.1");
     for (const auto& [certificate, outcome] :
         {std::pair {good, "200 "s}, std::pair {stranger, summary(URLError::secureConnectionFailed)}}) {
@@ -120,7 +122,7 @@ TEST_F(URLSessionTlsTest, FollowsARedirectToWhereItIsTrusted)
 TEST_F(URLSessionTlsTest, OffersHTTP2)
 {
     // After one connection the server ends, and only then prints what it had to say.
-    OpenSSLServer server {authority->issue("good", "IP:127.0.0.1", 2), {"-www", "-alpn", "http/1.1", "-naccept", "1"}};
+    OpenSSLServer server {authority->issue("good", "IP:127.0.0.1"), {"-www", "-alpn", "http/1.1", "-naccept", "1"}};
     ASSERT_TRUE(server.isRunning());
     EXPECT_FALSE(fetch(*session, makeRequest(server.url())).error);
     EXPECT_TRUE(server.waitForLine("ALPN protocols advertised by the client: h2, http/1.1"));
@@ -128,7 +130,7 @@ TEST_F(URLSessionTlsTest, OffersHTTP2)
 
 TEST_F(URLSessionTlsTest, TrustsNobodyWhenTheAdditionalCertificatesCannotBeRead)
 {
-    OpenSSLServer server {authority->issue("good", "IP:127.0.0.1", 2)};
+    OpenSSLServer server {authority->issue("good", "IP:127.0.0.1")};
     ASSERT_TRUE(server.isRunning());
     URLSessionCurl misled {{.additionalCertificates = "/nonexistent/authority.pem"}};
     EXPECT_EQ(fetch(misled, makeRequest(server.url())).summary(), summary(URLError::secureConnectionFailed));

@@ -1,5 +1,6 @@
 #include "Tests/Support/OpenSSLServer.h"
 
+#include <fstream>
 #include <stdexcept>
 
 namespace kova::tests {
@@ -35,6 +36,19 @@ void runWithNewKey(const std::filesystem::path& path, const std::string& subject
 TestAuthority::TestAuthority()
 {
     (void)issueSelfSigned("authority", "DNS:authority.invalid");
+    const auto folder = m_folder.path().string();
+    std::ofstream {m_folder.path() / "ca.conf"}
+        << "[ca]\ndefault_ca = authority\n[authority]\ndatabase = " << folder << "/database\nnew_certs_dir = " << folder
+        << "\ncertificate = " << folder << "/authority.pem\nprivate_key = " << folder << R"(/authority.key
+copy_extensions = copy
+default_md = sha256
+policy = policy
+rand_serial = yes
+unique_subject = no
+[policy]
+commonName = supplied
+)";
+    std::ofstream {m_folder.path() / "database"};
 }
 
 bool TestAuthority::isAvailable()
@@ -42,14 +56,16 @@ bool TestAuthority::isAvailable()
     return std::filesystem::exists(program);
 }
 
-std::filesystem::path TestAuthority::issue(const std::string& name, const std::string& subject, int days, Key key) const
+std::filesystem::path TestAuthority::issue(
+    const std::string& name, const std::string& subject, Key key, Validity validity) const
 {
     const auto path = m_folder.path() / name;
     const auto request = path.string() + ".csr";
     runWithNewKey(path, subject, {"-out", request}, key);
-    run({"x509", "-req", "-in", request, "-CA", certificate().string(), "-CAkey",
-        (m_folder.path() / "authority.key").string(), "-copy_extensions", "copy", "-days", std::to_string(days), "-out",
-        path.string() + ".pem"});
+    // The command x509 takes no dates before OpenSSL 3.4, and no negative number of days after it.
+    run({"ca", "-batch", "-config", (m_folder.path() / "ca.conf").string(), "-in", request, "-notext", "-out",
+        path.string() + ".pem", "-startdate", "20000101000000Z", "-enddate",
+        validity == Validity::Current ? "20491231000000Z" : "20010101000000Z"});
     return path;
 }
 

@@ -28,10 +28,13 @@ public:
     /// An elliptic curve of 256 bits, or RSA of 1024.
     enum class Key { Strong, Weak };
 
-    /// Makes a key and a certificate with one subject alternative name ("IP:127.0.0.1") that is valid from now on for
-    /// so many days. Returns the path of both, without ".key" and ".pem".
-    [[nodiscard]] std::filesystem::path issue(
-        const std::string& name, const std::string& subject, int days, Key key = Key::Strong) const;
+    /// From the year 2000 to 2049, or only to 2001.
+    enum class Validity { Current, Expired };
+
+    /// Makes a key and a certificate with one subject alternative name ("IP:127.0.0.1"). Returns the path of both,
+    /// without ".key" and ".pem".
+    [[nodiscard]] std::filesystem::path issue(const std::string& name, const std::string& subject,
+        Key key = Key::Strong, Validity validity = Validity::Current) const;
 
     /// The same, signed by its own key.
     [[nodiscard]] std::filesystem::path issueSelfSigned(const std::string& name, const std::string& subject) const;
