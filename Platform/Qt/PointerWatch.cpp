@@ -2,10 +2,12 @@
 
 #include <QPointerEvent>
 #include <algorithm>
+#include <utility>
 
 namespace kova {
 
-PointerWatch::PointerWatch(QQuickItem& item)
+PointerWatch::PointerWatch(QQuickItem& item, std::function<void(QPointF)> pressed)
+    : m_pressed(std::move(pressed))
 {
     connect(&item, &QQuickItem::windowChanged, this, &PointerWatch::watch);
     watch(item.window());
@@ -26,6 +28,10 @@ bool PointerWatch::eventFilter(QObject* watched, QEvent* event)
         const auto& points = static_cast<QPointerEvent*>(event)->points();
         m_isLifted = std::ranges::any_of(
             points, [](const QEventPoint& point) { return point.state() == QEventPoint::State::Released; });
+        for (const auto& point : points) {
+            if (point.state() == QEventPoint::State::Pressed)
+                m_pressed(point.position());
+        }
     } else if (event->type() == QEvent::TouchCancel) {
         m_isLifted = false;
     }

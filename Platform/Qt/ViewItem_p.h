@@ -142,6 +142,7 @@ public:
     void setScrollPosition(double contentY) { emit scrollRequested(contentY); }
     /// What a hand does from now on is no scrolling, though it began as such.
     void takeHand() { emit handTaken(); }
+    void stopFlick() { emit flickStopped(); }
 
     [[nodiscard]] QString text() const { return m_content.isTextPainted ? QString {} : m_content.text; }
     [[nodiscard]] const QFont& font() const { return m_content.font; }
@@ -193,6 +194,7 @@ signals:
     void swipeChanged();
     void scrollRequested(double contentY);
     void handTaken();
+    void flickStopped();
 
 protected:
     void updatePolish() override;

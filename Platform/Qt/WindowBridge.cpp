@@ -33,7 +33,7 @@ WindowBridge::WindowBridge(UIWindow& window, QQuickItem& area, std::function<voi
     , m_back(
           window, [this](const UIView& view) { return nodeOf(view); }, m_wake)
     , m_focus(window)
-    , m_pointer(area)
+    , m_pointer(area, [this](QPointF at) { catchLists(at); })
 {
     qmlRegisterType<ViewItem>("KovaSDK.Centre", 1, 0, "ViewItem");
     m_root = enter(window);

@@ -99,6 +99,16 @@ void WindowBridge::itemScrolled(ViewItem& item, double contentY)
     }
 }
 
+/// Stops moving lists at a place of the window that is about to be touched. They would stop by themselves, but with Qt
+/// 6.8 the touch that stops a list is kept from its rows.
+void WindowBridge::catchLists(QPointF at)
+{
+    for (const auto& [view, node] : m_nodes) {
+        if (dynamic_cast<const UIScrollView*>(node->view.get()) && node->item->contains(node->item->mapFromScene(at)))
+            node->item->stopFlick();
+    }
+}
+
 void WindowBridge::itemDragged(ViewItem& item, DragPhase phase, double distance)
 {
     if (phase == DragPhase::Ended && !m_pointer.isLifted())

@@ -92,6 +92,7 @@ private:
     [[nodiscard]] std::shared_ptr<ViewNode> nodeOf(const ViewItem& item) const;
     [[nodiscard]] UIView* viewOf(const ViewItem& item) const;
     [[nodiscard]] bool isCovered(const UIView& view, QPointF at) const;
+    void catchLists(QPointF at);
     void deleteRow(const UITableViewCell& cell);
     void focusMoved();
     void takeFocus();
