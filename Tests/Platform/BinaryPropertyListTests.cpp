@@ -60,7 +60,7 @@ struct HandMadeList {
 
 TEST(BinaryPropertyListTest, ReadsFormsThatWeDoNotWrite)
 {
-    const auto wide = [](std::int64_t high, std::uint64_t low) { return "\x14" + bytesOf(high, 8) + bytesOf(low, 8); };
+    const auto wide = [](std::int64_t high, std::uint64_t low) { return "\x14"s + bytesOf(high, 8) + bytesOf(low, 8); };
     const std::tuple<const char*, HandMadeList, Value> rows[] = {
         {"16 bytes that fit", {{wide(0, 5)}}, 5},
         {"16 bytes, negative", {{wide(-1, 0 - std::uint64_t {7})}}, -7},

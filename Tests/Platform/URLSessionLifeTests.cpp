@@ -10,6 +10,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <functional>
 #include <future>
@@ -321,17 +322,18 @@ TEST_F(URLSessionLifeTest, AReplyThatWaitsForItsCompletionOutlivesTheEndOfTheSes
     other.enqueue(Reply::status(200));
     other.setDefault(Reply::never());
     std::vector<HTTPCall> calls;
+    const std::array targets {"/0", "/1", "/2", "/3", "/4", "/5", "/6"};
     // The seventh is sent when the exchange of one of the others has ended.
-    for (int count = 0; count < 7; ++count)
-        calls.emplace_back(*session, makeRequest(other.url("/" + std::to_string(count)), "POST", "x")).start();
-    EXPECT_TRUE(other.waitForRequests(7));
+    for (const auto* const target : targets)
+        calls.emplace_back(*session, makeRequest(other.url(target), "POST", "x")).start();
+    EXPECT_TRUE(other.waitForRequests(targets.size()));
     {
         const std::jthread end {[&] { session->invalidateAndCancel(); }};
         gate.open();
     }
     const auto answered = other.requests().front().target;
     for (std::size_t index = 0; index < calls.size(); ++index)
-        EXPECT_EQ(calls[index].wait().summary(), answered == "/" + std::to_string(index) ? "200 " : cancelled);
+        EXPECT_EQ(calls[index].wait().summary(), answered == targets[index] ? "200 " : cancelled);
 }
 
 // Many threads make, start, cancel and drop tasks while the session ends: every task that was started or cancelled

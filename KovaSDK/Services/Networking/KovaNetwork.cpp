@@ -56,8 +56,8 @@ std::string description(const SocketAddress& address)
     const auto port = std::bit_cast<std::array<std::uint8_t, 2>>(address.port);
     std::string text;
     for (const auto byte : bytes)
-        text += (text.empty() ? "" : ".") + std::to_string(byte);
-    return text + ":" + std::to_string(port[0] * 256 + port[1]);
+        text.append(text.empty() ? "" : ".").append(std::to_string(byte));
+    return text.append(":").append(std::to_string(port[0] * 256 + port[1]));
 }
 
 KovaNetwork::Error::Error(Kind kind, const std::string& message)
