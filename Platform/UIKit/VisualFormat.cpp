@@ -59,7 +59,7 @@ public:
 private:
     [[noreturn]] void fail(const std::string& why) const
     {
-        fatalError("the visual format " + quoted(m_format) + " cannot be read: " + why);
+        fatalError(std::string {"the visual format \""}.append(m_format).append("\" cannot be read: ").append(why));
     }
 
     bool take(std::string_view text)

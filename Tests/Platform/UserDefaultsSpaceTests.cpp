@@ -115,8 +115,8 @@ TEST(UserDefaultsSpaceTest, NothingIsLostWhereNothingCanBeWritten)
             disk.fill();
         if (isReadOnly) {
             SaidLines said;
-            EXPECT_EQ(
-                UserDefaultsSQLite {{.folder = "/" + folder.path().string()}}.object("list"), Value {bodies(1, 300)});
+            EXPECT_EQ(UserDefaultsSQLite {{.folder = std::string {"/"}.append(folder.path().string())}}.object("list"),
+                Value {bodies(1, 300)});
             EXPECT_THAT(said.take(), Not(HasSubstr("again"))) << "nothing has waited";
         }
         SaidLines said;
