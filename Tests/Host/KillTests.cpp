@@ -5,6 +5,7 @@
 #include "Platform/Libraries/SQLiteDatabase.h"
 #include "Tests/Host/HostRun.h"
 #include "Tests/Support/Collector.h"
+#include "Tests/Support/Numbered.h"
 
 #include <gtest/gtest.h>
 
@@ -24,9 +25,9 @@ std::string manyRounds(std::size_t firstPush, std::size_t firstEvent)
         script += switchNetwork("offline");
         for (int number = 0; number < 3; ++number)
             script += saveEvent(std::to_string(firstEvent++));
-        script += pushWithId("p" + std::to_string(firstPush++));
+        script += pushWithId(numbered("p", firstPush++));
         script += switchNetwork("wifi");
-        script += pushWithId("p" + std::to_string(firstPush++));
+        script += pushWithId(numbered("p", firstPush++));
         script += saveEvent(std::to_string(firstEvent++)) + settle;
     }
     return script;
@@ -71,7 +72,7 @@ TEST(KillTest, SavePushAndReleaseSurviveKillsWhole)
         ASSERT_GE(ids.size(), pushes) << "a push that was logged is there";
         ASSERT_LE(ids.size(), pushes + 1);
         for (std::size_t index = 0; index < ids.size(); ++index)
-            ASSERT_EQ(ids[index], "p" + std::to_string(ids.size() - index));
+            ASSERT_EQ(ids[index], numbered("p", ids.size() - index));
         pushes = ids.size();
 
         SQLiteDatabase database {file, std::chrono::seconds {5}};

@@ -6,6 +6,7 @@
 #include "Tests/Qt/CentreWindow.h"
 #include "Tests/Support/LoadSize.h"
 #include "Tests/Support/LoopbackServer.h"
+#include "Tests/Support/Numbered.h"
 #include "Tests/Support/ProcessResources.h"
 
 #include <gtest/gtest.h>
@@ -295,7 +296,7 @@ TEST(PictureTest, MemoryGoesBackWhenTheCentreIsClosed)
     CentreWindow centre;
     auto inbox = inboxOf(count);
     for (int row = 0; row < count; ++row)
-        inbox[static_cast<std::size_t>(row)].att = server.url("/" + std::to_string(row)).absoluteString();
+        inbox[static_cast<std::size_t>(row)].att = server.url(numbered("/", row)).absoluteString();
     centre.open(inboxOf(count));
     centre.screen->presenter()->dismiss(false);
     ASSERT_TRUE(centre.settle());

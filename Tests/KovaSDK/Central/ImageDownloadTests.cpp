@@ -9,6 +9,7 @@
 #include "Tests/Support/ManualClock.h"
 #include "Tests/Support/NameServer.h"
 #include "Tests/Support/NetworkNamespace.h"
+#include "Tests/Support/Numbered.h"
 #include "Tests/Support/ProcessResources.h"
 #include "Tests/Support/TestPlatform.h"
 #include "Tests/Support/Waiting.h"
@@ -104,7 +105,7 @@ TEST_F(ImageDownloadTest, OnlyAGoodReplyIsShownAndEachTakesTheOverlayOff)
     };
     for (const auto& [name, reply, isShown] : rows) {
         const auto view = std::make_shared<UIImageView>();
-        const auto address = m_server.url("/" + std::to_string(&name - &rows[0].name)).absoluteString();
+        const auto address = m_server.url(tests::numbered("/", &name - &rows[0].name)).absoluteString();
         m_server.enqueue(reply);
         lock(*view);
         downloaded(view, address);
@@ -196,7 +197,7 @@ TEST_F(ImageDownloadTest, DecodingHoldsUpNoExchange)
     });
     m_server.setDefault(Reply::status(200, "PNG", {{"Content-Type", "image/png"}}));
     for (int number = 0; number < 20; ++number)
-        downloaded(m_view, m_server.url("/" + std::to_string(number)).absoluteString());
+        downloaded(m_view, m_server.url(tests::numbered("/", number)).absoluteString());
     ASSERT_TRUE(comesTrue([&] { return decoding == 1; }));
     EXPECT_EQ(fetch(*URLSession::shared(), makeRequest(m_server.url("/event"), "POST", "x")).response->statusCode, 200);
     EXPECT_EQ(decoding, 1);
@@ -223,7 +224,7 @@ TEST_F(ImageDownloadTest, SixteenAreFetchedAtOnceAndTheOthersInOrder)
         return sum;
     };
     for (std::size_t number = 0; number < count; ++number)
-        downloaded(m_view, servers.at(number % servers.size()).url("/" + std::to_string(number)).absoluteString());
+        downloaded(m_view, servers.at(number % servers.size()).url(tests::numbered("/", number)).absoluteString());
     ASSERT_TRUE(comesTrue([&] { return requests() == 16; }));
     EXPECT_FALSE(comesTrue([&] { return requests() > 16; }, 200ms));
     EXPECT_EQ(fetch(*URLSession::shared(), makeRequest(m_server.url("/event"), "POST", "x")).summary(), "200 ");
@@ -231,14 +232,14 @@ TEST_F(ImageDownloadTest, SixteenAreFetchedAtOnceAndTheOthersInOrder)
         // Where the next one goes to, so that it finds a connection.
         gates.at(number % gates.size())->pass();
         ASSERT_TRUE(comesTrue([&] { return requests() == number + 1; }));
-        const auto target = "/" + std::to_string(number);
+        const auto target = tests::numbered("/", number);
         EXPECT_EQ(servers.at(number % servers.size()).requests().back().target, target) << "in order";
     }
     for (const auto& gate : gates)
         gate->open();
     finish();
     for (std::size_t number = 0; number < count; ++number) {
-        const auto address = servers.at(number % servers.size()).url("/" + std::to_string(number)).absoluteString();
+        const auto address = servers.at(number % servers.size()).url(tests::numbered("/", number)).absoluteString();
         EXPECT_TRUE(imageCache().object(address)) << number;
     }
 }
@@ -258,7 +259,7 @@ TEST_F(ImageDownloadTest, HostsThatCannotBeResolvedTakeFewThreadsAndDescriptors)
     EXPECT_EQ(fetch(*URLSession::shared(), makeRequest(m_server.url("/first"), "POST", "x")).summary(), "200 ");
     const auto before = ProcessResources::now();
     for (int number = 0; number < 300; ++number)
-        downloaded(m_view, "http://host-" + std::to_string(number) + ".kova.example/a.png");
+        downloaded(m_view, tests::numbered("http://host-", number) + ".kova.example/a.png");
     for (int number = 0; number < 16; ++number)
         ASSERT_TRUE(nameServer.waitForQuestion(10s));
     const auto begin = std::chrono::steady_clock::now();
@@ -281,7 +282,7 @@ TEST_F(ImageDownloadTest, TheEndOfThePlatformCancelsThoseThatWait)
         server.setDefault(Reply::never());
         // So many that each must not begin within the end of another.
         for (int number = 0; number < 20'000; ++number)
-            downloaded(m_view, server.url("/" + std::to_string(number)).absoluteString());
+            downloaded(m_view, server.url(tests::numbered("/", number)).absoluteString());
         ASSERT_TRUE(server.waitForRequests(6));
     }
     EXPECT_TRUE(Activity::waitUntilIdle(std::chrono::steady_clock::now() + 10s));
@@ -303,7 +304,7 @@ TEST_F(ImageDownloadTest, TheCacheIsBoundedAndShrinksWhenTheCentreIsClosed)
     m_server.setDefault(Reply::status(200, "PNG", {{"Content-Type", "image/png"}}));
     std::vector<std::string> addresses;
     for (int number = 0; number < 30; ++number)
-        addresses.push_back(m_server.url("/" + std::to_string(number)).absoluteString());
+        addresses.push_back(m_server.url(tests::numbered("/", number)).absoluteString());
     const auto fetchAll = [&] {
         for (const auto& address : addresses) {
             downloaded(m_view, address);
