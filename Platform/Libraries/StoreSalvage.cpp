@@ -3,6 +3,7 @@
 #include "Platform/Foundation/Description.h"
 #include "Platform/Foundation/PropertyList.h"
 
+#include <iterator>
 #include <map>
 #include <optional>
 #include <utility>
@@ -61,17 +62,20 @@ private:
     void readPastDamage()
     {
         constexpr std::int64_t longestGap = 100'000;
-        const auto last = m_found.empty() ? std::nullopt : std::optional {m_found.rbegin()->first};
-        readFrom("SELECT position, kind, value FROM element WHERE entry = ?1 ORDER BY position DESC");
-        if (!last)
+        constexpr auto backwards = "SELECT position, kind, value FROM element WHERE entry = ?1 ORDER BY position DESC";
+        if (m_found.empty()) {
+            readFrom(backwards);
             return;
-        const auto next = m_found.upper_bound(*last);
-        if (next == m_found.end() || next->first - *last > longestGap)
+        }
+        const auto last = std::prev(m_found.end());
+        readFrom(backwards);
+        const auto next = std::next(last);
+        if (next == m_found.end() || next->first - last->first > longestGap)
             return;
         const auto end = next->first;
         auto statement
             = m_database.prepare("SELECT position, kind, value FROM element WHERE entry = ?1 AND position = ?2");
-        for (auto position = *last + 1; position < end; ++position) {
+        for (auto position = last->first + 1; position < end; ++position) {
             statement.with(m_entry, position);
             readRows(statement, [&] { keep(statement); });
         }
