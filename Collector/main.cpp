@@ -3,7 +3,7 @@
 #include "Collector/CollectorOptions.h"
 #include "Collector/CollectorServer.h"
 #include "Collector/RequestLog.h"
-#include "Platform/Linux/StandardStreams.h"
+#include "Platform/Posix/StandardStreams.h"
 
 #include <algorithm>
 #include <csignal>

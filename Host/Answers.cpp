@@ -1,7 +1,7 @@
 #include "Host/Answers.h"
 
 #include "Platform/Foundation/JSONSerialization.h"
-#include "Platform/Linux/StandardStreams.h"
+#include "Platform/Posix/StandardStreams.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -2,7 +2,7 @@
 
 #include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/Print.h"
-#include "Platform/Linux/StandardStreams.h"
+#include "Platform/Posix/StandardStreams.h"
 
 #include <mutex>
 #include <utility>

@@ -13,7 +13,7 @@
 #include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Foundation/Print.h"
 #include "Platform/Foundation/URLSession.h"
-#include "Platform/Linux/StandardStreams.h"
+#include "Platform/Posix/StandardStreams.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,10 +1,10 @@
 #include "Host/Doctor/NetworkCheck.h"
 
 #include "Host/Patience.h"
-#include "Platform/Linux/HostName.h"
 #include "Platform/Linux/HostResolver.h"
 #include "Platform/Linux/NetworkReachabilityLinux.h"
 #include "Platform/Linux/RouteQuery.h"
+#include "Platform/Posix/HostName.h"
 
 #include <poll.h>
 

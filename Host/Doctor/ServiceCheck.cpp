@@ -3,7 +3,7 @@
 #include "Host/Patience.h"
 #include "Platform/Foundation/Date.h"
 #include "Platform/Libraries/URLSessionCurl.h"
-#include "Platform/Linux/HostName.h"
+#include "Platform/Posix/HostName.h"
 
 #include <algorithm>
 #include <array>

@@ -1,26 +1,13 @@
 #include "Platform/Libraries/CurlRestingConnections.h"
 
+#include "Platform/Libraries/IdleSocket.h"
+
 #include <curl/curl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace kova {
-
-namespace {
-
-/// Also when the connection was closed or reset, which is something to read, too.
-bool isDisturbed(int socket)
-{
-    pollfd waiting {.fd = socket, .events = POLLIN, .revents = 0};
-    return ::poll(&waiting, 1, 0) != 0;
-}
-
-} // namespace
 
 void CurlRestingConnections::watch(void* handle)
 {
@@ -42,7 +29,7 @@ bool CurlRestingConnections::take(const void* handle, Ends ends)
     }
     found->user = handle;
     const auto socket = std::exchange(found->socket, -1);
-    return socket < 0 || !isDisturbed(socket);
+    return socket < 0 || !isReadable(socket);
 }
 
 void CurlRestingConnections::rest(void* handle)
@@ -68,20 +55,18 @@ void CurlRestingConnections::leave(const void* handle)
 void CurlRestingConnections::endDisturbed()
 {
     for (const auto& connection : m_connections) {
-        if (connection.socket < 0 || !isDisturbed(connection.socket))
+        if (connection.socket < 0 || !isReadable(connection.socket))
             continue;
         // With nothing left to read it looks closed to curl. What still comes makes it look alive, and take() refuse
-        // it. The other direction stays open: saying goodbye must not raise SIGPIPE.
-        ::shutdown(connection.socket, SHUT_RD);
-        std::array<char, 65'536> ignored;
-        while (::recv(connection.socket, ignored.data(), ignored.size(), MSG_DONTWAIT) > 0) { }
+        // it.
+        endReading(connection.socket);
     }
 }
 
 void CurlRestingConnections::close(int socket)
 {
     std::erase_if(m_connections, [socket](const Connection& connection) { return connection.socket == socket; });
-    ::close(socket);
+    closeSocket(socket);
 }
 
 } // namespace kova

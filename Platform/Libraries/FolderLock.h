@@ -8,8 +8,8 @@
 #pragma once
 
 #include "Platform/Libraries/BusyTimeout.h"
+#include "Platform/Libraries/FileState.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <optional>
 
@@ -24,17 +24,10 @@ public:
 
     [[nodiscard]] bool isHeld() const { return m_isHeld; }
 
-    struct Stamp {
-        std::int64_t modifiedNs = 0;
-        std::uint64_t size = 0;
-
-        friend bool operator==(const Stamp&, const Stamp&) = default;
-    };
-
     /// The database after the latest checkpoint; none when there was none, or a process ended in the middle of one.
-    [[nodiscard]] std::optional<Stamp> stamp() const;
+    [[nodiscard]] std::optional<FileStamp> stamp() const;
     /// Writes it when the lock is held. None says that a checkpoint is under way.
-    void setStamp(std::optional<Stamp> stamp) const;
+    void setStamp(std::optional<FileStamp> stamp) const;
 
 private:
     int m_descriptor;

@@ -1,16 +1,12 @@
 #include "Platform/Libraries/StoreFile.h"
 
+#include "Platform/Foundation/Date.h"
+#include "Platform/Libraries/PrivateFiles.h"
 #include "Platform/Libraries/StoreSalvage.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <ctime>
-#include <stdexcept>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -26,110 +22,23 @@ constexpr std::array<const char*, 3> suffixes {"", "-wal", "-shm"};
 constexpr std::size_t logIndex = 1;
 constexpr std::size_t shmIndex = 2;
 
-// A new name outlives a power cut only when the folder it stands in was brought to the disk.
-void syncFolder(const fs::path& folder)
-{
-    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return;
-    fsync(descriptor);
-    close(descriptor);
-}
-
-// Makes every part of the path that is missing, for the owner alone.
-void makePrivateFolder(const fs::path& folder)
-{
-    if (fs::exists(fs::symlink_status(folder)))
-        return;
-    if (folder.has_parent_path() && folder.parent_path() != folder)
-        makePrivateFolder(folder.parent_path());
-    fs::create_directory(folder);
-    fs::permissions(folder, fs::perms::owner_all);
-    syncFolder(folder.parent_path());
-}
-
-struct Descriptor {
-    ~Descriptor()
-    {
-        if (number >= 0)
-            close(number);
-    }
-    const int number;
-};
-
-// A folder that somebody else has prepared may hold a forged inbox, or links to files that are not ours to change.
-void requireOwnFolder(const fs::path& folder)
-{
-    const auto refuse = [&](const std::string& why) {
-        throw std::runtime_error {"its folder " + folder.string() + " " + why + ", so the store is not used"};
-    };
-    const Descriptor opened {.number = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)};
-    if (opened.number < 0) {
-        if (fs::is_symlink(fs::symlink_status(folder)))
-            refuse("is a link");
-        throw fs::filesystem_error {"cannot open", folder, std::error_code {errno, std::generic_category()}};
-    }
-    struct stat status {};
-    if (fstat(opened.number, &status) != 0)
-        throw fs::filesystem_error {"cannot look at", folder, std::error_code {errno, std::generic_category()}};
-    if (status.st_uid != geteuid())
-        refuse("belongs to the user " + std::to_string(status.st_uid) + ", not to this one ("
-            + std::to_string(geteuid()) + ")");
-    constexpr mode_t others = S_IRWXG | S_IRWXO;
-    if ((status.st_mode & others) != 0 && fchmod(opened.number, status.st_mode & S_IRWXU) != 0 && errno != EROFS)
-        throw fs::filesystem_error {"cannot make private", folder, std::error_code {errno, std::generic_category()}};
-}
-
-// Only a regular file of our own is opened: a pipe would hang, and a link leads to somebody else's file.
-void requireOwnFile(const fs::path& file)
-{
-    struct stat status {};
-    if (lstat(file.c_str(), &status) != 0) {
-        if (errno == ENOENT)
-            return;
-        throw fs::filesystem_error {"cannot look at", file, std::error_code {errno, std::generic_category()}};
-    }
-    if (!S_ISREG(status.st_mode))
-        throw std::runtime_error {file.filename().string()
-            + (S_ISLNK(status.st_mode)        ? " is a link"
-                    : S_ISDIR(status.st_mode) ? " is a folder"
-                                              : " is no file")};
-    if (status.st_uid != geteuid())
-        throw std::runtime_error {file.filename().string() + " belongs to the user " + std::to_string(status.st_uid)
-            + ", not to this one (" + std::to_string(geteuid()) + ")"};
-}
-
-// SQLite gives the log and the index beside a database the permissions of the database itself.
-void makePrivateFile(const fs::path& file)
-{
-    constexpr mode_t ownersAlone = S_IRUSR | S_IWUSR;
-    if (!fs::exists(file)) {
-        const Descriptor created {
-            .number = open(file.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, ownersAlone)};
-        if (created.number < 0)
-            throw fs::filesystem_error {"cannot create", file, std::error_code {errno, std::generic_category()}};
-        // Undoes what the process's file mode mask has taken away.
-        fchmod(created.number, ownersAlone);
-    }
-    // Takes away what others may do, and nothing of what the owner has set.
-    constexpr auto others = fs::perms::group_all | fs::perms::others_all;
-    if ((fs::status(file).permissions() & others) != fs::perms::none)
-        fs::permissions(file, others, fs::perm_options::remove);
-}
-
 // Two that are set aside in one second, or after the clock was set back, get different names.
 fs::path asideName(const fs::path& file)
 {
-    const auto now = std::time(nullptr);
-    std::tm utc {};
-    gmtime_r(&now, &utc);
-    std::array<char, 32> stamp {};
-    std::strftime(stamp.data(), stamp.size(), ".damaged-%Y%m%dT%H%M%SZ", &utc);
-    const auto base = file.string() + stamp.data();
+    auto stamp = description(Date::now()).substr(0, std::string_view {"yyyy-MM-dd HH:mm:ss"}.size());
+    std::erase_if(stamp, [](char letter) { return letter == '-' || letter == ':'; });
+    std::ranges::replace(stamp, ' ', 'T');
+    const auto base = file.string() + ".damaged-" + stamp + "Z";
     auto name = base;
     for (int number = 2; fs::exists(name); ++number)
         name = base + "-" + std::to_string(number);
     return name;
+}
+
+std::optional<FileState> stateOf(const fs::path& file)
+{
+    std::error_code ignored;
+    return fileState(file, ignored);
 }
 
 } // namespace
@@ -256,8 +165,8 @@ bool StoreFile::isDiskFull(const std::exception& failure)
 std::string StoreFile::whyReadOnly() const
 {
     for (const auto& path : {m_path, m_folder}) {
-        if (access(path.c_str(), W_OK) != 0 && errno != ENOENT && errno != ENOTDIR && errno != ELOOP)
-            return "it can only be read (" + std::generic_category().message(errno) + ")";
+        if (const auto refusal = writeRefusal(path))
+            return "it can only be read (" + refusal.message() + ")";
     }
     return {};
 }
@@ -273,23 +182,14 @@ fs::path StoreFile::setAside() const
     return aside;
 }
 
-std::optional<StoreFile::State> StoreFile::stateOf(const fs::path& file)
-{
-    struct stat status {};
-    if (stat(file.c_str(), &status) != 0)
-        return std::nullopt;
-    constexpr std::int64_t nanoseconds = 1'000'000'000;
-    return State {.device = status.st_dev,
-        .number = status.st_ino,
-        .stamp = {.modifiedNs = status.st_mtim.tv_sec * nanoseconds + status.st_mtim.tv_nsec,
-            .size = static_cast<std::uint64_t>(status.st_size)}};
-}
-
 StoreFile::Change StoreFile::change()
 {
-    const auto file = stateOf(m_path);
-    if (!file)
-        return errno == ENOENT || errno == ENOTDIR ? Change::Replaced : Change::None;
+    std::error_code failure;
+    const auto file = fileState(m_path, failure);
+    if (!file) {
+        const bool isGone = failure == std::errc::no_such_file_or_directory || failure == std::errc::not_a_directory;
+        return isGone ? Change::Replaced : Change::None;
+    }
     if (!m_seen[0] || !file->isSameFile(*m_seen[0]))
         return Change::Replaced;
     const auto log = m_seen[logIndex] ? stateOf(m_path.string() + suffixes[logIndex]) : std::nullopt;
@@ -311,7 +211,7 @@ StoreFile::Change StoreFile::change()
     return Change::None;
 }
 
-bool StoreFile::isChangedByStranger(const State& present)
+bool StoreFile::isChangedByStranger(const FileState& present)
 {
     if (m_checkpoints > 0 || !m_hasLog)
         return false;

@@ -7,11 +7,11 @@
 #pragma once
 
 #include "Platform/Libraries/BusyTimeout.h"
+#include "Platform/Libraries/FileState.h"
 #include "Platform/Libraries/FolderLock.h"
 #include "Platform/Libraries/StoreTables.h"
 
 #include <array>
-#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <memory>
@@ -93,19 +93,6 @@ public:
     void say(const std::string& message);
 
 private:
-    struct State {
-        std::uint64_t device = 0;
-        std::uint64_t number = 0;
-        FolderLock::Stamp stamp {};
-
-        [[nodiscard]] bool isSameFile(const State& other) const
-        {
-            return device == other.device && number == other.number;
-        }
-    };
-
-    [[nodiscard]] static std::optional<State> stateOf(const std::filesystem::path& file);
-
     [[nodiscard]] FolderLock lockFolder(const BusyTimeout& timeout) const;
     template <typename Database> bool checkpoint(Database& database, const FolderLock& lock) const;
     [[nodiscard]] std::unique_ptr<StoreTables> openHere(const FolderLock& lock);
@@ -113,7 +100,7 @@ private:
     void requireOwnFiles() const;
     void requireReadableDisk() const;
     [[nodiscard]] std::filesystem::path setAside() const;
-    [[nodiscard]] bool isChangedByStranger(const State& present);
+    [[nodiscard]] bool isChangedByStranger(const FileState& present);
     [[nodiscard]] bool isOpened(std::size_t index) const;
     void remove(std::size_t index) const;
 
@@ -124,7 +111,7 @@ private:
     const std::filesystem::path m_path;
     const std::shared_ptr<const BusyTimeout> m_timeout;
     /// The file, its log and its index, as they were seen last.
-    std::array<std::optional<State>, 3> m_seen;
+    std::array<std::optional<FileState>, 3> m_seen;
     /// False where a write changes the file itself, so that its time tells nothing.
     bool m_hasLog = false;
     int m_checkpoints = 0;

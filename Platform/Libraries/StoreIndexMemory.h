@@ -12,7 +12,7 @@
 namespace kova {
 
 /// Makes an empty index file, for the owner alone, that is written in place, where the file system can do that. Does
-/// nothing when there is one.
+/// nothing when there is one, or where the system needs no such file: SQLite makes the index, too.
 void makeIndexFile(const std::string& path);
 
 /// Empties an index file that is shorter than its first region: its header would vouch for content that is gone.

@@ -6,7 +6,7 @@
 
 #pragma once
 
-#include "Platform/Linux/HostAddress.h"
+#include "Platform/Posix/HostAddress.h"
 
 #include <chrono>
 #include <functional>

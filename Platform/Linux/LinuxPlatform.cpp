@@ -9,8 +9,8 @@
 #include "Platform/Libraries/UserDefaultsSQLite.h"
 #include "Platform/Linux/BundleLinux.h"
 #include "Platform/Linux/NetworkReachabilityLinux.h"
-#include "Platform/Linux/StandardStreams.h"
 #include "Platform/Linux/ThreadLinux.h"
+#include "Platform/Posix/StandardStreams.h"
 
 #include <malloc.h>
 #include <pwd.h>

@@ -1,9 +1,9 @@
 #include "Platform/Linux/NetworkReachabilityLinux.h"
 
-#include "Platform/Linux/HostName.h"
 #include "Platform/Linux/NetworkWatcher.h"
 #include "Platform/Linux/ReachabilityTarget.h"
 #include "Platform/Linux/RouteQuery.h"
+#include "Platform/Posix/HostName.h"
 
 #include <utility>
 

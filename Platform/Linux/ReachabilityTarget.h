@@ -5,9 +5,9 @@
 
 #pragma once
 
-#include "Platform/Linux/HostAddress.h"
-#include "Platform/Linux/HostName.h"
 #include "Platform/Linux/RouteQuery.h"
+#include "Platform/Posix/HostAddress.h"
+#include "Platform/Posix/HostName.h"
 #include "Platform/SystemConfiguration/NetworkReachability.h"
 
 #include <cstdint>

@@ -4,9 +4,9 @@
 
 #pragma once
 
-#include "Platform/Linux/HostAddress.h"
 #include "Platform/Linux/LinkTable.h"
 #include "Platform/Linux/NetlinkSocket.h"
+#include "Platform/Posix/HostAddress.h"
 #include "Platform/SystemConfiguration/NetworkReachability.h"
 
 #include <filesystem>

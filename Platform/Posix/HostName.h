@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "Platform/Linux/HostAddress.h"
+#include "Platform/Posix/HostAddress.h"
 
 #include <optional>
 #include <string>

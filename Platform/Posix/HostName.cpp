@@ -1,4 +1,4 @@
-#include "Platform/Linux/HostName.h"
+#include "Platform/Posix/HostName.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "Platform/Linux/HostAddress.h"
+#include "Platform/Posix/HostAddress.h"
 
 #include <arpa/inet.h>
 

@@ -1,4 +1,4 @@
-#include "Platform/Linux/StandardStreams.h"
+#include "Platform/Posix/StandardStreams.h"
 
 #include <fcntl.h>
 #include <poll.h>

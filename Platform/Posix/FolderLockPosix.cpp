@@ -32,17 +32,17 @@ FolderLock::~FolderLock()
         close(m_descriptor);
 }
 
-std::optional<FolderLock::Stamp> FolderLock::stamp() const
+std::optional<FileStamp> FolderLock::stamp() const
 {
-    Stamp stamp;
-    if (!m_isHeld || pread(m_descriptor, &stamp, sizeof stamp, 0) != sizeof stamp || stamp == Stamp {})
+    FileStamp stamp;
+    if (!m_isHeld || pread(m_descriptor, &stamp, sizeof stamp, 0) != sizeof stamp || stamp == FileStamp {})
         return std::nullopt;
     return stamp;
 }
 
-void FolderLock::setStamp(std::optional<Stamp> stamp) const
+void FolderLock::setStamp(std::optional<FileStamp> stamp) const
 {
-    const auto written = stamp.value_or(Stamp {});
+    const auto written = stamp.value_or(FileStamp {});
     // A stamp that cannot be written is cleared: an outdated one would be taken for a stranger's change.
     if (m_isHeld && pwrite(m_descriptor, &written, sizeof written, 0) != sizeof written)
         static_cast<void>(ftruncate(m_descriptor, 0));
