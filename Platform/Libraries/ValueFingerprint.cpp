@@ -27,7 +27,7 @@ ValueFingerprint::ValueFingerprint(const std::optional<Value>& value)
     }
     const auto* array = value->as<Value::Array>();
     if (!array) {
-        m_value = value;
+        m_value.emplace(*value);
         return;
     }
     constexpr std::size_t lastElements = 2;
