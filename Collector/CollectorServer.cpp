@@ -127,6 +127,9 @@ net::awaitable<error_code> receiveBody(
     while (!error && !parser.is_done()) {
         const auto size = parse(parser, received.data(), error);
         received.consume(size);
+        // The library bounds neither a chunk's head nor what follows the last one.
+        if (size == 0 && !error && received.size() > longestHead)
+            error = http::error::header_limit;
         if (size == 0 && !error)
             co_await receive(client, received, idleTimeout);
     }
@@ -210,8 +213,8 @@ net::awaitable<void> CollectorServer::Implementation::acceptConnections()
             beast::flat_buffer received;
             while (co_await serve(client, received)) { }
             co_await lingeringClose(client, received);
-        } catch (const system_error&) {
-            // The client has gone, or said nothing for too long.
+        } catch (const std::exception&) {
+            // The client has gone, said nothing for too long, or asked for more than there is memory.
             continue;
         }
     }

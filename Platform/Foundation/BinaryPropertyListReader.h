@@ -1,6 +1,6 @@
 // Finds the objects of a binary property list, however damaged it is: an object that is found lies whole in the list.
 //
-// Whether the objects form a tree, and what unfolding it costs, is for the caller to bound. Threads: any.
+// The caller must bound the depth of the tree and what unfolding it costs. Threads: any.
 
 #pragma once
 
@@ -20,7 +20,7 @@ public:
     struct Object {
         Kind kind = Kind::boolean;
         std::size_t payload = 0;
-        /// Of numbers the size in bytes, of containers and text the number of elements, of a boolean its value.
+        /// Size in bytes of a number, number of elements of a container or text, value of a boolean.
         std::size_t count = 0;
 
         [[nodiscard]] bool isText() const { return kind == Kind::ascii || kind == Kind::utf16; }
@@ -69,8 +69,8 @@ private:
     [[nodiscard]] std::optional<Object> counted(
         Kind kind, std::size_t position, std::size_t low, std::size_t unit) const;
     [[nodiscard]] std::optional<std::string> utf16(const Object& read) const;
-    /// Returns true if so many more units of a text are ASCII.
     static constexpr std::size_t unitsAtOnce = 4;
+    /// Returns true if so many more units of a text are ASCII.
     [[nodiscard]] bool areASCII(const Object& read, std::size_t position) const;
     [[nodiscard]] char16_t unitAt(const Object& read, std::size_t position) const;
     [[nodiscard]] std::uint8_t byteAt(std::size_t position) const

@@ -1,6 +1,6 @@
 // Puts the objects of a binary property list together, children before their container.
 //
-// Whoever writes must know the number of objects before the first: it decides how wide an index is. Threads: any, one
+// The number of objects must be known before the first is written: it decides how wide an index is. Threads: any, one
 // at a time.
 
 #pragma once

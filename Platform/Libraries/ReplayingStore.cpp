@@ -67,13 +67,16 @@ template <typename Operation> auto ReplayingStore::perform(Operation operation)
             const bool isRepairable = failure.isIndexLost() || (isBroken && m_tables && m_whyReadOnly.empty());
             if (!isRepairable || attempt == attempts)
                 throw;
-            if (const auto change = m_file.change(); change != StoreFile::Change::None) {
+            const auto change = m_tables ? m_file.change() : StoreFile::Change::None;
+            if (change != StoreFile::Change::None) {
                 recover(change);
                 continue;
             }
-            dropTables();
-            if (failure.isIndexLost())
+            if (failure.isIndexLost()) {
+                closeTables();
                 continue;
+            }
+            dropTables();
             // The index of the log may be to blame; it is made anew first.
             m_file.emptyIndex();
             if (++damages == 1)
@@ -128,6 +131,15 @@ void ReplayingStore::open()
     }
 }
 
+// The log has everything that was stored. It is left alone: other connections may need it.
+void ReplayingStore::closeTables()
+{
+    m_views.clear();
+    if (m_tables)
+        m_tables->leaveLogBehind();
+    m_tables.reset();
+}
+
 // The file's content, or the file itself, is lost or about to be: what may not be on the disk is to be replayed.
 void ReplayingStore::dropTables()
 {
@@ -135,10 +147,7 @@ void ReplayingStore::dropTables()
         m_pending.begin(), std::make_move_iterator(m_unsynced.begin()), std::make_move_iterator(m_unsynced.end()));
     m_pendingCount = m_pending.size();
     m_unsynced.clear();
-    m_views.clear();
-    if (m_tables)
-        m_tables->leaveLogBehind();
-    m_tables.reset();
+    closeTables();
 }
 
 void ReplayingStore::throwIfChanged()
@@ -190,7 +199,7 @@ void ReplayingStore::recover(StoreFile::Change change)
         return;
     case Change::IndexCut:
         m_file.say("lost a part of the index beside it while it was in use; it is made anew");
-        dropTables();
+        closeTables();
         m_file.emptyIndex();
         return;
     }
@@ -347,7 +356,7 @@ void ReplayingStore::applyPending()
 {
     if (m_pending.empty())
         return;
-    std::map<std::string, std::optional<Value>, std::less<>> values;
+    Values values;
     std::vector<std::size_t> refused;
     perform([&](StoreTables* tables) {
         if (!m_whyReadOnly.empty())
@@ -364,7 +373,17 @@ void ReplayingStore::applyPending()
             if (!values.contains(update.key))
                 values.emplace(update.key, apply(transaction, update.key, refused));
         }
-        transaction.commit();
+        // What was read with a part of the index gone may be old.
+        if (m_whyReadOnly.empty() && m_file.isIndexCut())
+            throw FileChanged {StoreFile::Change::IndexCut};
+        try {
+            transaction.commit();
+        } catch (const SQLiteFailure& failure) {
+            // The log may have it whole all the same.
+            if (failure.isIndexLost())
+                noteResults(values);
+            throw;
+        }
     });
     if (m_thrown)
         refused.push_back(m_pending.size() - 1);
@@ -375,13 +394,9 @@ void ReplayingStore::applyPending()
             sayRefused(m_pending[index].key);
         m_pending.erase(m_pending.begin() + static_cast<std::ptrdiff_t>(index));
     }
-    for (auto& [key, value] : values) {
-        // The values between were never stored, so only the last update of a key can be recognised by its result.
-        const auto last = std::ranges::find(m_pending.rbegin(), m_pending.rend(), key, &Update::key);
-        if (last != m_pending.rend())
-            last->result.emplace(value);
+    noteResults(values);
+    for (auto& [key, value] : values)
         m_lastKnown.insert_or_assign(key, std::move(value));
-    }
     for (auto& update : std::exchange(m_pending, {}))
         noteWritten(std::move(update));
     m_pendingCount = 0;
@@ -390,6 +405,16 @@ void ReplayingStore::applyPending()
     succeeded(Writing);
     if (m_tables)
         m_file.shortenLog(*m_tables);
+}
+
+// The values between were never stored, so only the last update of a key can be recognised by its result.
+void ReplayingStore::noteResults(const Values& values)
+{
+    for (const auto& [key, value] : values) {
+        const auto last = std::ranges::find(m_pending.rbegin(), m_pending.rend(), key, &Update::key);
+        if (last != m_pending.rend())
+            last->result.emplace(value);
+    }
 }
 
 // Sets a key to what its kept updates make of its present value. A result that is no property list changes nothing.
@@ -420,6 +445,16 @@ void ReplayingStore::noteWritten(Update update)
 }
 
 ReplayingStore::Progress ReplayingStore::flush()
+{
+    for (int attempt = 1; attempt < attempts; ++attempt) {
+        if (const auto progress = tryFlush(attempt))
+            return *progress;
+    }
+    return Progress::Failed;
+}
+
+// None when the index of the log was cut meanwhile, so that another attempt is worthwhile.
+std::optional<ReplayingStore::Progress> ReplayingStore::tryFlush(int attempt)
 {
     std::uint64_t number = 0;
     bool isWritten = true;
@@ -456,12 +491,15 @@ ReplayingStore::Progress ReplayingStore::flush()
     const auto guard = lock();
     m_file.endCheckpoint();
     if (failure && failure->isIndexLost() && !failure->isDiskFull()) {
-        recover(m_file.change());
-        return Progress::MoreCame;
+        if (m_tables)
+            recover(m_file.change());
+        closeTables();
+        if (attempt + 1 < attempts)
+            return std::nullopt;
     }
     if (failure) {
         failed(Syncing, *failure);
-        if (failure->isDamage() || failure->isCut())
+        if (failure->isDamage() || failure->isCut() || failure->isIndexLost())
             dropTables();
         return Progress::Failed;
     }

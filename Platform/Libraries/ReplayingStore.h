@@ -60,6 +60,8 @@ public:
     [[nodiscard]] std::size_t pendingCount() const { return m_pendingCount; }
 
 private:
+    using Values = std::map<std::string, std::optional<Value>, std::less<>>;
+
     enum Trouble : unsigned { Reading = 1, Writing = 2, Syncing = 4 };
 
     struct Update {
@@ -88,6 +90,7 @@ private:
     struct InTransaction;
 
     void open();
+    void closeTables();
     void dropTables();
     void throwIfChanged();
     void recover(StoreFile::Change change);
@@ -97,7 +100,9 @@ private:
     void applyPending();
     [[nodiscard]] std::optional<Value> apply(
         StoreTables::Transaction& transaction, const std::string& key, std::vector<std::size_t>& refused);
+    void noteResults(const Values& values);
     void noteWritten(Update update);
+    [[nodiscard]] std::optional<Progress> tryFlush(int attempt);
     [[nodiscard]] std::optional<Value> readInUpdate(std::string_view key);
     [[nodiscard]] std::optional<Value> run(const Update& update, std::optional<Value> present);
     [[nodiscard]] std::size_t firstMissing(std::string_view key, const std::optional<Value>& present) const;
@@ -128,7 +133,7 @@ private:
     std::uint64_t m_updates = 0;
     std::map<std::string, View, std::less<>> m_views;
     /// The latest value of each key that was read or written.
-    std::map<std::string, std::optional<Value>, std::less<>> m_lastKnown;
+    Values m_lastKnown;
     /// The exception that the latest kept update has thrown.
     std::exception_ptr m_thrown;
     unsigned m_troubles = 0;

@@ -269,6 +269,13 @@ void StoreFile::discardLog() const
     remove(shmIndex);
 }
 
+bool StoreFile::isIndexCut() const
+{
+    const auto& seen = m_seen[shmIndex];
+    const auto present = seen ? stateOf(m_path.string() + suffixes[shmIndex]) : std::nullopt;
+    return present && present->isSameFile(*seen) && present->stamp.size < seen->stamp.size;
+}
+
 void StoreFile::emptyIndex() const
 {
     const auto lock = lockFolder(*m_timeout);

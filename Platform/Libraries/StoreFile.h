@@ -63,6 +63,9 @@ public:
     /// The change that somebody else has made to the files since they were opened or looked at last.
     [[nodiscard]] Change change();
 
+    /// Returns true if the index of the log is shorter than it was. Cheaper than change().
+    [[nodiscard]] bool isIndexCut() const;
+
     /// Returns true if the log that the tables write to is not the one that others read. Cheaper than change().
     [[nodiscard]] bool isLogExchanged() const { return m_seen[2] && !isOpened(2); }
 

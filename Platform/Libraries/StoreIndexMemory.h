@@ -15,12 +15,15 @@ namespace kova {
 /// nothing when there is one, or where the system needs no such file: SQLite makes the index, too.
 void makeIndexFile(const std::string& path);
 
+/// Returns true if there is an index file of less than this size in bytes.
+[[nodiscard]] bool isIndexFileShorter(const std::string& path, std::size_t size);
+
 /// Empties an index file that is shorter than its first region: its header would vouch for content that is gone.
 void emptyCutIndexFile(const std::string& path, std::size_t regionSize);
 
 /// Survives a failing access to the mapped regions of an index. From that access on, all of its regions are zeros that
-/// only this process sees, and the index is lost: whoever uses it must not write to the database any more, nor believe
-/// what is read. A file that was cut is emptied, so that everybody makes the index anew from the log.
+/// only this process sees, and the index is lost: whoever uses it must not write to the database file any more, nor
+/// believe what is read. A file that was cut is emptied, so that everybody makes the index anew from the log.
 class IndexGuard {
 public:
     enum class Loss { None, Cut, NoRoom };
@@ -34,6 +37,9 @@ public:
     IndexGuard& operator=(const IndexGuard&) = delete;
 
     void add(std::size_t number, void* region);
+
+    /// Does what a failing access does, for a cut that shows otherwise.
+    void lose();
 
     [[nodiscard]] Loss loss() const;
 

@@ -37,8 +37,8 @@ template <auto Method, typename... Arguments> int forward(sqlite3_file* file, Ar
     return (real->pMethods->*Method)(real, arguments...);
 }
 
-// The result of everything that relies on an index which is lost. A commit whose last write came before the loss is
-// valid all the same: it is found in the log.
+// What every operation on the database file returns once the index is lost. The log may still be written: the lock for
+// writing is held then, and a commit that gets there whole is found when the index is made anew.
 int lossCode(sqlite3_file* file)
 {
     const auto& guard = of(file).guard;
@@ -89,6 +89,11 @@ int mapIndex(sqlite3_file* file, int number, int size, int extends, void volatil
     // Extended by the holder of the lock for writing only.
     if (extends && index == 0)
         emptyCutIndexFile(path, regionSize);
+    // SQLite would fill what is missing with zeros that a valid header vouches for.
+    if (self.guard && index > 0 && isIndexFileShorter(path, (extends ? index : index + 1) * regionSize)) {
+        self.guard->lose();
+        return SQLITE_IOERR_SHMSIZE;
+    }
     const int code = forward<&Methods::xShmMap>(file, number, size, extends, memory);
     if (code != SQLITE_OK || !*memory)
         return code;

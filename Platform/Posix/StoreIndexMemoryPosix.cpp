@@ -15,7 +15,7 @@
 
 namespace kova {
 
-// What the signal handler reads: never freed, only used again.
+// Read by the signal handler, so mappings are used again and never freed.
 struct IndexGuard::Mapping {
     /// A log of a gigabyte. Regions beyond are not guarded.
     static constexpr std::size_t mostRegions = 256;
@@ -39,6 +39,8 @@ struct IndexGuard::Mapping {
     std::atomic<std::size_t> regionSize = 0;
     std::array<std::atomic<std::uintptr_t>, mostRegions> regions {};
     std::atomic<Loss> loss = Loss::None;
+    std::atomic<bool> isDecided = false;
+    std::uintptr_t pageSize = 0;
     Mapping* next = nullptr;
 
     // Serialises the threads that make and end mappings. The signal handler takes no lock.
@@ -64,23 +66,33 @@ IndexGuard::Mapping& IndexGuard::Mapping::withFirstRegion(std::uintptr_t address
     return *unused;
 }
 
-// Every function that is called here may be called in a signal handler. Threads: the one whose access has failed.
+// Decides once what has happened, and replaces the memory. A thread that comes second accesses the memory again, and
+// fails again, until it is replaced. Every function that is called here may be called in a signal handler.
 bool IndexGuard::Mapping::lose()
 {
+    if (isDecided.exchange(true))
+        return true;
     const int savedError = errno;
+    std::uint64_t size = 0;
+    for (std::size_t index = 0; index < mostRegions; ++index) {
+        if (regions[index] != 0)
+            size = (index + 1) * regionSize;
+    }
     struct stat status {};
-    std::size_t count = 0;
-    while (count < mostRegions && regions[count] != 0)
-        ++count;
     const bool isThere = stat(path.data(), &status) == 0 && status.st_dev == device && status.st_ino == number;
-    const bool isCut = !isThere || static_cast<std::uint64_t>(status.st_size) < count * regionSize;
+    const bool isCut = !isThere || static_cast<std::uint64_t>(status.st_size) < size;
     if (isThere && isCut)
         (void)!truncate(path.data(), 0);
     loss = isCut ? Loss::Cut : Loss::NoRoom;
     bool isReplaced = true;
-    for (std::size_t index = 0; index < count; ++index) {
-        auto* region = reinterpret_cast<void*>(regions[index].load());
-        isReplaced &= mmap(region, regionSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0)
+    for (const auto& region : regions) {
+        if (region == 0)
+            continue;
+        // Where pages are large, several regions share one.
+        const auto begin = region & ~(pageSize - 1);
+        const auto end = (region + regionSize + pageSize - 1) & ~(pageSize - 1);
+        isReplaced &= mmap(reinterpret_cast<void*>(begin), end - begin, PROT_READ | PROT_WRITE,
+                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0)
             != MAP_FAILED;
     }
     errno = savedError;
@@ -130,6 +142,8 @@ IndexGuard::IndexGuard(const std::string& path, void* firstRegion, std::size_t r
             path.copy(mapping.path.data(), mapping.path.size() - 1);
             mapping.regionSize = regionSize;
             mapping.loss = Loss::None;
+            mapping.isDecided = false;
+            mapping.pageSize = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
             mapping.regions[0] = reinterpret_cast<std::uintptr_t>(firstRegion);
         }
         return mapping;
@@ -150,9 +164,20 @@ void IndexGuard::add(std::size_t number, void* region)
         m_mapping.regions[number] = reinterpret_cast<std::uintptr_t>(region);
 }
 
+void IndexGuard::lose()
+{
+    (void)m_mapping.lose();
+}
+
 IndexGuard::Loss IndexGuard::loss() const
 {
     return m_mapping.loss.load(std::memory_order_relaxed);
+}
+
+bool isIndexFileShorter(const std::string& path, std::size_t size)
+{
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && static_cast<std::uint64_t>(status.st_size) < size;
 }
 
 void emptyCutIndexFile(const std::string& path, std::size_t regionSize)

@@ -28,8 +28,8 @@ constexpr QChar emojiPresentation {0xFE0F};
 constexpr QChar keycap {0x20E3};
 /// Left to right, with a break before and after it, as flags are.
 constexpr QChar ideograph {0x4E00};
-constexpr int decodesOfATurn = 48;
-constexpr int decodesOfAPicture = 2;
+constexpr int decodesPerTurn = 48;
+constexpr int decodesPerPicture = 2;
 constexpr qsizetype rememberedGlyphs = 4096;
 constexpr qsizetype rememberedPixelBytes = 64 * 1024 * 1024;
 /// How far a picture may reach beyond its advance, in points.
@@ -69,7 +69,7 @@ bool mayDecode(int count)
     auto* const application = QCoreApplication::instance();
     if (turn != application) {
         turn = application;
-        decodesLeft = decodesOfATurn;
+        decodesLeft = decodesPerTurn;
         QMetaObject::invokeMethod(application, [] { memory().allowance.turn.clear(); }, Qt::QueuedConnection);
     }
     if (decodesLeft < count)
@@ -198,7 +198,7 @@ std::optional<EmojiPicture> emojiPicture(
     auto& pictures = memory().pictures;
     if (const auto* known = pictures.object(key))
         return *known;
-    if (!mayDecode(decodesOfAPicture))
+    if (!mayDecode(decodesPerPicture))
         return std::nullopt;
     QTextLayout layout {character, font};
     const auto line = layOutLine(layout);

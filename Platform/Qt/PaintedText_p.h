@@ -23,7 +23,7 @@ public:
     /// `size` is in points.
     PaintedText(const QString& text, const Style& style, QSizeF size, double pixelRatio);
 
-    /// Whether Qt Quick should not draw a text.
+    /// Returns true if the text has too many bitmap emoji for Qt Quick.
     [[nodiscard]] static bool isFor(const QString& text, const QFont& font);
 
     /// Paints emoji that are missing; false if some still are after it, for the next turn of the event loop.

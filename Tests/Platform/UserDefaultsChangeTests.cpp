@@ -5,8 +5,10 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <filesystem>
@@ -170,7 +172,7 @@ TEST(UserDefaultsChangeTest, ReplaysUpdatesOnceAfterChanges)
 TEST(UserDefaultsChangeTest, SurvivesAnIndexThatIsCutInAnUpdate)
 {
     constexpr int count = 60;
-    for (const std::uintmax_t size : {0, 4'096, 16'384}) {
+    for (const std::uintmax_t size : {0, 4'096, 16'384, 30'000}) {
         SCOPED_TRACE(size);
         const StoreFolder folder;
         const SaidLines said;
@@ -187,6 +189,37 @@ TEST(UserDefaultsChangeTest, SurvivesAnIndexThatIsCutInAnUpdate)
         EXPECT_EQ(folder.stored("list"), Value {bodies(1, count)});
         EXPECT_EQ(folder.integrity(), "ok");
     }
+}
+
+// The log has what both have stored, so nothing is to be made once more.
+TEST(UserDefaultsChangeTest, ReplaysNothingWhenOnlyTheIndexIsCut)
+{
+    const StoreFolder folder;
+    const SaidLines said;
+    std::array<int, 2> turn {};
+    ASSERT_EQ(pipe(turn.data()), 0);
+    const auto other = fork();
+    ASSERT_GE(other, 0);
+    if (other == 0) {
+        char byte = 0;
+        const bool isTurn = read(turn[0], &byte, 1) == 1;
+        if (isTurn)
+            append(*folder.open(std::chrono::minutes {1}), "list", 2);
+        _exit(isTurn ? 0 : 1);
+    }
+    auto store = folder.open(std::chrono::minutes {1});
+    append(*store, "list", 1);
+    ASSERT_EQ(write(turn[1], "x", 1), 1);
+    int status = -1;
+    ASSERT_EQ(waitpid(other, &status, 0), other);
+    ASSERT_EQ(status, 0);
+    fs::resize_file(folder.file().string() + "-shm", 0);
+    EXPECT_EQ(store->object("list"), Value {bodies(1, 2)});
+    append(*store, "list", 3);
+    store.reset();
+    EXPECT_EQ(folder.stored("list"), Value {bodies(1, 3)});
+    close(turn[0]);
+    close(turn[1]);
 }
 
 TEST(UserDefaultsChangeTest, SurvivesAnIndexThatIsCutAtAnyTime)

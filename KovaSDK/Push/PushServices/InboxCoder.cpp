@@ -78,8 +78,8 @@ private:
     std::array<std::optional<Index>, fields.size()> m_keys {};
 };
 
-// Reads an array of records. None for everything that the general decoder may judge otherwise: unknown keys, values of
-// other kinds, damage, lists that unfold to too much.
+// Reads an array of records. Everything else is left to the general decoder: unknown keys, values of other kinds,
+// damage, lists that unfold to too much.
 class RecordReader {
 public:
     explicit RecordReader(std::string_view bytes)
@@ -95,6 +95,9 @@ public:
         const auto list = m_reader.object(m_reader.root());
         if (!list || list->kind != BinaryPropertyListReader::Kind::array
             || !charge(BinaryPropertyListReader::cost(*list)))
+            return std::nullopt;
+        constexpr auto costOfRecord = BinaryPropertyList::costOfValue + BinaryPropertyList::costOfContainer;
+        if (list->count > m_remainingCost / costOfRecord)
             return std::nullopt;
         std::vector<KovaNotification> records;
         // One more is about to come, mostly.

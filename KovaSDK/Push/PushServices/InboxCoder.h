@@ -15,10 +15,10 @@
 
 namespace kova::InboxCoder {
 
-/// None when a text is not valid UTF-8.
+/// Nothing when a text is not valid UTF-8.
 [[nodiscard]] std::optional<Data> encode(const std::vector<KovaNotification>& records);
 
-/// None when the bytes are no property list, binary or XML, or anything in them is no record.
+/// Nothing when the bytes are no property list, binary or XML, or anything in them is no record.
 [[nodiscard]] std::optional<std::vector<KovaNotification>> decode(std::string_view bytes);
 
 } // namespace kova::InboxCoder
