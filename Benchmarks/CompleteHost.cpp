@@ -2,7 +2,7 @@
 
 #include "Benchmarks/Support/SilentOneSignal.h"
 #include "KovaSDK/KovaSDK.h"
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 #include "Platform/UIKit/UIBarButtonItem.h"
 #include "Platform/UIKit/UIViewController.h"
 #include "Platform/UIKit/UIWindow.h"
@@ -53,7 +53,7 @@ void useCentre()
 
 int main()
 {
-    const LinuxPlatform platform {{.bundleIdentifier = "example.benchmark"}};
+    const DevicePlatform platform {{.bundleIdentifier = "example.benchmark"}};
     OneSignal::setShared(std::make_shared<benchmarks::SilentOneSignal>());
     usePushes();
     useEvent<CartEvent>(EventType::cartAddProduct);

@@ -13,7 +13,7 @@
 #include "KovaSDK/Geolocation/GeolocationServices/KovaGeotrigger.h"
 #include "KovaSDK/Push/KovaNotify.h"
 #include "Platform/Foundation/Print.h"
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 
 #include <chrono>
 #include <cstdio>
@@ -61,8 +61,8 @@ int main(int argumentCount, char** arguments)
     const std::string nowhere = "http://127.0.0.1:9/v2/";
 
     const auto begin = Clock::now();
-    std::optional<LinuxPlatform> platform;
-    platform.emplace(LinuxPlatformOptions {.bundleIdentifier = "example.benchmark",
+    std::optional<DevicePlatform> platform;
+    platform.emplace(DevicePlatformOptions {.bundleIdentifier = "example.benchmark",
         .bundleFolder = arguments[2],
         .dataFolder = arguments[1],
         .serviceAddresses = {.eventsBaseURL = nowhere, .metricsBaseURL = nowhere, .geotriggersBaseURL = nowhere}});

@@ -26,7 +26,7 @@ void fillStore(const std::filesystem::path& dataFolder)
 {
     constexpr int bufferedEvents = 10'000;
     constexpr int inboxRecords = 1'000;
-    const LinuxPlatform platform {{.bundleIdentifier = "example.benchmark", .dataFolder = dataFolder}};
+    const DevicePlatform platform {{.bundleIdentifier = "example.benchmark", .dataFolder = dataFolder}};
     Value::Array bodies;
     for (int number = 0; number < bufferedEvents; ++number)
         bodies.append(Data {std::string(280, 'x') + std::to_string(number)});

@@ -9,7 +9,7 @@
 #include "Host/SimulatedOneSignal.h"
 #include "Host/SimulatedPlotProjects.h"
 #include "KovaSDK/Geolocation/GeolocationServices/KovaGeotrigger.h"
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 
 #include <filesystem>
 #include <memory>
@@ -22,7 +22,7 @@ namespace kova::host {
 
 /// What commands work on. Lives as long as the script runs.
 struct HostContext {
-    LinuxPlatform& platform;
+    DevicePlatform& platform;
     SimulatedOneSignal& vendor;
     SimulatedPlotProjects& geofencing;
     HostWindow& window;

@@ -2,7 +2,7 @@
 
 #include "Host/HelpText.h"
 #include "Platform/Foundation/Description.h"
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 
 #include <getopt.h>
 
@@ -155,7 +155,7 @@ void check(const Options& options)
         fail("--bundle is missing: name the folder that holds Kova.plist, for example --bundle " + exampleBundle());
     if (options.network != "real" && options.network != "simulated")
         fail("--network is \"real\" or \"simulated\", not \"" + options.network + "\"");
-    if (!LinuxPlatform::isBundleIdentifier(options.identifier))
+    if (!DevicePlatform::isBundleIdentifier(options.identifier))
         fail("--identifier takes letters, digits, \".\", \"-\" and \"_\", not beginning with \".\" and at most 255 of "
              "them, not \""
             + singleLine(options.identifier) + "\"");

@@ -110,7 +110,7 @@ private:
 };
 
 ScriptOutcome play(const Options& options, const Interruption& interruption, int script, Answers& answers,
-    LinuxPlatform& platform, SimulatedNetwork* network)
+    DevicePlatform& platform, SimulatedNetwork* network)
 {
     const auto vendor = std::make_shared<SimulatedOneSignal>();
     OneSignal::setShared(vendor);
@@ -184,7 +184,7 @@ int run(const Options& options, const Interruption& interruption)
     const auto network = options.network == "simulated" ? std::make_shared<SimulatedNetwork>() : nullptr;
     // Opening waits for another process that holds the store's lock.
     std::optional<Progress> opening {std::in_place, "opening the store"};
-    LinuxPlatform platform {{
+    DevicePlatform platform {{
         .bundleIdentifier = "kova-host",
         .bundleFolder = options.bundle,
         .dataFolder = options.data,

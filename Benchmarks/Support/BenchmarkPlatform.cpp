@@ -45,7 +45,7 @@ private:
     SCNetworkReachabilityFlags m_flags;
 };
 
-LinuxPlatformOptions options(const BenchmarkFolder& folder, SCNetworkReachabilityFlags flags,
+DevicePlatformOptions options(const BenchmarkFolder& folder, SCNetworkReachabilityFlags flags,
     const std::string& eventsBaseURL, MainLoop mainLoop)
 {
     auto addresses = ServiceAddresses::builtIn();

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Platform/Foundation/Data.h"
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 #include "Platform/SystemConfiguration/NetworkReachability.h"
 
 #include <filesystem>
@@ -41,7 +41,7 @@ public:
     BenchmarkPlatform& operator=(const BenchmarkPlatform&) = delete;
 
     [[nodiscard]] const BenchmarkFolder& folder() const { return m_folder; }
-    [[nodiscard]] const LinuxPlatform& platform() const { return *m_platform; }
+    [[nodiscard]] const DevicePlatform& platform() const { return *m_platform; }
 
     /// Ends the platform before its folder goes.
     void shutDown() { m_platform.reset(); }
@@ -53,7 +53,7 @@ public:
 
 private:
     const BenchmarkFolder m_folder;
-    std::optional<LinuxPlatform> m_platform;
+    std::optional<DevicePlatform> m_platform;
 };
 
 } // namespace kova::benchmarks

@@ -23,7 +23,7 @@ void lookAtLine(std::string_view line)
     require(line.find('\n') == line.size() - 1 && isValidUTF8(line));
 }
 
-LinuxPlatformOptions options(const FuzzFolder& folder, std::shared_ptr<NetworkReachability> network, MainLoop mainLoop)
+DevicePlatformOptions options(const FuzzFolder& folder, std::shared_ptr<NetworkReachability> network, MainLoop mainLoop)
 {
     return {.bundleIdentifier = bundleIdentifier,
         .bundleFolder = folder.path(),

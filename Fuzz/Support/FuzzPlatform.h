@@ -10,7 +10,7 @@
 #include "Host/SimulatedNetwork.h"
 #include "Host/SimulatedOneSignal.h"
 #include "Host/SimulatedPlotProjects.h"
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 
 #include <filesystem>
 #include <memory>
@@ -46,7 +46,7 @@ public:
     const std::shared_ptr<host::SimulatedOneSignal> vendor = std::make_shared<host::SimulatedOneSignal>();
     const std::shared_ptr<host::SimulatedPlotProjects> geofencing = std::make_shared<host::SimulatedPlotProjects>();
     const std::shared_ptr<InstantSession> session = std::make_shared<InstantSession>();
-    LinuxPlatform platform;
+    DevicePlatform platform;
 };
 
 } // namespace kova::fuzz

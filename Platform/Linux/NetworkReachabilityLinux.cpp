@@ -1,8 +1,8 @@
 #include "Platform/Linux/NetworkReachabilityLinux.h"
 
 #include "Platform/Linux/NetworkWatcher.h"
-#include "Platform/Linux/ReachabilityTarget.h"
 #include "Platform/Linux/RouteQuery.h"
+#include "Platform/Linux/RouteTarget.h"
 #include "Platform/Posix/HostName.h"
 
 #include <utility>
@@ -27,8 +27,8 @@ std::shared_ptr<SCNetworkReachability> NetworkReachabilityLinux::createWithName(
     auto hostName = HostName::parse(name);
     if (!hostName)
         return nullptr;
-    const auto watched = m_watcher->isWatching() ? ReachabilityTarget::Watched::yes : ReachabilityTarget::Watched::no;
-    auto target = std::make_shared<ReachabilityTarget>(std::move(*hostName), m_routes, watched);
+    const auto watched = m_watcher->isWatching() ? RouteTarget::Watched::yes : RouteTarget::Watched::no;
+    auto target = std::make_shared<RouteTarget>(std::move(*hostName), m_routes, watched);
     m_watcher->add(target);
     return target;
 }

@@ -32,7 +32,7 @@ public:
     [[nodiscard]] std::shared_ptr<SCNetworkReachability> createWithName(const std::string& name) override;
 
     /// Ends the thread and whatever is being resolved; returns at once when that has happened before.
-    void end();
+    void end() override;
 
 private:
     std::shared_ptr<RouteQuery> m_routes;

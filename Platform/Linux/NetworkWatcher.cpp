@@ -51,7 +51,7 @@ NetworkWatcher::~NetworkWatcher()
     end();
 }
 
-void NetworkWatcher::add(const std::shared_ptr<ReachabilityTarget>& target)
+void NetworkWatcher::add(const std::shared_ptr<RouteTarget>& target)
 {
     if (!isWatching())
         return;
@@ -122,7 +122,7 @@ int NetworkWatcher::waitingTimeMs() const
 
 void NetworkWatcher::takeAdded()
 {
-    std::vector<std::weak_ptr<ReachabilityTarget>> added;
+    std::vector<std::weak_ptr<RouteTarget>> added;
     {
         const std::lock_guard lock {m_mutex};
         added.swap(m_added);
@@ -165,7 +165,7 @@ void NetworkWatcher::networkChanged()
     }
 }
 
-void NetworkWatcher::resolve(const std::shared_ptr<ReachabilityTarget>& target)
+void NetworkWatcher::resolve(const std::shared_ptr<RouteTarget>& target)
 {
     if (!target->name().isResolvable())
         return;

@@ -10,7 +10,7 @@
 
 #include "Platform/Linux/HostResolver.h"
 #include "Platform/Linux/NetlinkSocket.h"
-#include "Platform/Linux/ReachabilityTarget.h"
+#include "Platform/Linux/RouteTarget.h"
 #include "Platform/Linux/WakeEvent.h"
 
 #include <chrono>
@@ -35,7 +35,7 @@ public:
     [[nodiscard]] bool isWatching() const { return m_isWatching; }
 
     /// Resolves the target's name where needed and watches it while it lives.
-    void add(const std::shared_ptr<ReachabilityTarget>& target);
+    void add(const std::shared_ptr<RouteTarget>& target);
 
     /// Returns when the thread has ended. A repeated call does nothing.
     void end();
@@ -58,7 +58,7 @@ private:
     void takeAdded();
     void hearMessages();
     void networkChanged();
-    void resolve(const std::shared_ptr<ReachabilityTarget>& target);
+    void resolve(const std::shared_ptr<RouteTarget>& target);
 
     NetlinkSocket m_changes;
     WakeEvent m_wake;
@@ -68,11 +68,11 @@ private:
     std::mutex m_mutex;
     /// Guarded by m_mutex.
     bool m_isEnding = false;
-    std::vector<std::weak_ptr<ReachabilityTarget>> m_added;
+    std::vector<std::weak_ptr<RouteTarget>> m_added;
 
     /// The thread's own.
     HostResolver m_resolver;
-    std::vector<std::weak_ptr<ReachabilityTarget>> m_targets;
+    std::vector<std::weak_ptr<RouteTarget>> m_targets;
     std::optional<Burst> m_burst;
 
     std::mutex m_threadMutex;

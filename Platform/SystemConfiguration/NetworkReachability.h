@@ -68,6 +68,10 @@ public:
 
     /// A target for a host name; null for what cannot be one: empty, too long, with NUL or forbidden characters.
     [[nodiscard]] virtual std::shared_ptr<SCNetworkReachability> createWithName(const std::string& name) = 0;
+
+    /// Ends whatever runs for the targets: they still read their flags, and no call begins any more. For the maker of
+    /// the service; a repeated call does nothing.
+    virtual void end() { }
 };
 
 } // namespace kova

@@ -39,7 +39,7 @@ TEST(LinkFlapTest, TheStatusFollowsAndTheLastOneIsRight)
     OneSignal::setShared(vendor);
     PrintCapture log;
     {
-        const LinuxPlatform platform {{.bundleIdentifier = "example.test",
+        const DevicePlatform platform {{.bundleIdentifier = "example.test",
             .bundleFolder = folder.path(),
             .dataFolder = folder.path(),
             .reachability = reachability}};

@@ -60,7 +60,7 @@ void liveOnce(const TemporaryFolder& folder, LoopbackServer& server, bool isAnsw
     OneSignal::setShared(vendor);
     PlotDebug::setShared(geofencing);
     {
-        const LinuxPlatform platform {{.bundleIdentifier = "example.test",
+        const DevicePlatform platform {{.bundleIdentifier = "example.test",
             .bundleFolder = folder.path(),
             .dataFolder = folder.path(),
             .serviceAddresses = {.eventsBaseURL = address, .metricsBaseURL = address, .geotriggersBaseURL = address}}};

@@ -1,6 +1,6 @@
 #include "Platform/Foundation/Activity.h"
 #include "Platform/Foundation/DispatchQueue.h"
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 #include "Tests/Support/TemporaryFolder.h"
 #include "Tests/Support/WithoutThreads.h"
 
@@ -154,7 +154,7 @@ TEST_F(DispatchQueueTest, ThePlatformsEndRunsWhatWaitsOnItsMainQueue)
     const tests::TemporaryFolder folder;
     int ran = 0;
     {
-        const LinuxPlatform platform {{.bundleIdentifier = "queue.test", .dataFolder = folder.path()}};
+        const DevicePlatform platform {{.bundleIdentifier = "queue.test", .dataFolder = folder.path()}};
         for (int task = 0; task < 100; ++task)
             DispatchQueue::main().async([&ran] { ++ran; });
     }

@@ -1,13 +1,12 @@
-// Reachability on Linux: what names mean, and what real links and routes do to the flags.
+// Reachability on Linux: what is asked about names, and what real links and routes do to the flags.
 //
 // The tests with links run in a network namespace of their own: each starts itself anew inside one.
 
-#include "Platform/Foundation/DispatchQueue.h"
 #include "Platform/Linux/NetworkReachabilityLinux.h"
 #include "Tests/Support/Gate.h"
 #include "Tests/Support/NameServer.h"
 #include "Tests/Support/NetworkNamespace.h"
-#include "Tests/Support/Waiting.h"
+#include "Tests/Support/ReachabilityListener.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,24 +24,6 @@ using testing::IsEmpty;
 
 constexpr auto reachable = kSCNetworkReachabilityFlagsReachable;
 constexpr auto bound = 10s;
-
-TEST(NetworkReachabilityTest, MakesTargetsOnlyForWhatCanBeAHostName)
-{
-    const std::string longLabel(63, 'a');
-    const auto longName = longLabel + "." + longLabel + "." + longLabel + "." + std::string(61, 'a');
-    ASSERT_EQ(longName.size(), 253U);
-    const std::vector<std::pair<std::string, bool>> cases {{"www.kova.example", true}, {"www.kova.example.", true},
-        {"localhost", true}, {"a_b.C-1.example", true}, {"192.0.2.7", true}, {"2001:db8::7", true}, {"::1", true},
-        {longLabel + ".example", true}, {longName, true}, {"", false}, {".", false}, {".example", false},
-        {"www..example", false}, {"www.example..", false}, {"-www.example", false}, {"www-.example", false},
-        {"www.example-", false}, {"www example", false}, {"www.ex\xc3\xa4mple", false}, {"www/example", false},
-        {"https://www.example", false}, {"www.example:80", false}, {"fe80::1%eth0", false}, {"[::1]", false},
-        {std::string {"www\0.example", 12}, false}, {std::string {"::1\0", 4}, false}, {longLabel + "a.example", false},
-        {longName + "a", false}};
-    NetworkReachabilityLinux service;
-    for (const auto& [name, isHostName] : cases)
-        EXPECT_EQ(service.createWithName(name) != nullptr, isHostName) << testing::PrintToString(name);
-}
 
 TEST(NetworkReachabilityTest, AsksNobodyForReservedNames)
 {
@@ -82,55 +63,6 @@ TEST(NetworkReachabilityTest, TargetsOutliveTheService)
     EXPECT_TRUE(target->setDispatchQueue(DispatchQueue::create("late")));
 }
 
-/// A target with callback and queue, and everything that it was told.
-class Listener {
-public:
-    Listener(NetworkReachability& service, const std::string& name)
-        : m_target(service.createWithName(name))
-    {
-        EXPECT_TRUE(m_target->setCallback(&Listener::told, {.version = 0, .info = m_record}));
-        EXPECT_TRUE(m_target->setDispatchQueue(m_record->queue));
-    }
-
-    SCNetworkReachability& target() { return *m_target; }
-    DispatchQueue& queue() { return *m_record->queue; }
-    std::shared_ptr<SCNetworkReachability> release() { return std::move(m_target); }
-
-    /// Waits until something is told that has not been returned before; none when nothing is in time.
-    std::optional<SCNetworkReachabilityFlags> next()
-    {
-        const auto isThere = comesTrue([this] { return all().size() > m_seen; });
-        return isThere ? std::optional {all()[m_seen++]} : std::nullopt;
-    }
-
-    std::vector<SCNetworkReachabilityFlags> all()
-    {
-        std::vector<SCNetworkReachabilityFlags> flags;
-        queue().sync([&] { flags = m_record->told; });
-        return flags;
-    }
-
-private:
-    /// Used on its queue alone.
-    struct Record {
-        std::shared_ptr<DispatchQueue> queue = DispatchQueue::create("listener");
-        std::vector<SCNetworkReachabilityFlags> told;
-    };
-
-    static void told(
-        SCNetworkReachability& /*target*/, SCNetworkReachabilityFlags flags, const std::weak_ptr<void>& info)
-    {
-        if (const auto record = std::static_pointer_cast<Record>(info.lock())) {
-            EXPECT_TRUE(record->queue->isCurrent());
-            record->told.push_back(flags);
-        }
-    }
-
-    std::shared_ptr<Record> m_record = std::make_shared<Record>();
-    std::shared_ptr<SCNetworkReachability> m_target;
-    std::size_t m_seen = 0;
-};
-
 /// Ends the threads of the queues, as a platform object would.
 class NetworkReachabilityLinksTest : public testing::Test {
 protected:
@@ -149,7 +81,7 @@ TEST_F(NetworkReachabilityLinksTest, FollowsLinksRoutesAndCarrier)
         return NetworkNamespace::runThisTestInside();
     NetworkNamespace network;
     NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
-    Listener listener {service, documentationHost};
+    ReachabilityListener listener {service, documentationHost};
     ASSERT_EQ(listener.target().flags(), 0U);
 
     struct Step {
@@ -199,7 +131,7 @@ TEST_F(NetworkReachabilityLinksTest, TellsABurstOnce)
     NetworkNamespace network;
     network.connect();
     NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
-    Listener listener {service, documentationHost};
+    ReachabilityListener listener {service, documentationHost};
     std::string batch;
     for (int host = 10; host < 210; ++host)
         batch += "address add 10.9.0." + std::to_string(host) + "/24 dev eth0\n";
@@ -220,10 +152,10 @@ TEST_F(NetworkReachabilityLinksTest, TellsNobodyWhoIsNoLongerInstalled)
     NetworkNamespace network;
     network.connect();
     NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
-    Listener withoutCallback {service, documentationHost};
-    Listener withoutQueue {service, documentationHost};
-    Listener released {service, documentationHost};
-    Listener afterwards {service, documentationHost};
+    ReachabilityListener withoutCallback {service, documentationHost};
+    ReachabilityListener withoutQueue {service, documentationHost};
+    ReachabilityListener released {service, documentationHost};
+    ReachabilityListener afterwards {service, documentationHost};
     // The calls of the first three wait on their queues while they are removed.
     Gate gate;
     for (auto* listener : {&withoutCallback, &withoutQueue, &released})
@@ -253,7 +185,7 @@ TEST_F(NetworkReachabilityLinksTest, UsesTheRouteToTheHostOnceItsNameIsResolved)
     network.run("ip route add unreachable 198.51.100.0/24");
     NameServer nameServer;
     NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot(), .nameServers = nameServer.address()}};
-    Listener listener {service, "www.kova.net."};
+    ReachabilityListener listener {service, "www.kova.net."};
     ASSERT_EQ(listener.target().flags(), reachable) << "until it is resolved, the default route answers";
 
     nameServer.answer("198.51.100.7");
@@ -273,7 +205,7 @@ TEST_F(NetworkReachabilityLinksTest, ManyThreadsReadWhileLinksComeAndGo)
     NetworkNamespace network;
     network.connect();
     NetworkReachabilityLinux service {{.sysfsRoot = network.sysfsRoot()}};
-    Listener listener {service, documentationHost};
+    ReachabilityListener listener {service, documentationHost};
     std::atomic<int> withoutAnswer = 0;
     std::atomic<bool> isOver = false;
     std::vector<std::thread> readers;

@@ -2,7 +2,7 @@
 
 #pragma once
 
-#include "Platform/Linux/LinuxPlatform.h"
+#include "Platform/Platform.h"
 #include "Tests/Support/FakeNetwork.h"
 #include "Tests/Support/PrintCapture.h"
 #include "Tests/Support/RecordingOneSignal.h"
@@ -38,7 +38,7 @@ public:
     std::shared_ptr<RecordingOneSignal> vendor = std::make_shared<RecordingOneSignal>();
     std::shared_ptr<RecordingPlotProjects> geofencing = std::make_shared<RecordingPlotProjects>();
     std::shared_ptr<FakeNetwork> network = std::make_shared<FakeNetwork>();
-    LinuxPlatform platform;
+    DevicePlatform platform;
 };
 
 } // namespace kova::tests

@@ -1,14 +1,11 @@
-#include "Platform/Linux/ReachabilityTarget.h"
+#include "Platform/SystemConfiguration/ReachabilityTarget.h"
 
 #include <utility>
 
 namespace kova {
 
-ReachabilityTarget::ReachabilityTarget(HostName name, std::shared_ptr<RouteQuery> routes, Watched watched)
-    : m_name(std::move(name))
-    , m_routes(std::move(routes))
-    , m_watched(watched)
-    , m_addresses(m_name.fixedAddresses())
+ReachabilityTarget::ReachabilityTarget(Watched watched)
+    : m_watched(watched)
 {
 }
 
@@ -38,19 +35,7 @@ void ReachabilityTarget::install()
 {
     ++m_installation;
     if (m_callback && m_queue)
-        m_told = m_routes->reachability(m_addresses);
-}
-
-std::optional<SCNetworkReachabilityFlags> ReachabilityTarget::flags()
-{
-    const std::lock_guard lock {m_mutex};
-    return m_routes->reachability(m_addresses);
-}
-
-void ReachabilityTarget::setAddresses(std::vector<HostAddress> addresses)
-{
-    const std::lock_guard lock {m_mutex};
-    m_addresses = std::move(addresses);
+        m_told = flags();
 }
 
 void ReachabilityTarget::evaluate()
@@ -61,7 +46,7 @@ void ReachabilityTarget::evaluate()
         const std::lock_guard lock {m_mutex};
         if (!m_callback || !m_queue)
             return;
-        const auto now = m_routes->reachability(m_addresses);
+        const auto now = flags();
         if (!now || now == m_told)
             return;
         m_told = now;

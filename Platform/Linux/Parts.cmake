@@ -1,0 +1,6 @@
+pkg_check_modules(Mnl REQUIRED IMPORTED_TARGET GLOBAL libmnl)
+pkg_check_modules(Cares REQUIRED IMPORTED_TARGET GLOBAL libcares)
+set(platform_libraries PkgConfig::Mnl PkgConfig::Cares)
+set(platform_linked " -lmnl -lcares")
+set(platform_finding "pkg_check_modules(Mnl REQUIRED QUIET IMPORTED_TARGET libmnl)
+  pkg_check_modules(Cares REQUIRED QUIET IMPORTED_TARGET libcares)")
