@@ -18,4 +18,10 @@ std::optional<HostAddress> HostAddress::fromText(const std::string& text)
     return std::nullopt;
 }
 
+bool HostAddress::isLoopback() const
+{
+    constexpr std::uint8_t v4LoopbackNetwork = 127;
+    return family == Family::v4 ? bytes[0] == v4LoopbackNetwork : *this == fromText("::1");
+}
+
 } // namespace kova

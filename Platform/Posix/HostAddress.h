@@ -22,6 +22,8 @@ struct HostAddress {
 
     [[nodiscard]] std::size_t size() const { return family == Family::v4 ? 4 : bytes.size(); }
 
+    [[nodiscard]] bool isLoopback() const;
+
     friend bool operator==(const HostAddress&, const HostAddress&) = default;
 };
 
