@@ -39,7 +39,7 @@ std::shared_ptr<NetworkReachability> makeReachability()
 
 } // namespace
 
-QtDevicePlatform::QtDevicePlatform(QtDevicePlatformOptions options)
+QtDevicePlatform::QtDevicePlatform(const QtDevicePlatformOptions& options)
     : PosixPlatform(options,
           {.threadHook = &prepareThread,
               .freedMemoryHook = nullptr,

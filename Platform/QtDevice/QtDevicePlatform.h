@@ -32,7 +32,7 @@ public:
     /// Without a bundle folder the resources are "Resources" beside the executable, in which an application bundle of
     /// macOS has them one level higher, or the application's Qt resources. Without a data folder it is Qt's
     /// AppLocalDataLocation, which has the application's name in it on some systems.
-    explicit QtDevicePlatform(QtDevicePlatformOptions options);
+    explicit QtDevicePlatform(const QtDevicePlatformOptions& options);
     ~QtDevicePlatform();
 
 private:
