@@ -25,6 +25,15 @@ public:
         ::setenv("DBUS_SYSTEM_BUS_ADDRESS", m_runs ? line->c_str() + bus.size() : "unix:path=/nonexistent", 1);
     }
 
+    /// Lets the service end the bus, too: neither ends with a process that is killed.
+    ~NetworkManager()
+    {
+        m_process.closeInput();
+        EXPECT_TRUE(m_process.wait());
+    }
+    NetworkManager(const NetworkManager&) = delete;
+    NetworkManager& operator=(const NetworkManager&) = delete;
+
     [[nodiscard]] bool runs() const { return m_runs; }
     /// What the service has complained of.
     [[nodiscard]] std::string errors() const { return m_process.standardError(); }
