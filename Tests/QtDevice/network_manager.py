@@ -9,6 +9,7 @@ Each command is answered with "done". The end of the input ends the service and 
 import os
 import subprocess
 import sys
+import tempfile
 
 import dbus
 import dbusmock
@@ -75,4 +76,6 @@ def main() -> None:
 
 
 if __name__ == "__main__":
-    main()
+    # The mock leaves its files behind.
+    with tempfile.TemporaryDirectory() as tempfile.tempdir:
+        main()
