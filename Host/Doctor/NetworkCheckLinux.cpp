@@ -1,5 +1,4 @@
 #include "Host/Doctor/NetworkCheck.h"
-
 #include "Host/Patience.h"
 #include "Platform/Linux/HostResolver.h"
 #include "Platform/Linux/NetworkReachabilityLinux.h"

@@ -60,7 +60,7 @@ public:
     PosixPlatform(const PosixPlatform&) = delete;
     PosixPlatform& operator=(const PosixPlatform&) = delete;
 
-    /// Whether PosixPlatformOptions::bundleIdentifier may be this text.
+    /// Returns true if PosixPlatformOptions::bundleIdentifier may be this text.
     [[nodiscard]] static bool isBundleIdentifier(std::string_view text);
 
     /// Waits until every HTTP task has completed and every queue is idle. False when that takes longer than `timeout`,
@@ -72,7 +72,7 @@ public:
     std::size_t end();
 
 protected:
-    /// What a system brings.
+    /// The parts that differ from system to system.
     struct System {
         ThreadHook threadHook;
         FreedMemoryHook freedMemoryHook;
@@ -88,7 +88,7 @@ protected:
 private:
     std::shared_ptr<UserDefaultsSQLite> m_defaults;
     std::shared_ptr<URLSession> m_session;
-    /// None when the host has brought its own.
+    /// Null if the host has brought its own.
     std::shared_ptr<NetworkReachability> m_reachability;
     std::jthread m_mainLoop;
     bool m_hasEnded = false;

@@ -30,7 +30,7 @@ public:
             };
             QMetaObject::invokeMethod(state->loop.get(), drain, Qt::QueuedConnection);
         });
-        // What was submitted before anybody was there to be woken.
+        // Tasks may have been submitted before there was a loop to wake.
         QMetaObject::invokeMethod(m_state->loop.get(), &DispatchQueue::drainMain, Qt::QueuedConnection);
     }
     ~EventLoopQueue()

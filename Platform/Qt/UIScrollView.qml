@@ -10,7 +10,7 @@ UIView {
     onScrollRequested: (contentY) => { if (flickable.contentY !== contentY) flickable.contentY = contentY }
     // It has to be told: it would wait for ever to be let go of by a hand that caught it.
     onHandTaken: { flickable.interactive = false; flickable.interactive = true }
-    // What is beyond its bounds goes on: it is on its way back.
+    // A list beyond its bounds moves on, back into them.
     onFlickStopped: if (flickable.flicking && flickable.verticalOvershoot === 0) flickable.cancelFlick()
 
     Flickable {

@@ -44,8 +44,8 @@ UIView* WindowBridge::viewOf(const ViewItem& item) const
     return node ? node->view.get() : nullptr;
 }
 
-/// Whether another view is seen over a view at a point of the window: on its way to its place, or there. Texts and
-/// pictures let touches through.
+/// Returns true if another view is seen over a view at a point of the window, in its place or on its way there. Texts
+/// and pictures let touches through.
 bool WindowBridge::isCovered(const UIView& view, QPointF at) const
 {
     for (const auto* beneath = &view; beneath->superview(); beneath = beneath->superview()) {

@@ -17,7 +17,7 @@ namespace kova {
 
 class ReachabilityTarget : public SCNetworkReachability, public std::enable_shared_from_this<ReachabilityTarget> {
 public:
-    /// Whether changes are noticed at all; where they are not, no callback can be installed.
+    /// Says if changes are noticed at all; where they are not, no callback can be installed.
     enum class Watched { no, yes };
 
     bool setCallback(SCNetworkReachabilityCallBack callback, SCNetworkReachabilityContext context) override;

@@ -16,8 +16,8 @@ public:
     enum class State { Disconnected = 20, Local = 50, Site = 60, Global = 70 };
     enum class Device { Ethernet = 1, Modem = 8 };
 
-    /// To be made before anything asks for the system bus, whose address a process reads once. Disconnected at first,
-    /// and by Ethernet.
+    /// Make it before anything asks for the system bus, whose address a process reads once. The network is Ethernet,
+    /// disconnected at first.
     NetworkManager()
     {
         const auto line = m_process.waitForOutputLine(bus);
