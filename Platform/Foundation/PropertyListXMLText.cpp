@@ -27,8 +27,9 @@ std::optional<Number> parsedNumber(std::string_view text, Format... format)
     if (text.starts_with('-'))
         return std::nullopt;
     Number number {};
-    const auto* const textEnd = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data(), textEnd, number, format...);
+    const auto* const begin = text.data();
+    const auto* const textEnd = begin + text.size();
+    const auto [end, error] = std::from_chars(begin, textEnd, number, format...);
     if (error != std::errc {} || end != textEnd)
         return std::nullopt;
     return number;

@@ -11,6 +11,7 @@
 #include <climits>
 #include <csignal>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 
 namespace kova {
@@ -20,14 +21,14 @@ struct IndexGuard::Mapping {
     /// A log of a gigabyte. Regions beyond are not guarded.
     static constexpr std::size_t mostRegions = 256;
 
-    [[nodiscard]] bool contains(std::uintptr_t address) const
+    [[nodiscard]] bool contains(const void* address) const
     {
-        return std::ranges::any_of(regions, [&](const std::atomic<std::uintptr_t>& region) {
-            const auto begin = region.load();
-            return begin != 0 && address >= begin && address - begin < regionSize;
+        return std::ranges::any_of(regions, [&](const std::atomic<char*>& region) {
+            const auto* begin = region.load();
+            return begin && !std::less {}(address, begin) && std::less {}(address, begin + regionSize);
         });
     }
-    [[nodiscard]] static Mapping& withFirstRegion(std::uintptr_t address);
+    [[nodiscard]] static Mapping& withFirstRegion(const void* address);
     static void installHandler();
     static void handleFault(int signal, siginfo_t* info, void* context);
     [[nodiscard]] bool lose();
@@ -37,10 +38,10 @@ struct IndexGuard::Mapping {
     dev_t device = 0;
     ino_t number = 0;
     std::atomic<std::size_t> regionSize = 0;
-    std::array<std::atomic<std::uintptr_t>, mostRegions> regions {};
+    std::array<std::atomic<char*>, mostRegions> regions {};
     std::atomic<Loss> loss = Loss::None;
     std::atomic<bool> isDecided = false;
-    std::uintptr_t pageSize = 0;
+    std::size_t pageSize = 0;
     Mapping* next = nullptr;
 
     // Serialises the threads that make and end mappings. The signal handler takes no lock.
@@ -49,7 +50,7 @@ struct IndexGuard::Mapping {
     static inline struct sigaction previousAction {};
 };
 
-IndexGuard::Mapping& IndexGuard::Mapping::withFirstRegion(std::uintptr_t address)
+IndexGuard::Mapping& IndexGuard::Mapping::withFirstRegion(const void* address)
 {
     Mapping* unused = nullptr;
     for (auto* mapping = newest.load(); mapping; mapping = mapping->next) {
@@ -75,7 +76,7 @@ bool IndexGuard::Mapping::lose()
     const int savedError = errno;
     std::uint64_t size = 0;
     for (std::size_t index = 0; index < mostRegions; ++index) {
-        if (regions[index] != 0)
+        if (regions[index])
             size = (index + 1) * regionSize;
     }
     struct stat status {};
@@ -86,12 +87,12 @@ bool IndexGuard::Mapping::lose()
     loss = isCut ? Loss::Cut : Loss::NoRoom;
     bool isReplaced = true;
     for (const auto& region : regions) {
-        if (region == 0)
+        auto* begin = region.load();
+        if (!begin)
             continue;
-        // Where pages are large, several regions share one.
-        const auto begin = region & ~(pageSize - 1);
-        const auto end = (region + regionSize + pageSize - 1) & ~(pageSize - 1);
-        isReplaced &= mmap(reinterpret_cast<void*>(begin), end - begin, PROT_READ | PROT_WRITE,
+        // Where pages are large, several regions share one. The end need not be that of a page.
+        const auto distance = reinterpret_cast<std::uintptr_t>(begin) % pageSize;
+        isReplaced &= mmap(begin - distance, distance + regionSize, PROT_READ | PROT_WRITE,
                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0)
             != MAP_FAILED;
     }
@@ -101,10 +102,9 @@ bool IndexGuard::Mapping::lose()
 
 void IndexGuard::Mapping::handleFault(int signal, siginfo_t* info, void* context)
 {
-    const auto address = reinterpret_cast<std::uintptr_t>(info->si_addr);
     // A positive code is a failed access; others were sent by somebody.
     for (auto* mapping = info->si_code > 0 ? newest.load() : nullptr; mapping; mapping = mapping->next) {
-        if (mapping->contains(address) && mapping->lose())
+        if (mapping->contains(info->si_addr) && mapping->lose())
             return;
     }
     if ((previousAction.sa_flags & SA_SIGINFO) != 0) {
@@ -132,7 +132,7 @@ IndexGuard::IndexGuard(const std::string& path, void* firstRegion, std::size_t r
         const std::lock_guard lock {Mapping::mutex};
         static const int installed = (Mapping::installHandler(), 0);
         (void)installed;
-        auto& mapping = Mapping::withFirstRegion(reinterpret_cast<std::uintptr_t>(firstRegion));
+        auto& mapping = Mapping::withFirstRegion(firstRegion);
         if (mapping.users++ == 0) {
             struct stat status {};
             stat(path.c_str(), &status);
@@ -143,8 +143,8 @@ IndexGuard::IndexGuard(const std::string& path, void* firstRegion, std::size_t r
             mapping.regionSize = regionSize;
             mapping.loss = Loss::None;
             mapping.isDecided = false;
-            mapping.pageSize = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-            mapping.regions[0] = reinterpret_cast<std::uintptr_t>(firstRegion);
+            mapping.pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+            mapping.regions[0] = static_cast<char*>(firstRegion);
         }
         return mapping;
     }())
@@ -155,13 +155,13 @@ IndexGuard::~IndexGuard()
 {
     const std::lock_guard lock {Mapping::mutex};
     if (--m_mapping.users == 0)
-        std::ranges::fill(m_mapping.regions, 0);
+        std::ranges::fill(m_mapping.regions, nullptr);
 }
 
 void IndexGuard::add(std::size_t number, void* region)
 {
     if (number < Mapping::mostRegions)
-        m_mapping.regions[number] = reinterpret_cast<std::uintptr_t>(region);
+        m_mapping.regions[number] = static_cast<char*>(region);
 }
 
 void IndexGuard::lose()
