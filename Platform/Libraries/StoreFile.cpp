@@ -46,6 +46,7 @@ std::optional<FileState> stateOf(const fs::path& file)
 StoreFile::StoreFile(fs::path folder, std::shared_ptr<const BusyTimeout> timeout)
     : m_folder(std::move(folder))
     , m_path(m_folder / "defaults.sqlite")
+    , m_files {m_path, m_path.string() + "-wal", m_path.string() + "-shm"}
     , m_timeout(std::move(timeout))
 {
 }
@@ -92,7 +93,7 @@ std::unique_ptr<StoreTables> StoreFile::openHere(const FolderLock& lock)
     makePrivateFile(m_path);
     auto tables = std::make_unique<StoreTables>(m_path, m_timeout);
     for (std::size_t index = 0; index < suffixes.size(); ++index)
-        m_seen[index] = stateOf(m_path.string() + suffixes[index]);
+        m_seen[index] = stateOf(m_files[index]);
     m_hasLog = tables->hasLog();
     lock.setStamp(m_seen[0] ? std::optional {m_seen[0]->stamp} : std::nullopt);
     return tables;
@@ -192,10 +193,10 @@ StoreFile::Change StoreFile::change()
     }
     if (!m_seen[0] || !file->isSameFile(*m_seen[0]))
         return Change::Replaced;
-    const auto log = m_seen[logIndex] ? stateOf(m_path.string() + suffixes[logIndex]) : std::nullopt;
+    const auto log = m_seen[logIndex] ? stateOf(m_files[logIndex]) : std::nullopt;
     if (m_seen[logIndex] && (!log || !log->isSameFile(*m_seen[logIndex])))
         return Change::LogLost;
-    const auto index = m_seen[shmIndex] ? stateOf(m_path.string() + suffixes[shmIndex]) : std::nullopt;
+    const auto index = m_seen[shmIndex] ? stateOf(m_files[shmIndex]) : std::nullopt;
     if (m_seen[shmIndex] && (!index || !index->isSameFile(*m_seen[shmIndex])))
         return Change::LogLost;
     if (index && index->stamp.size < m_seen[shmIndex]->stamp.size)
@@ -237,7 +238,7 @@ bool StoreFile::isChangedByStranger(const FileState& present)
 
 bool StoreFile::isOpened(std::size_t index) const
 {
-    const auto present = stateOf(m_path.string() + suffixes[index]);
+    const auto present = stateOf(m_files[index]);
     return present && m_seen[index] && present->isSameFile(*m_seen[index]);
 }
 
@@ -245,7 +246,7 @@ bool StoreFile::rescueLog(StoreTables& tables) const
 {
     const auto lock = lockFolder(*m_timeout);
     for (const auto index : {logIndex, shmIndex}) {
-        if (fs::exists(m_path.string() + suffixes[index]) && !isOpened(index))
+        if (fs::exists(m_files[index]) && !isOpened(index))
             return false;
     }
     try {
@@ -259,7 +260,7 @@ void StoreFile::remove(std::size_t index) const
 {
     std::error_code missing;
     if (isOpened(index))
-        fs::remove(m_path.string() + suffixes[index], missing);
+        fs::remove(m_files[index], missing);
 }
 
 void StoreFile::discardLog() const
@@ -272,7 +273,7 @@ void StoreFile::discardLog() const
 bool StoreFile::isIndexCut() const
 {
     const auto& seen = m_seen[shmIndex];
-    const auto present = seen ? stateOf(m_path.string() + suffixes[shmIndex]) : std::nullopt;
+    const auto present = seen ? stateOf(m_files[shmIndex]) : std::nullopt;
     return present && present->isSameFile(*seen) && present->stamp.size < seen->stamp.size;
 }
 
@@ -281,7 +282,7 @@ void StoreFile::emptyIndex() const
     const auto lock = lockFolder(*m_timeout);
     std::error_code missing;
     if (isOpened(shmIndex))
-        fs::resize_file(m_path.string() + suffixes[shmIndex], 0, missing);
+        fs::resize_file(m_files[shmIndex], 0, missing);
 }
 
 bool StoreFile::waitUntilWritten() const

@@ -112,6 +112,8 @@ private:
 
     const std::filesystem::path m_folder;
     const std::filesystem::path m_path;
+    /// The file, its log and its index.
+    const std::array<std::filesystem::path, 3> m_files;
     const std::shared_ptr<const BusyTimeout> m_timeout;
     /// The file, its log and its index, as they were seen last.
     std::array<std::optional<FileState>, 3> m_seen;
